@@ -1,0 +1,1 @@
+# Installed later with the package: library, headers, CLI, pkg-config and CMake package files.

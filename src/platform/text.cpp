@@ -1,0 +1,197 @@
+#include "platform/text.h"
+
+namespace tagvera::text {
+
+void AppendUtf8(std::string& out, char32_t cp) {
+    if ((cp >= 0xD800 && cp <= 0xDFFF) || cp > 0x10FFFF) cp = kReplacement;
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+bool DecodeUtf8(std::string_view in, size_t& pos, char32_t& cp) {
+    const auto b0 = static_cast<uint8_t>(in[pos]);
+    if (b0 < 0x80) {
+        cp = b0;
+        ++pos;
+        return true;
+    }
+    size_t len;
+    char32_t min;
+    if ((b0 & 0xE0) == 0xC0) {
+        len = 2, cp = b0 & 0x1F, min = 0x80;
+    } else if ((b0 & 0xF0) == 0xE0) {
+        len = 3, cp = b0 & 0x0F, min = 0x800;
+    } else if ((b0 & 0xF8) == 0xF0) {
+        len = 4, cp = b0 & 0x07, min = 0x10000;
+    } else {
+        ++pos;
+        return false;
+    }
+    if (len > in.size() - pos) {
+        ++pos;
+        return false;
+    }
+    for (size_t i = 1; i < len; ++i) {
+        const auto b = static_cast<uint8_t>(in[pos + i]);
+        if ((b & 0xC0) != 0x80) {
+            ++pos;
+            return false;
+        }
+        cp = (cp << 6) | (b & 0x3F);
+    }
+    // Overlong forms, surrogates and values past the last plane are not characters.
+    if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
+        ++pos;
+        return false;
+    }
+    pos += len;
+    return true;
+}
+
+bool IsValidUtf8(std::string_view in) {
+    size_t pos = 0;
+    char32_t cp;
+    while (pos < in.size())
+        if (!DecodeUtf8(in, pos, cp)) return false;
+    return true;
+}
+
+std::string SanitizeUtf8(std::string_view in, bool* lossy) {
+    std::string out;
+    out.reserve(in.size());
+    size_t pos = 0;
+    char32_t cp;
+    while (pos < in.size()) {
+        const size_t start = pos;
+        if (DecodeUtf8(in, pos, cp)) {
+            out.append(in.substr(start, pos - start));
+        } else {
+            AppendUtf8(out, kReplacement);
+            if (lossy) *lossy = true;
+        }
+    }
+    return out;
+}
+
+std::string Latin1ToUtf8(std::span<const uint8_t> in) {
+    std::string out;
+    out.reserve(in.size());
+    for (uint8_t b : in) AppendUtf8(out, b);
+    return out;
+}
+
+std::string Utf8ToLatin1(std::string_view in, bool* lossy) {
+    std::string out;
+    out.reserve(in.size());
+    size_t pos = 0;
+    char32_t cp;
+    while (pos < in.size()) {
+        if (DecodeUtf8(in, pos, cp) && cp <= 0xFF) {
+            out += static_cast<char>(cp);
+        } else {
+            out += '?';
+            if (lossy) *lossy = true;
+        }
+    }
+    return out;
+}
+
+bool FitsLatin1(std::string_view utf8) {
+    size_t pos = 0;
+    char32_t cp;
+    while (pos < utf8.size())
+        if (!DecodeUtf8(utf8, pos, cp) || cp > 0xFF) return false;
+    return true;
+}
+
+std::string Utf16ToUtf8(std::span<const uint8_t> in, bool bigEndian, bool* lossy) {
+    std::string out;
+    out.reserve(in.size());
+    auto unit = [&](size_t i) -> char32_t {
+        return bigEndian ? (char32_t(in[i]) << 8 | in[i + 1]) : (char32_t(in[i + 1]) << 8 | in[i]);
+    };
+    const size_t even = in.size() & ~size_t(1);
+    for (size_t i = 0; i < even; i += 2) {
+        char32_t u = unit(i);
+        if (u >= 0xD800 && u <= 0xDBFF && i + 2 < even) {
+            const char32_t lo = unit(i + 2);
+            if (lo >= 0xDC00 && lo <= 0xDFFF) {
+                AppendUtf8(out, 0x10000 + ((u - 0xD800) << 10) + (lo - 0xDC00));
+                i += 2;
+                continue;
+            }
+        }
+        if (u >= 0xD800 && u <= 0xDFFF) {
+            u = kReplacement;
+            if (lossy) *lossy = true;
+        }
+        AppendUtf8(out, u);
+    }
+    if (in.size() != even) {
+        AppendUtf8(out, kReplacement);
+        if (lossy) *lossy = true;
+    }
+    return out;
+}
+
+std::string Utf8ToUtf16(std::string_view in, bool bigEndian, bool* lossy) {
+    std::string out;
+    out.reserve(in.size() * 2);
+    auto put = [&](char32_t u) {
+        const char hi = static_cast<char>(u >> 8), lo = static_cast<char>(u & 0xFF);
+        if (bigEndian) {
+            out += hi;
+            out += lo;
+        } else {
+            out += lo;
+            out += hi;
+        }
+    };
+    size_t pos = 0;
+    char32_t cp;
+    while (pos < in.size()) {
+        if (!DecodeUtf8(in, pos, cp)) {
+            cp = kReplacement;
+            if (lossy) *lossy = true;
+        }
+        if (cp >= 0x10000) {
+            cp -= 0x10000;
+            put(0xD800 + (cp >> 10));
+            put(0xDC00 + (cp & 0x3FF));
+        } else {
+            put(cp);
+        }
+    }
+    return out;
+}
+
+std::string AnsiToUtf8(std::string_view ansi) { return SanitizeUtf8(ansi); }
+std::string Utf8ToAnsi(std::string_view utf8) { return std::string(utf8); }
+
+int CompareNoCase(std::string_view a, std::string_view b) {
+    const size_t n = a.size() < b.size() ? a.size() : b.size();
+    for (size_t i = 0; i < n; ++i) {
+        unsigned char x = static_cast<unsigned char>(a[i]), y = static_cast<unsigned char>(b[i]);
+        if (x >= 'A' && x <= 'Z') x = static_cast<unsigned char>(x + 32);
+        if (y >= 'A' && y <= 'Z') y = static_cast<unsigned char>(y + 32);
+        if (x != y) return x < y ? -1 : 1;
+    }
+    return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
+}
+
+bool EqualsNoCase(std::string_view a, std::string_view b) { return a.size() == b.size() && CompareNoCase(a, b) == 0; }
+
+}  // namespace tagvera::text

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian 12 packages that building, testing, fuzzing and benchmarking tagvera need.
+# Only missing packages are installed; nothing is fetched from anywhere but Debian's archive.
+set -euo pipefail
+
+packages=(
+  build-essential cmake pkg-config git
+  g++-multilib
+  clang-14 libclang-rt-14-dev
+  libgtest-dev googletest
+  zlib1g-dev libid3-3.8.3-dev libexpat1-dev libexiv2-dev
+  libavformat-dev libavcodec-dev libavutil-dev
+  libtag1-dev libbenchmark-dev
+  ffmpeg lame id3v2 python3 python3-mutagen libimage-exiftool-perl libxml2-utils
+  strace
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -gt 0 ]; then
+  echo "setup: installing ${missing[*]}" >&2
+  sudo=""
+  [ "$(id -u)" -ne 0 ] && sudo="sudo"
+  $sudo apt-get update -q
+  DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -q --no-install-recommends "${missing[@]}"
+fi

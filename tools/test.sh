@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds tagvera with its tests, and runs the whole suite.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+tools/setup-debian.sh
+build=${TAGVERA_BUILD_DIR:-build}
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAGVERA_WERROR=ON ${TAGVERA_CMAKE_ARGS:-}
+cmake --build "$build" -j"$(nproc)"
+ctest --test-dir "$build" --output-on-failure -j"$(nproc)" ${TAGVERA_CTEST_ARGS:-}
