@@ -1,6 +1,6 @@
 # One warning policy for every target of the project.
 function(tagvera_warnings target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wshadow
     -Wno-unused-parameter -Wno-missing-field-initializers)
   if(TAGVERA_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
