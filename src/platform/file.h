@@ -1,0 +1,105 @@
+// A file on disk as a ByteSource: positional reads and writes with 64-bit offsets, no shared
+// file position, failures as FileError naming the path and the OS reason.
+#ifndef TAGVERA_PLATFORM_FILE_H
+#define TAGVERA_PLATFORM_FILE_H
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "base/byte_source.h"
+#include "base/error.h"
+
+namespace tagvera::platform {
+
+// An operating-system failure on a path. Still an Error (TV_E_FAIL), so guards need nothing
+// special; writers that care (a full disk, a read-only file) look at osError().
+class FileError : public Error {
+public:
+    // step is the operation that failed ("open", "write", "rename", ...); osError an errno value.
+    FileError(const std::string& step, const std::string& path, int osError);
+    FileError(const std::string& step, const std::string& path, const std::string& reason);
+    int osError() const noexcept { return osError_; }
+    const std::string& path() const noexcept { return path_; }
+    const std::string& step() const noexcept { return step_; }
+
+private:
+    std::string step_;
+    std::string path_;
+    int osError_ = 0;
+};
+
+enum class OpenMode {
+    Read,       // reading only; fails on a missing file
+    ReadWrite,  // reading and writing an existing file; never creates or truncates
+};
+
+// Others may read and write the same file meanwhile (on Windows this means opening with
+// FILE_SHARE_READ | FILE_SHARE_WRITE). Not copyable; movable. Not safe to share between threads
+// while one of them writes.
+class File final : public ByteSource {
+public:
+    File(const std::string& path, OpenMode mode);
+    // Creates a file that must not exist yet (exclusive create, close-on-exec), opened read-write
+    // with the given permission bits (before the umask).
+    static File CreateNew(const std::string& path, unsigned permissions);
+    ~File() override;
+    File(File&& other) noexcept;
+    File& operator=(File&& other) noexcept;
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+
+    // The size seen at open, kept current by this object's own writes; refresh() rereads it
+    // when someone else may have changed the file.
+    uint64_t size() const override { return size_; }
+    void refresh();
+
+    // Up to out.size() bytes at offset; short only at the end of the file; 0 at or past the end.
+    size_t readAt(uint64_t offset, std::span<uint8_t> out) override;
+    // All of bytes at offset (the file grows when it ends past the current end).
+    void writeAt(uint64_t offset, std::span<const uint8_t> bytes);
+    // Cuts or extends the file to size bytes.
+    void truncate(uint64_t size);
+    // Data and metadata on stable storage (fsync; FlushFileBuffers on Windows).
+    void sync();
+    void close();
+
+    bool isOpen() const { return fd_ >= 0; }
+    bool writable() const { return mode_ == OpenMode::ReadWrite; }
+    const std::string& path() const { return path_; }
+    // Bytes this object has read so far, for benchmarks and read-budget tests.
+    uint64_t bytesRead() const { return bytesRead_; }
+    // The POSIX descriptor, for the safe-write helper; -1 when closed.
+    int nativeHandle() const { return fd_; }
+
+private:
+    File(std::string path, OpenMode mode, int fd);
+
+    std::string path_;
+    OpenMode mode_;
+    int fd_ = -1;
+    uint64_t size_ = 0;
+    uint64_t bytesRead_ = 0;
+};
+
+// Bytes read by every File of the process since start or the last reset.
+uint64_t TotalBytesRead();
+void ResetTotalBytesRead();
+
+// Small questions a host or importer asks about a path. None of them throws for a missing path.
+bool PathExists(const std::string& path);
+bool IsDirectory(const std::string& path);
+bool IsRegularFile(const std::string& path);
+// Throws FileError when the path cannot be examined.
+uint64_t FileSize(const std::string& path);
+// True when the file was removed, false when it did not exist; FileError on any other failure.
+bool RemoveFile(const std::string& path);
+// The directory part and the last component of a path ("a/b.mp3" -> "a", "b.mp3"; "b" -> ".").
+std::string DirectoryOf(const std::string& path);
+std::string BaseNameOf(const std::string& path);
+// A file name's extension with its dot, or "" ("a/b.tar.gz" -> ".gz", "a/.hidden" -> "").
+std::string ExtensionOf(const std::string& path);
+
+}  // namespace tagvera::platform
+
+#endif
