@@ -95,14 +95,17 @@ std::string PreferencesPath();
 // The parser on its own, for the fuzzer and tests: parses text as a preferences file.
 struct ParsedValue {
     std::string name;
-    ValueType type;
-    std::string text;
-    uint32_t number = 0;
+    ValueType type = ValueType::String;
+    std::string text;     // a number in decimal
+    uint32_t number = 0;  // Dword values
+    int line = 0;         // where it stands in the text, 1-based
 };
 struct ParsedFile {
     struct Section {
         std::string key;
         std::vector<ParsedValue> values;
+        int headerLine = 0;
+        int lastLine = 0;  // the header or the section's last value
     };
     std::vector<Section> sections;
     bool ok = true;
@@ -112,7 +115,7 @@ struct ParsedFile {
     const std::vector<ParsedValue>* preferences() const;
 };
 ParsedFile Parse(std::string_view text);
-// The text form of a parsed file; Parse(Format(f)) gives f back.
+// The text form of a parsed file; Parse(Format(f)) gives the same sections and values back.
 std::string Format(const ParsedFile& file);
 
 }  // namespace tagvera::platform::prefs
