@@ -198,7 +198,9 @@ void Put(const ParsedValue& value) {
     }
     std::vector<std::string> lines = SplitLines(s->text);
     if (const ParsedValue* old = FindValue(*s, value.name)) {
-        lines[static_cast<size_t>(old->line - 1)] = FormatValue(value);
+        ParsedValue renamed = value;
+        renamed.name = old->name;  // the spelling already in the file stays
+        lines[static_cast<size_t>(old->line - 1)] = FormatValue(renamed);
     } else {
         lines.insert(lines.begin() + section->lastLine, FormatValue(value));
     }

@@ -21,43 +21,54 @@ void AppendUtf8(std::string& out, char32_t cp) {
     }
 }
 
+namespace {
+
+// The lead byte's sequence length and the range its second byte must fall in (Unicode table 3-7);
+// the narrowed ranges exclude overlong forms, surrogates and values past U+10FFFF.
+struct Lead {
+    size_t len;
+    uint8_t lo, hi;
+};
+
+Lead LeadOf(uint8_t b) {
+    if (b >= 0xC2 && b <= 0xDF) return {2, 0x80, 0xBF};
+    if (b == 0xE0) return {3, 0xA0, 0xBF};
+    if (b == 0xED) return {3, 0x80, 0x9F};
+    if (b >= 0xE1 && b <= 0xEF) return {3, 0x80, 0xBF};
+    if (b == 0xF0) return {4, 0x90, 0xBF};
+    if (b >= 0xF1 && b <= 0xF3) return {4, 0x80, 0xBF};
+    if (b == 0xF4) return {4, 0x80, 0x8F};
+    return {0, 0, 0};
+}
+
+}  // namespace
+
 bool DecodeUtf8(std::string_view in, size_t& pos, char32_t& cp) {
+    if (pos >= in.size()) return false;
     const auto b0 = static_cast<uint8_t>(in[pos]);
     if (b0 < 0x80) {
         cp = b0;
         ++pos;
         return true;
     }
-    size_t len;
-    char32_t min;
-    if ((b0 & 0xE0) == 0xC0) {
-        len = 2, cp = b0 & 0x1F, min = 0x80;
-    } else if ((b0 & 0xF0) == 0xE0) {
-        len = 3, cp = b0 & 0x0F, min = 0x800;
-    } else if ((b0 & 0xF8) == 0xF0) {
-        len = 4, cp = b0 & 0x07, min = 0x10000;
-    } else {
+    const Lead lead = LeadOf(b0);
+    if (lead.len == 0) {
         ++pos;
         return false;
     }
-    if (len > in.size() - pos) {
-        ++pos;
-        return false;
-    }
-    for (size_t i = 1; i < len; ++i) {
-        const auto b = static_cast<uint8_t>(in[pos + i]);
-        if ((b & 0xC0) != 0x80) {
-            ++pos;
+    cp = b0 & (0x7F >> lead.len);
+    for (size_t i = 1; i < lead.len; ++i) {
+        const bool more = pos + i < in.size();
+        const auto b = more ? static_cast<uint8_t>(in[pos + i]) : 0;
+        const bool ok = more && (i == 1 ? (b >= lead.lo && b <= lead.hi) : (b & 0xC0) == 0x80);
+        if (!ok) {
+            // The whole broken prefix counts as one bad sequence, as Unicode recommends.
+            pos += i;
             return false;
         }
         cp = (cp << 6) | (b & 0x3F);
     }
-    // Overlong forms, surrogates and values past the last plane are not characters.
-    if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) {
-        ++pos;
-        return false;
-    }
-    pos += len;
+    pos += lead.len;
     return true;
 }
 
@@ -145,6 +156,12 @@ std::string Utf16ToUtf8(std::span<const uint8_t> in, bool bigEndian, bool* lossy
         if (lossy) *lossy = true;
     }
     return out;
+}
+
+std::string Utf16BomToUtf8(std::span<const uint8_t> in, bool bigEndianWithoutBom, bool* lossy) {
+    if (in.size() >= 2 && in[0] == 0xFF && in[1] == 0xFE) return Utf16ToUtf8(in.subspan(2), false, lossy);
+    if (in.size() >= 2 && in[0] == 0xFE && in[1] == 0xFF) return Utf16ToUtf8(in.subspan(2), true, lossy);
+    return Utf16ToUtf8(in, bigEndianWithoutBom, lossy);
 }
 
 std::string Utf8ToUtf16(std::string_view in, bool bigEndian, bool* lossy) {

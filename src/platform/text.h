@@ -15,7 +15,8 @@ inline constexpr char32_t kReplacement = 0xFFFD;
 
 // Appends the UTF-8 form of one code point (surrogates and values past U+10FFFF become U+FFFD).
 void AppendUtf8(std::string& out, char32_t cp);
-// Decodes one code point at pos and advances; false (and pos + 1) on an invalid sequence.
+// Decodes one code point at pos and advances. On an invalid sequence returns false and skips it:
+// the lead byte and the continuation bytes that still fitted, so each bad sequence is one U+FFFD.
 bool DecodeUtf8(std::string_view in, size_t& pos, char32_t& cp);
 bool IsValidUtf8(std::string_view in);
 // Returns in with every invalid sequence replaced by U+FFFD.
@@ -26,8 +27,12 @@ std::string Latin1ToUtf8(std::span<const uint8_t> in);
 std::string Utf8ToLatin1(std::string_view in, bool* lossy = nullptr);
 bool FitsLatin1(std::string_view utf8);
 
-// UTF-16 without BOM handling; an odd trailing byte and unpaired surrogates become U+FFFD.
+// UTF-16 in the given byte order (a BOM is just U+FEFF here); an odd trailing byte and unpaired
+// surrogates become U+FFFD. `lossy` is only ever set to true.
 std::string Utf16ToUtf8(std::span<const uint8_t> in, bool bigEndian, bool* lossy = nullptr);
+// UTF-16 that may start with a byte-order mark: the mark chooses the order and is dropped;
+// without one, bigEndianWithoutBom decides.
+std::string Utf16BomToUtf8(std::span<const uint8_t> in, bool bigEndianWithoutBom, bool* lossy = nullptr);
 std::string Utf8ToUtf16(std::string_view in, bool bigEndian, bool* lossy = nullptr);
 
 // The interfaces' 8-bit text and UTF-8 are the same on this platform; kept as named steps so that

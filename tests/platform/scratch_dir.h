@@ -1,0 +1,77 @@
+// A private scratch folder per test, removed with everything in it.
+#ifndef TAGVERA_TESTS_PLATFORM_SCRATCH_DIR_H
+#define TAGVERA_TESTS_PLATFORM_SCRATCH_DIR_H
+
+#include <cstdint>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace tagvera::test {
+
+class ScratchDir {
+public:
+    ScratchDir() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "tagvera-platform-XXXXXX").string();
+        if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
+        path_ = pattern;
+    }
+    ~ScratchDir() {
+        std::error_code ec;
+        std::filesystem::permissions(path_, std::filesystem::perms::owner_all, std::filesystem::perm_options::add, ec);
+        std::filesystem::remove_all(path_, ec);
+    }
+    ScratchDir(const ScratchDir&) = delete;
+    ScratchDir& operator=(const ScratchDir&) = delete;
+
+    const std::string& path() const { return path_; }
+    std::string file(const std::string& name) const { return path_ + "/" + name; }
+    // Names in the folder, sorted.
+    std::set<std::string> entries() const {
+        std::set<std::string> out;
+        for (const auto& e : std::filesystem::directory_iterator(path_)) out.insert(e.path().filename().string());
+        return out;
+    }
+
+private:
+    std::string path_;
+};
+
+inline std::vector<uint8_t> ReadAll(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+inline void WriteAll(const std::string& path, const std::vector<uint8_t>& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline void WriteText(const std::string& path, const std::string& text) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out << text;
+}
+
+inline std::string ReadText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+// Deterministic bytes that differ at every offset, so misplaced copies show.
+inline std::vector<uint8_t> Pattern(size_t n, uint32_t seed = 1) {
+    std::vector<uint8_t> out(n);
+    uint32_t x = seed * 2654435761u + 1;
+    for (auto& b : out) {
+        x ^= x << 13, x ^= x >> 17, x ^= x << 5;
+        b = static_cast<uint8_t>(x);
+    }
+    return out;
+}
+
+}  // namespace tagvera::test
+
+#endif

@@ -1,0 +1,166 @@
+#include "platform/text.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace tagvera::text {
+namespace {
+
+const std::string R = "\xEF\xBF\xBD";  // U+FFFD in UTF-8
+
+std::vector<uint8_t> Bytes(std::initializer_list<int> v) {
+    std::vector<uint8_t> out;
+    for (int b : v) out.push_back(static_cast<uint8_t>(b));
+    return out;
+}
+
+std::span<const uint8_t> AsBytes(const std::string& s) {
+    return {reinterpret_cast<const uint8_t*>(s.data()), s.size()};
+}
+
+struct BadUtf8 {
+    const char* name;
+    std::string input;
+    std::string sanitized;
+};
+
+TEST(Utf8, InvalidSequencesBecomeOneReplacementPerMaximalPart) {
+    const BadUtf8 cases[] = {
+        {"lone continuation", "a\x80z", "a" + R + "z"},
+        {"overlong slash", "\xC0\xAF", R + R},
+        {"overlong three-byte", "\xE0\x80\xAF", R + R + R},
+        {"truncated at end", "ab\xE2\x82", "ab" + R},
+        {"truncated before ASCII", "\xE2\x82" "A", R + "A"},
+        {"truncated four-byte", "\xF0\x9F\x98", R},
+        {"encoded surrogate", "\xED\xA0\x80", R + R + R},
+        {"past U+10FFFF", "\xF4\x90\x80\x80", R + R + R + R},
+        {"invalid lead bytes", "\xFE\xFF", R + R},
+        {"five-byte form", "\xF8\x88\x80\x80\x80", R + R + R + R + R},
+    };
+    for (const BadUtf8& c : cases) {
+        bool lossy = false;
+        EXPECT_EQ(SanitizeUtf8(c.input, &lossy), c.sanitized) << c.name;
+        EXPECT_TRUE(lossy) << c.name;
+        EXPECT_FALSE(IsValidUtf8(c.input)) << c.name;
+    }
+}
+
+TEST(Utf8, ValidTextPassesUnchanged) {
+    const std::string text = "plain, caf\xC3\xA9, \xE2\x82\xAC, \xF0\x9F\x98\x80, \xF4\x8F\xBF\xBF, \xEF\xBB\xBF";
+    bool lossy = false;
+    EXPECT_TRUE(IsValidUtf8(text));
+    EXPECT_EQ(SanitizeUtf8(text, &lossy), text);
+    EXPECT_FALSE(lossy);
+    EXPECT_TRUE(IsValidUtf8(""));
+}
+
+TEST(Utf8, DecodeGivesCodePointsAndStopsAtTheEnd) {
+    const std::string s = "A\xC3\xA9\xF0\x9F\x98\x80";
+    size_t pos = 0;
+    char32_t cp = 0;
+    ASSERT_TRUE(DecodeUtf8(s, pos, cp));
+    EXPECT_EQ(cp, U'A');
+    ASSERT_TRUE(DecodeUtf8(s, pos, cp));
+    EXPECT_EQ(cp, 0xE9u);
+    ASSERT_TRUE(DecodeUtf8(s, pos, cp));
+    EXPECT_EQ(cp, 0x1F600u);
+    EXPECT_EQ(pos, s.size());
+    EXPECT_FALSE(DecodeUtf8(s, pos, cp));
+    EXPECT_EQ(pos, s.size());
+}
+
+TEST(Utf8, EncodingRefusesSurrogatesAndOutOfRangeValues) {
+    std::string out;
+    AppendUtf8(out, 0xD800);
+    AppendUtf8(out, 0x110000);
+    AppendUtf8(out, 0x10FFFF);
+    EXPECT_EQ(out, R + R + "\xF4\x8F\xBF\xBF");
+}
+
+TEST(Latin1, RoundTripAndLossyNarrowing) {
+    const auto all = [] {
+        std::vector<uint8_t> v;
+        for (int i = 1; i < 256; ++i) v.push_back(static_cast<uint8_t>(i));
+        return v;
+    }();
+    const std::string utf8 = Latin1ToUtf8(all);
+    EXPECT_TRUE(IsValidUtf8(utf8));
+    EXPECT_TRUE(FitsLatin1(utf8));
+    bool lossy = false;
+    const std::string back = Utf8ToLatin1(utf8, &lossy);
+    EXPECT_FALSE(lossy);
+    EXPECT_EQ(std::vector<uint8_t>(back.begin(), back.end()), all);
+
+    EXPECT_EQ(Utf8ToLatin1("caf\xC3\xA9 \xE2\x82\xAC \xFF", &lossy), "caf\xE9 ? ?");
+    EXPECT_TRUE(lossy);
+    EXPECT_FALSE(FitsLatin1("\xE2\x82\xAC"));
+    EXPECT_FALSE(FitsLatin1("\xC3"));
+}
+
+TEST(Utf16, SurrogatePairsInBothByteOrders) {
+    const std::string grin = "\xF0\x9F\x98\x80";  // U+1F600
+    EXPECT_EQ(Utf16ToUtf8(Bytes({0x3D, 0xD8, 0x00, 0xDE}), false), grin);
+    EXPECT_EQ(Utf16ToUtf8(Bytes({0xD8, 0x3D, 0xDE, 0x00}), true), grin);
+    EXPECT_EQ(Utf8ToUtf16(grin, false), std::string("\x3D\xD8\x00\xDE", 4));
+    EXPECT_EQ(Utf8ToUtf16(grin, true), std::string("\xD8\x3D\xDE\x00", 4));
+}
+
+TEST(Utf16, UnpairedSurrogatesAreReplaced) {
+    bool lossy = false;
+    // High surrogate then 'A'; a lone low surrogate; a high surrogate as the last unit.
+    EXPECT_EQ(Utf16ToUtf8(Bytes({0x00, 0xD8, 0x41, 0x00, 0x00, 0xDC, 0x42, 0x00, 0x00, 0xD8}), false, &lossy),
+              R + "A" + R + "B" + R);
+    EXPECT_TRUE(lossy);
+}
+
+TEST(Utf16, OddLengthEndsInOneReplacement) {
+    bool lossy = false;
+    EXPECT_EQ(Utf16ToUtf8(Bytes({0x41, 0x00, 0x42}), false, &lossy), "A" + R);
+    EXPECT_TRUE(lossy);
+    lossy = false;
+    EXPECT_EQ(Utf16ToUtf8(Bytes({0x41}), true, &lossy), R);
+    EXPECT_TRUE(lossy);
+    EXPECT_EQ(Utf16ToUtf8({}, true), "");
+}
+
+TEST(Utf16, ByteOrderMarkChoosesTheOrder) {
+    EXPECT_EQ(Utf16BomToUtf8(Bytes({0xFF, 0xFE, 0x41, 0x00}), true), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes({0xFE, 0xFF, 0x00, 0x41}), false), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes({0x00, 0x41}), true), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes({0x41, 0x00}), false), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes({0xFF, 0xFE}), true), "");
+}
+
+TEST(Utf16, RoundTripThroughUtf8) {
+    const std::string text = "Motörhead \xE2\x80\x94 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9D\x84\x9E";
+    for (bool be : {false, true}) {
+        bool lossy = false;
+        const std::string utf16 = Utf8ToUtf16(text, be, &lossy);
+        EXPECT_FALSE(lossy);
+        EXPECT_EQ(Utf16ToUtf8(AsBytes(utf16), be, &lossy), text);
+        EXPECT_FALSE(lossy);
+    }
+    bool lossy = false;
+    EXPECT_EQ(Utf8ToUtf16("a\xFF", false, &lossy), std::string("a\0\xFD\xFF", 4));
+    EXPECT_TRUE(lossy);
+}
+
+TEST(NoCase, AsciiFoldingOnly) {
+    EXPECT_TRUE(EqualsNoCase("TagEditID3V1", "tageditid3v1"));
+    EXPECT_FALSE(EqualsNoCase("abc", "abcd"));
+    EXPECT_FALSE(EqualsNoCase("\xC3\xA9", "\xC3\x89"));  // é and É stay distinct
+    EXPECT_LT(CompareNoCase("Alpha", "beta"), 0);
+    EXPECT_GT(CompareNoCase("alphabet", "ALPHA"), 0);
+    EXPECT_EQ(CompareNoCase("ROCK", "rock"), 0);
+}
+
+TEST(Ansi, InterfaceTextIsUtf8HereAndSanitized) {
+    EXPECT_EQ(AnsiToUtf8("caf\xC3\xA9"), "caf\xC3\xA9");
+    EXPECT_EQ(AnsiToUtf8("caf\xE9"), "caf" + R);
+    EXPECT_EQ(Utf8ToAnsi("caf\xC3\xA9"), "caf\xC3\xA9");
+}
+
+}  // namespace
+}  // namespace tagvera::text
