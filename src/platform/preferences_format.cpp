@@ -132,6 +132,7 @@ std::string CheckName(std::string_view name) {
     for (const char c : name)
         if (IsControl(c) || c == '=' || c == '[' || c == ']') return "value name with a control character, '=', '[' or ']'";
     if (Trim(name) != name) return "value name with surrounding blanks";
+    if (name[0] == ';' || name[0] == '#') return "value name starting like a comment";
     return "";
 }
 
