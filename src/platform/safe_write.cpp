@@ -336,6 +336,7 @@ void PatchInPlace(const std::string& path, std::span<const Patch> patches) {
     const Target t = Inspect(path);
     if (!t.exists) throw FileError("open", path, ENOENT);
     RequireWritable(t, path);
+    RemoveStaleTemps(t);
     File file(t.path, OpenMode::ReadWrite);
     const uint64_t oldSize = file.size();
     std::vector<Undo> undo;

@@ -35,7 +35,7 @@ struct Patch {
 // overwrites are saved; if a write or the fsync fails they are written back and the file cut to
 // its old length (best effort: a crash at that moment can still leave a mix, which is why only
 // small, same-size edits belong here). Throws before touching anything when the file is missing,
-// read-only, or a patch starts past the end.
+// read-only, or a patch starts past the end. Stale temporary files of the target are removed too.
 void PatchInPlace(const std::string& path, std::span<const Patch> patches);
 
 // ---- rewrite ----

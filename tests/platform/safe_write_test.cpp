@@ -162,12 +162,18 @@ TEST(RewriteFile, StaleTemporaryFilesOfTheTargetAreRemoved) {
     ASSERT_EQ(::flock(fd, LOCK_EX), 0);
 
     RewriteFile(m.path, FileLayout().copy(0, 100));
-    ::close(fd);
 
     Names want = others;
     want.insert("a.mp3");
     want.insert(busy);
     EXPECT_EQ(m.dir.entries(), want);
+
+    WriteAll(m.dir.file(stale), {1, 2, 3});
+    const uint8_t b[] = {0};
+    const Patch patch{0, b};
+    PatchInPlace(m.path, {&patch, 1});
+    EXPECT_EQ(m.dir.entries(), want) << "an in-place write sweeps too";
+    ::close(fd);
 }
 
 TEST(RewriteFile, ASymbolicLinkIsFollowedAndKept) {
