@@ -65,7 +65,7 @@ enum : HRESULT {
     TV_E_XML_TAGMISMATCH = static_cast<HRESULT>(0x80040481u),
     // The last piece ends inside a tag.
     TV_E_XML_UNTERMINATEDTAG = static_cast<HRESULT>(0x80040482u),
-    // A tag without a name ("<>", "</>", "< a>").
+    // A tag without a name ("<>", "</>", "</ a>").
     TV_E_XML_EMPTYNAME = static_cast<HRESULT>(0x80040483u),
     // A processing instruction that cannot be read (no target, or a quote that is not closed).
     TV_E_XML_BADPROCESSINGINSTRUCTION = static_cast<HRESULT>(0x80040484u),

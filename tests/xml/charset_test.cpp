@@ -1,0 +1,150 @@
+// The eight character sets: which bytes start a two-byte character, how the document's own
+// declaration switches the set, and how two-byte characters count in columns and names.
+#include <gtest/gtest.h>
+
+#include "tagvera/xml.h"
+#include "xml/charset.h"
+#include "xml/encoding_declaration.h"
+#include "xml/event_log.h"
+
+namespace tagvera::xml::testing {
+namespace {
+
+using Events = std::vector<std::string>;
+
+struct LeadRanges {
+    const char* name;
+    std::vector<std::pair<int, int>> ranges;
+};
+
+const LeadRanges kTable[] = {
+    {"Default", {{0x81, 0xFF}}},
+    {"US-ASCII", {}},
+    {"Shift-JIS", {{0x81, 0x9F}, {0xE0, 0xFC}}},
+    {"Big5", {{0x81, 0xFE}}},
+    {"GB2312", {{0xA1, 0xFE}}},
+    {"EUC-KR", {{0x84, 0xD3}, {0xD8, 0xDE}, {0xE0, 0xF9}}},
+    {"ISO-2022-KR", {{0x81, 0xFE}}},
+    {"ISO-8859-1", {}},
+};
+
+bool InRanges(const LeadRanges& set, int b) {
+    for (const auto& [first, last] : set.ranges)
+        if (b >= first && b <= last) return true;
+    return false;
+}
+
+TEST(XmlCharset, EachSetHasItsLeadBytes) {
+    for (const LeadRanges& set : kTable) {
+        const Charset charset = Charset::ForName(set.name);
+        for (int b = 0; b < 256; ++b)
+            EXPECT_EQ(charset.isLead(static_cast<uint8_t>(b)), InRanges(set, b)) << set.name << " byte " << b;
+    }
+}
+
+TEST(XmlCharset, NamesMatchIgnoringCaseAndUnknownNamesUseDefault) {
+    EXPECT_TRUE(Charset::ForName("shift_jis").sameAs(Charset::ForName("Shift-JIS")));
+    EXPECT_TRUE(Charset::ForName("euc-kr").sameAs(Charset::ForName("EUC-KR")));
+    EXPECT_TRUE(Charset::ForName("windows-1252").sameAs(Charset::ForName("Default")));
+    EXPECT_TRUE(Charset::ForName("").sameAs(Charset::ForName("Default")));
+    EXPECT_TRUE(Charset().sameAs(Charset::ForName("us-ascii")));
+    EXPECT_FALSE(Charset::ForName("Big5").sameAs(Charset::ForName("GB2312")));
+    // UTF-8 pairs nothing: none of its sequences holds a byte below 0x80.
+    EXPECT_TRUE(Charset::ForName("utf-8").singleByte());
+}
+
+// "<r>" byte "<x/></r>": after a lead byte the "<" belongs to the character and "<x/>" is text.
+TEST(XmlCharset, ABytePairedWithALeadByteIsNeverMarkup) {
+    for (const LeadRanges& set : kTable) {
+        for (const int b : {0x80, 0x81, 0x84, 0x9F, 0xA0, 0xA1, 0xD4, 0xD8, 0xE0, 0xFA, 0xFC, 0xFD, 0xFF}) {
+            const std::string doc = std::string("<r>") + static_cast<char>(b) + "<x/></r>";
+            const Outcome r = Parse(doc, {}, set.name);
+            ASSERT_EQ(r.code, TV_S_OK) << set.name << " " << b;
+            char hex[8];
+            std::snprintf(hex, sizeof hex, "\\x%02X", b);
+            const Events paired{"start r @1:1", "text \"" + std::string(hex) + "<x/>\"", "end r", "end-document @1:12"};
+            const Events single{"start r @1:1", "text \"" + std::string(hex) + "\"", "start x @1:5", "end x", "end r",
+                                "end-document @1:13"};
+            EXPECT_EQ(r.events, InRanges(set, b) ? paired : single) << set.name << " " << b;
+        }
+    }
+}
+
+TEST(XmlCharset, TwoByteCharactersStayWholeInNamesValuesAndComments) {
+    // Shift-JIS: 0x83 0x3E would be ">" and 0x81 0x27 a quote if read byte by byte.
+    const std::string doc = "<r\x83> a='\x81'' b='\x83>'><!-- \x81-->x --></r\x83>>";
+    const Outcome r = Parse(doc, Loose(), "Shift-JIS");
+    ASSERT_EQ(r.code, TV_S_OK) << r.error;
+    EXPECT_EQ(r.events, (Events{"start r\\x83> @1:1 a=\"\\x81'\" b=\"\\x83>\"", "comment \" \\x81-->x \"",
+                                "end r\\x83>", "end-document @1:35"}));
+}
+
+TEST(XmlCharset, ColumnsCountATwoByteCharacterOnce) {
+    const Outcome r = Parse("<r>\x88\x9F\x88\xA0<a/>\n\x88\x9F<b/></r>", {}, "Big5");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[2], "start a @1:6");
+    EXPECT_EQ(r.events[5], "start b @2:2");
+}
+
+TEST(XmlCharset, Utf8ColumnsCountCodePoints) {
+    const Outcome r = Parse("<?xml version='1.0' encoding='UTF-8'?><r>\xE3\x81\x82\xC3\xA9<a/></r>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[3], "start a @1:44");
+}
+
+TEST(XmlCharset, LooseEndTagsFoldOnlySingleByteLetters) {
+    // In Shift-JIS 0x82 0x41 and 0x82 0x61 are two different characters.
+    EXPECT_EQ(Parse("<\x82\x41></\x82\x61>", Loose(), "Shift-JIS").code, TV_E_XML_TAGMISMATCH);
+    EXPECT_EQ(Parse("<X\x82\x41></x\x82\x41>", Loose(), "Shift-JIS").code, TV_S_OK);
+    // Byte by byte the same pair folds as two letters.
+    EXPECT_EQ(Parse("<\x82\x41></\x82\x61>", Loose(), "US-ASCII").code, TV_S_OK);
+}
+
+TEST(XmlCharset, TheDeclarationSwitchesTheSet) {
+    const std::string body = "<r>\x81<x/></r>";
+    // Named in the declaration, after white space and comments.
+    Outcome r = Parse("\n<!-- c --> <?xml version=\"1.0\" encoding=\"Shift_JIS\"?>" + body, {}, "US-ASCII");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[5], "text \"\\x81<x/>\"");
+    // Without a declaration the set given at the start holds.
+    r = Parse(body, {}, "US-ASCII");
+    EXPECT_EQ(r.events[1], "text \"\\x81\"");
+    // And a declaration naming a single-byte set turns pairing off.
+    r = Parse("<?xml version='1.0' encoding='ISO-8859-1'?>" + body, {}, "Shift-JIS");
+    EXPECT_EQ(r.events[2], "text \"\\x81\"");
+}
+
+TEST(XmlCharset, OnlyTheHeadOfTheDocumentIsSearchedForTheDeclaration) {
+    const std::string padding(1100, ' ');
+    const Outcome r = Parse(padding + "<?xml version='1.0' encoding='Shift-JIS'?><r>\x81<x/></r>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[3], "text \"\\x81\"");
+}
+
+TEST(XmlCharset, AByteOrderMarkMeansUtf8AndIsNotText) {
+    const Outcome r = Parse("\xEF\xBB\xBF<r>\xE3\x81\x82<a/></r>", {}, "Default");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start r @1:1", "text \"\\xE3\\x81\\x82\"", "start a @1:5", "end a", "end r",
+                                "end-document @1:13"}));
+}
+
+TEST(XmlEncodingDeclaration, FindsTheEncodingOrSaysWhatIsMissing) {
+    auto find = [](std::string_view head, bool complete) {
+        return FindDeclaredEncoding(
+            std::span<const uint8_t>(reinterpret_cast<const uint8_t*>(head.data()), head.size()), complete);
+    };
+    DeclaredEncoding d = find("<?xml version='1.0' encoding=\"Big5\" standalone='yes'?><r/>", false);
+    EXPECT_EQ(d.status, DeclarationStatus::Found);
+    EXPECT_EQ(d.name, "Big5");
+    EXPECT_EQ(find("<?xml version='1.0'?><r/>", false).status, DeclarationStatus::Absent);
+    EXPECT_EQ(find("<r/>", false).status, DeclarationStatus::Absent);
+    EXPECT_EQ(find("<?xml-stylesheet encoding='Big5'?>", false).status, DeclarationStatus::Absent);
+    EXPECT_EQ(find("  <?xm", false).status, DeclarationStatus::NeedMore);
+    EXPECT_EQ(find("<?xml version='1.0' enc", false).status, DeclarationStatus::NeedMore);
+    EXPECT_EQ(find("<?xml version='1.0' enc", true).status, DeclarationStatus::Absent);
+    EXPECT_EQ(find("<!-- not closed", false).status, DeclarationStatus::NeedMore);
+    EXPECT_EQ(find(std::string(2000, ' '), false).status, DeclarationStatus::Absent);
+}
+
+}  // namespace
+}  // namespace tagvera::xml::testing

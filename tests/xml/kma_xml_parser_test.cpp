@@ -1,0 +1,262 @@
+// KMAXMLParser through its interface, as the property tree and hosts use it: Init, Parse in pieces,
+// the response calls with value lists and buffers, the position and error-text getters, Close.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "component/value_objects.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/xml.h"
+#include "xml/event_log.h"
+#include "xml/kma_xml_parser.h"
+
+namespace tagvera {
+namespace {
+
+using Events = std::vector<std::string>;
+using xml::testing::Escaped;
+
+std::string Attributes(IKMAValues* values) {
+    std::string out;
+    const char* name = nullptr;
+    IKMABuffer* text = nullptr;
+    for (HRESULT hr = values->GetFirstStringValue(&name, &text); Succeeded(hr);
+         hr = values->GetNextStringValue(&name, &text)) {
+        // The buffer holds the value and its NUL.
+        const uint32_t size = text->GetSize();
+        const char* bytes = reinterpret_cast<const char*>(text->GetBuffer());
+        out += " " + std::string(name) + "=\"" + Escaped(std::string_view(bytes, size - 1)) + "\"";
+        if (bytes[size - 1] != '\0') out += "(no NUL)";
+        text->Release();
+    }
+    return out;
+}
+
+// Records every call; slots a test wants to fail are named in failOn.
+class Response final : public IKMAXMLParserResponse {
+public:
+    Events events;
+    std::string failOn;
+    std::function<void()> onText;
+    int refs = 1;
+
+    HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {
+        if (iid == IID_IUnknown || iid == IID_IKMAXMLParserResponse) {
+            *out = this;
+            AddRef();
+            return TV_S_OK;
+        }
+        *out = nullptr;
+        return TV_E_NOINTERFACE;
+    }
+    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs); }
+    uint32_t TV_STDCALL Release() override { return static_cast<uint32_t>(--refs); }
+
+    HRESULT TV_STDCALL OnBeginElement(const char* name, IKMAValues* attributes, uint32_t line,
+                                      uint32_t column) override {
+        return add("start", "start " + std::string(name) + " @" + std::to_string(line) + ":" +
+                                std::to_string(column) + Attributes(attributes));
+    }
+    HRESULT TV_STDCALL OnEndElement(const char* name, uint32_t a, uint32_t b) override {
+        return add("end", "end " + std::string(name) + zeros(a, b));
+    }
+    HRESULT TV_STDCALL OnCharacterData(IKMABuffer* text, uint32_t a, uint32_t b) override {
+        if (onText) onText();
+        const uint32_t size = text->GetSize();
+        const char* bytes = reinterpret_cast<const char*>(text->GetBuffer());
+        return add("text", "text \"" + Escaped(std::string_view(bytes, size - 1)) + "\"" + zeros(a, b));
+    }
+    HRESULT TV_STDCALL OnProcessingInstruction(const char* target, IKMAValues* attributes, uint32_t a,
+                                               uint32_t b) override {
+        return add("pi", "pi " + std::string(target) + Attributes(attributes) + zeros(a, b));
+    }
+    HRESULT TV_STDCALL OnBeginCDataSection(uint32_t line, uint32_t column) override {
+        return add("cdata", "cdata-begin @" + std::to_string(line) + ":" + std::to_string(column));
+    }
+    HRESULT TV_STDCALL OnEndCDataSection(uint32_t a, uint32_t b) override { return add("cdata", "cdata-end" + zeros(a, b)); }
+    HRESULT TV_STDCALL OnComment(const char* text, uint32_t a, uint32_t b) override {
+        return add("comment", "comment \"" + std::string(text) + "\"" + zeros(a, b));
+    }
+    HRESULT TV_STDCALL OnDocumentType(const char* root, const char* systemId, const char* publicId, uint32_t line,
+                                      uint32_t column) override {
+        return add("doctype", "doctype " + std::string(root) + " \"" + systemId + "\" \"" + publicId + "\" @" +
+                                  std::to_string(line) + ":" + std::to_string(column));
+    }
+    HRESULT TV_STDCALL OnEndDocument(uint32_t line, uint32_t column) override {
+        return add("end-document", "end-document @" + std::to_string(line) + ":" + std::to_string(column));
+    }
+
+private:
+    static std::string zeros(uint32_t a, uint32_t b) { return a || b ? " (numbers not 0)" : ""; }
+    HRESULT add(const char* kind, std::string line) {
+        events.push_back(std::move(line));
+        return failOn == kind ? static_cast<HRESULT>(0x80045555u) : TV_S_OK;
+    }
+};
+
+ComPtr<IKMAXMLParser> NewParser() {
+    ComPtr<IKMAXMLParser> parser;
+    EXPECT_EQ(CreateXMLParser(parser.put()), TV_S_OK);
+    return parser;
+}
+
+HRESULT Feed(IKMAXMLParser* parser, std::string_view text, bool last) {
+    ComPtr<IKMABuffer> buffer;
+    EXPECT_EQ(NewBuffer(text.data(), static_cast<uint32_t>(text.size()), buffer.put()), TV_S_OK);
+    return parser->Parse(buffer.get(), last);
+}
+
+std::string ErrorText(IKMAXMLParser* parser) {
+    ComPtr<IKMABuffer> text;
+    if (Failed(parser->GetCurrentErrorText(text.put()))) return "(none)";
+    return BufferText(text.get());
+}
+
+TEST(KMAXMLParser, AnswersOnlyItsOwnInterfaceAndIUnknown) {
+    auto parser = NewParser();
+    void* out = nullptr;
+    EXPECT_EQ(parser->QueryInterface(IID_IUnknown, &out), TV_S_OK);
+    static_cast<IUnknown*>(out)->Release();
+    EXPECT_EQ(parser->QueryInterface(IID_IKMAXMLParser, &out), TV_S_OK);
+    static_cast<IUnknown*>(out)->Release();
+    EXPECT_EQ(parser->QueryInterface(IID_IKMAXMLParserResponse, &out), TV_E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+}
+
+TEST(KMAXMLParser, DeliversEveryKindOfEventThroughTheResponse) {
+    Response response;
+    auto parser = NewParser();
+    ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
+    const std::string doc =
+        "<?xml version='1.0'?><!DOCTYPE r SYSTEM 'r.dtd'>\n<r b=\"&lt;2&gt;\" a='1'><!-- note -->"
+        "<![CDATA[<x>]]>&amp;<e/></r>";
+    EXPECT_EQ(Feed(parser.get(), doc.substr(0, 30), false), TV_S_OK);
+    EXPECT_EQ(Feed(parser.get(), doc.substr(30), true), TV_S_OK);
+    EXPECT_EQ(response.events,
+              (Events{"pi xml version=\"1.0\"", "doctype r \"r.dtd\" \"\" @1:22", "text \"\\x0A\"",
+                      "start r @2:1 a=\"1\" b=\"<2>\"", "comment \" note \"", "cdata-begin @2:37", "text \"<x>\"",
+                      "cdata-end", "text \"&amp;\"", "start e @2:57", "end e", "end r", "end-document @2:65"}));
+    EXPECT_EQ(ErrorText(parser.get()), "(none)");
+}
+
+TEST(KMAXMLParser, EdgeCasesOfBothModes) {
+    struct Case {
+        const char* doc;
+        bool strict;
+        HRESULT result;
+    };
+    for (const Case& c : {Case{"<a><b></B></a>", false, TV_S_OK}, Case{"<a><b></B></a>", true, TV_E_XML_TAGMISMATCH},
+                          Case{"<a x=1/>", false, TV_S_OK}, Case{"<a x=1/>", true, TV_E_XML_BADATTRIBUTEVALUE}}) {
+        Response response;
+        auto parser = NewParser();
+        ASSERT_EQ(parser->Init(&response, "US-ASCII", c.strict), TV_S_OK);
+        EXPECT_EQ(Feed(parser.get(), c.doc, true), c.result) << c.doc << " strict " << c.strict;
+    }
+    Response response;
+    auto parser = NewParser();
+    parser->Init(&response, nullptr, false);
+    Feed(parser.get(), "<a x=1/>", true);
+    EXPECT_EQ(response.events, (Events{"start a @1:1 x=\"1\"", "end a", "end-document @1:9"}));
+}
+
+TEST(KMAXMLParser, ReportsWhereAndWhyItFailed) {
+    Response response;
+    auto parser = NewParser();
+    ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
+    EXPECT_EQ(Feed(parser.get(), "<a>\n  <b>\n  </c>", false), TV_E_XML_TAGMISMATCH);
+    uint32_t line = 0;
+    uint32_t column = 0;
+    EXPECT_EQ(parser->GetCurrentLineNumber(&line), TV_S_OK);
+    EXPECT_EQ(parser->GetCurrentColumnNumber(&column), TV_S_OK);
+    EXPECT_EQ(line, 3u);
+    EXPECT_EQ(column, 3u);
+    EXPECT_EQ(ErrorText(parser.get()), "line 3, column 3: end tag </c> does not match the open element <b>");
+    // The failure stays.
+    EXPECT_EQ(Feed(parser.get(), "</b></a>", true), TV_E_XML_TAGMISMATCH);
+}
+
+TEST(KMAXMLParser, ATagCutByAPieceWaitsAndTheLastPieceEndsIt) {
+    Response response;
+    auto parser = NewParser();
+    parser->Init(&response, nullptr, true);
+    EXPECT_EQ(Feed(parser.get(), "<r><a x='1", false), TV_S_OK);
+    uint32_t column = 0;
+    parser->GetCurrentColumnNumber(&column);
+    EXPECT_EQ(column, 4u);
+    EXPECT_EQ(Feed(parser.get(), "'", true), TV_E_XML_UNTERMINATEDTAG);
+    EXPECT_EQ(response.events, (Events{"start r @1:1"}));
+}
+
+TEST(KMAXMLParser, ByteIndexIsNotKept) {
+    Response response;
+    auto parser = NewParser();
+    uint32_t index = 77;
+    parser->Init(&response, nullptr, true);
+    EXPECT_EQ(parser->GetCurrentByteIndex(&index), TV_E_NOTIMPL);
+    parser->Init(&response, nullptr, false);
+    EXPECT_EQ(parser->GetCurrentByteIndex(&index), TV_S_OK);
+    EXPECT_EQ(index, 77u);
+}
+
+TEST(KMAXMLParser, AFailingResponseStopsTheParseWithItsResult) {
+    Response response;
+    response.failOn = "start";
+    auto parser = NewParser();
+    parser->Init(&response, nullptr, true);
+    EXPECT_EQ(Feed(parser.get(), "<a><b/></a>", true), static_cast<HRESULT>(0x80045555u));
+    EXPECT_EQ(response.events.size(), 1u);
+}
+
+TEST(KMAXMLParser, HoldsTheResponseUntilClose) {
+    Response response;
+    {
+        auto parser = NewParser();
+        ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
+        EXPECT_GT(response.refs, 1);
+        EXPECT_EQ(parser->Close(), TV_S_OK);
+        EXPECT_EQ(response.refs, 1);
+        EXPECT_EQ(Feed(parser.get(), "<a/>", true), TV_E_FAIL);
+        uint32_t line = 0;
+        EXPECT_EQ(parser->GetCurrentLineNumber(&line), TV_E_FAIL);
+        // Init again after Close starts a new document.
+        ASSERT_EQ(parser->Init(&response, nullptr, false), TV_S_OK);
+        EXPECT_EQ(Feed(parser.get(), "<b/>", true), TV_S_OK);
+        parser->GetCurrentLineNumber(&line);
+        EXPECT_EQ(line, 1u);
+    }
+    EXPECT_EQ(response.refs, 1);
+    EXPECT_EQ(response.events, (Events{"start b @1:1", "end b", "end-document @1:5"}));
+}
+
+TEST(KMAXMLParser, AResponseMayCloseOrReleaseTheParserWhileItReads) {
+    Response response;
+    IKMAXMLParser* parser = nullptr;
+    ASSERT_EQ(CreateXMLParser(&parser), TV_S_OK);
+    parser->Init(&response, nullptr, true);
+    response.onText = [&] {
+        EXPECT_EQ(parser->Parse(nullptr, true), TV_E_FAIL);  // no reading inside a reading
+        parser->Close();
+        parser->Release();
+    };
+    EXPECT_EQ(Feed(parser, "<a>x<b/></a>", true), TV_S_OK);
+    EXPECT_EQ(response.refs, 1);
+}
+
+TEST(KMAXMLParser, RejectsMissingArguments) {
+    auto parser = NewParser();
+    EXPECT_EQ(parser->Init(nullptr, nullptr, true), TV_E_POINTER);
+    EXPECT_EQ(parser->GetCurrentErrorText(nullptr), TV_E_POINTER);
+    EXPECT_EQ(parser->GetCurrentLineNumber(nullptr), TV_E_POINTER);
+    EXPECT_EQ(CreateXMLParser(nullptr), TV_E_POINTER);
+}
+
+TEST(KMAXMLParser, TheDeclarationSwitchesTheCharacterSet) {
+    Response response;
+    auto parser = NewParser();
+    parser->Init(&response, "US-ASCII", true);
+    EXPECT_EQ(Feed(parser.get(), "<?xml version='1.0' encoding='GB2312'?><r>\xB0<x/></r>", true), TV_S_OK);
+    EXPECT_EQ(response.events[2], "text \"\\xB0<x/>\"");
+}
+
+}  // namespace
+}  // namespace tagvera

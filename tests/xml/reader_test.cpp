@@ -1,0 +1,274 @@
+// The parser core on well-formed and malformed documents: events, their positions, and each
+// failure with its result code and the line and column of the fault.
+#include <gtest/gtest.h>
+
+#include "tagvera/xml.h"
+#include "xml/event_log.h"
+
+namespace tagvera::xml::testing {
+namespace {
+
+using Events = std::vector<std::string>;
+
+TEST(XmlReader, ReportsElementsAttributesAndText) {
+    const Outcome r = Parse("<a x=\"1\" y='two'>hi<b/></a>");
+    EXPECT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:1 x=\"1\" y=\"two\"", "text \"hi\"", "start b @1:20", "end b", "end a",
+                                "end-document @1:28"}));
+}
+
+TEST(XmlReader, StartTagPositionsCountLinesAndColumns) {
+    const Outcome r = Parse("<r>\n  <a/>\n\t   <b\n c='1'/></r>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[2], "start a @2:3");
+    EXPECT_EQ(r.events[5], "start b @3:5 c=\"1\"");
+    EXPECT_EQ(r.events.back(), "end-document @4:13");
+}
+
+TEST(XmlReader, QuotedValuesReplaceThePredefinedEntitiesOnly) {
+    const Outcome r = Parse("<a v=\"&lt;b&gt; &amp;&quot;&apos; &foo; &#60; &amp\">&lt;b&gt;</a>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[0], "start a @1:1 v=\"<b> &\\x22' &foo; &#60; &amp\"");
+    // Text arrives exactly as written.
+    EXPECT_EQ(r.events[1], "text \"&lt;b&gt;\"");
+}
+
+TEST(XmlReader, GreaterThanInsideQuotesDoesNotEndATag) {
+    const Outcome r = Parse("<a x=\"1>2\" y='>'/>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[0], "start a @1:1 x=\"1>2\" y=\">\"");
+}
+
+TEST(XmlReader, WordsWithoutAValueAreNotAttributes) {
+    const Outcome r = Parse("<a checked x='1' 'loose'/>", Loose());
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[0], "start a @1:1 x=\"1\"");
+}
+
+TEST(XmlReader, SpaceAroundEqualsAndInsideTagsIsSkipped) {
+    const Outcome r = Parse("< a  x = '1'\n\ty\t=\"2\" ></a >");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:1 x=\"1\" y=\"2\"", "end a", "end-document @2:15"}));
+}
+
+TEST(XmlReader, CommentsNestAndIgnoreQuotes) {
+    const Outcome r = Parse("<!----><r><!-- it's <!-- inner --> still --><!-->--></r>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"comment \"\"", "start r @1:8", "comment \" it's <!-- inner --> still \"",
+                                "comment \">\"", "end r", "end-document @1:57"}));
+}
+
+TEST(XmlReader, CDataSectionsKeepMarkupAsText) {
+    const Outcome r = Parse("<r><![CDATA[a<b>&amp;]]x]]]><![CDATA[]]></r>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start r @1:1", "cdata-begin @1:4", "text \"a<b>&amp;]]x]\"", "cdata-end",
+                                "cdata-begin @1:29", "cdata-end", "end r", "end-document @1:45"}));
+}
+
+TEST(XmlReader, ProcessingInstructionsAndTheXmlDeclaration) {
+    const Outcome r = Parse("<?xml version=\"1.0\" encoding='US-ASCII'?>\n"
+                            "<?xml-stylesheet href=\"a.xsl\" type='text/xsl' alternate?>\n<?go a=b?><r/>");
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"pi xml version=\"1.0\" encoding=\"US-ASCII\"", "text \"\\x0A\"",
+                                "pi xml-stylesheet href=\"a.xsl\" type=\"text/xsl\"", "text \"\\x0A\"",
+                                "pi go a=\"b\"", "start r @3:11", "end r", "end-document @3:15"}));
+}
+
+TEST(XmlReader, StrictModeReportsTheDocumentType) {
+    const Outcome r = Parse(
+        "<!DOCTYPE a SYSTEM \"a.dtd\"><!DOCTYPE b PUBLIC '-//X//DTD' \"b.dtd\" [ <!ENTITY e \"x>y\"> ]>\n"
+        "<!DOCTYPE c><!DOCTYPE d PUBLIC \"p\"><!ELEMENT ignored><a/>");
+    ASSERT_EQ(r.code, TV_S_OK) << r.error;
+    EXPECT_EQ(r.events, (Events{"doctype a system=\"a.dtd\" public=\"\" @1:1",
+                                "doctype b system=\"b.dtd\" public=\"-//X//DTD\" @1:28", "text \"\\x0A\"",
+                                "doctype c system=\"\" public=\"\" @2:1", "doctype d system=\"\" public=\"p\" @2:13",
+                                "start a @2:54", "end a", "end-document @2:58"}));
+}
+
+TEST(XmlReader, LooseModeIgnoresDeclarations) {
+    const Outcome r = Parse("<!DOCTYPE a SYSTEM 'a.dtd'><!><!DOCTYPE><a/>", Loose());
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:41", "end a", "end-document @1:45"}));
+}
+
+TEST(XmlReader, LooseModeMatchesEndTagsIgnoringCaseAndTakesUnquotedValues) {
+    Outcome r = Parse("<a><b></B></a>", Loose());
+    EXPECT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:1", "start b @1:4", "end B", "end a", "end-document @1:15"}));
+
+    r = Parse("<a x=1/>", Loose());
+    EXPECT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:1 x=\"1\"", "end a", "end-document @1:9"}));
+
+    r = Parse("<a href=http://x/y z=&lt;>", Loose());
+    EXPECT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events[0], "start a @1:1 href=\"http://x/y\" z=\"&lt;\"");
+}
+
+TEST(XmlReader, LooseModeAcceptsElementsLeftOpenAndRepeatedAttributes) {
+    const Outcome r = Parse("<a x='1' x='2'><b>", Loose());
+    EXPECT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:1 x=\"1\" x=\"2\"", "start b @1:16", "end-document @1:19"}));
+}
+
+TEST(XmlReader, TextAtTheEndIsDeliveredWithTheLastPiece) {
+    const Outcome r = ParsePieces(std::string("<a/>tail\0", 9), {5});
+    ASSERT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"start a @1:1", "end a", "text \"tail\\x00\"", "end-document @1:10"}));
+}
+
+struct Fault {
+    const char* doc;
+    bool strict;
+    HRESULT code;
+    uint64_t line;
+    uint64_t column;
+};
+
+class XmlReaderFault : public ::testing::TestWithParam<Fault> {};
+
+TEST_P(XmlReaderFault, StopsWithItsCodeAtTheFault) {
+    const Fault& f = GetParam();
+    ReaderOptions options;
+    options.strict = f.strict;
+    const Outcome r = Parse(f.doc, options);
+    EXPECT_EQ(r.code, f.code) << f.doc << ": " << r.error;
+    EXPECT_EQ(r.position.line, f.line) << f.doc;
+    EXPECT_EQ(r.position.column, f.column) << f.doc;
+    const std::string where = "line " + std::to_string(f.line) + ", column " + std::to_string(f.column) + ": ";
+    EXPECT_EQ(r.error.rfind(where, 0), 0u) << r.error;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Documents, XmlReaderFault,
+    ::testing::Values(
+        // End tags.
+        Fault{"<a><b></B></a>", true, TV_E_XML_TAGMISMATCH, 1, 7},
+        Fault{"<a>\n  </b>", false, TV_E_XML_TAGMISMATCH, 2, 3},
+        Fault{"<a/></a>", true, TV_E_XML_TAGMISMATCH, 1, 5},
+        Fault{"text</a>", false, TV_E_XML_TAGMISMATCH, 1, 5},
+        Fault{"<a>\n<b>\n</b>", true, TV_E_XML_TAGMISMATCH, 3, 5},
+        // Attribute values.
+        Fault{"<a x=1/>", true, TV_E_XML_BADATTRIBUTEVALUE, 1, 6},
+        Fault{"<a\n  x =\tyes>", true, TV_E_XML_BADATTRIBUTEVALUE, 2, 7},
+        Fault{"<a x=>", true, TV_E_XML_MISSINGVALUE, 1, 5},
+        Fault{"<a y='1' x = />", false, TV_E_XML_MISSINGVALUE, 1, 12},
+        Fault{"<a x='1' x=\"2\"/>", true, TV_E_XML_DUPLICATEATTRIBUTE, 1, 10},
+        // Tags that do not end, or have no name.
+        Fault{"<a>\n<b x='1'", true, TV_E_XML_UNTERMINATEDTAG, 2, 1},
+        Fault{"<a x='1>", false, TV_E_XML_UNTERMINATEDTAG, 1, 1},
+        Fault{"<r><!-- open", true, TV_E_XML_UNTERMINATEDTAG, 1, 4},
+        Fault{"<r><![CDATA[ open ]>", true, TV_E_XML_UNTERMINATEDTAG, 1, 4},
+        Fault{"<r><?pi x", false, TV_E_XML_UNTERMINATEDTAG, 1, 4},
+        Fault{"<", false, TV_E_XML_UNTERMINATEDTAG, 1, 1},
+        Fault{"<r><>", true, TV_E_XML_EMPTYNAME, 1, 5},
+        Fault{"<r></ r>", true, TV_E_XML_EMPTYNAME, 1, 6},
+        // Processing instructions and declarations.
+        Fault{"<? ?>", true, TV_E_XML_BADPROCESSINGINSTRUCTION, 1, 4},
+        Fault{"<?pi a='b?>", false, TV_E_XML_BADPROCESSINGINSTRUCTION, 1, 8},
+        Fault{"<?pi a= ?>", false, TV_E_XML_BADPROCESSINGINSTRUCTION, 1, 7},
+        Fault{"\n<!>", true, TV_E_XML_BADDECLARATION, 2, 3},
+        Fault{"<!DOCTYPE>", true, TV_E_XML_BADDECLARATION, 1, 10},
+        Fault{"<!DOCTYPE 'a'>", true, TV_E_XML_BADDECLARATION, 1, 10},
+        Fault{"<!DOCTYPE a SYSTEM>", true, TV_E_XML_BADDECLARATION, 1, 13},
+        Fault{"<!DOCTYPE a [x] extra>", true, TV_E_XML_BADDECLARATION, 1, 17}));
+
+TEST(XmlReader, DuplicateAttributesAreFoundAmongMany) {
+    std::string doc = "<a";
+    for (int i = 0; i < 100; ++i) doc += " n" + std::to_string(i) + "='v'";
+    const size_t column = doc.size() + 2;
+    doc += " n57='again'/>";
+    const Outcome r = Parse(doc);
+    EXPECT_EQ(r.code, TV_E_XML_DUPLICATEATTRIBUTE);
+    EXPECT_EQ(r.position.column, column);
+    EXPECT_NE(r.error.find("\"n57\""), std::string::npos) << r.error;
+}
+
+TEST(XmlReader, NestingDeeperThanTheBoundFails) {
+    ReaderOptions options;
+    options.maxDepth = 50;
+    std::string ok;
+    for (int i = 0; i < 50; ++i) ok += "<e>";
+    ok += "<leaf/>";
+    for (int i = 0; i < 50; ++i) ok += "</e>";
+    EXPECT_EQ(Parse(ok, options).code, TV_S_OK);
+
+    const Outcome r = Parse("<e>" + ok, options);
+    EXPECT_EQ(r.code, TV_E_XML_LIMIT);
+    EXPECT_EQ(r.position.column, 151u);
+    EXPECT_NE(r.error.find("nested deeper than 50"), std::string::npos) << r.error;
+}
+
+TEST(XmlReader, ATokenLongerThanTheBoundFailsWithoutWaitingForItsEnd) {
+    ReaderOptions options;
+    options.maxTokenSize = 1000;
+    EventLog log;
+    Reader reader(log, "", options);
+    reader.feed("<r>", false);
+    const std::string chunk(300, 'x');
+    reader.feed("<long a='", false);
+    HRESULT code = TV_S_OK;
+    for (int i = 0; i < 10 && code == TV_S_OK; ++i) {
+        try {
+            reader.feed(chunk, false);
+        } catch (const Error& e) {
+            code = e.code();
+        }
+    }
+    EXPECT_EQ(code, TV_E_XML_LIMIT);
+    EXPECT_EQ(reader.position().column, 4u);
+    // The same token whole fails the same way.
+    EXPECT_EQ(Parse("<r><long a='" + std::string(3000, 'x') + "'/></r>", options).code, TV_E_XML_LIMIT);
+}
+
+TEST(XmlReader, AFailureStaysForLaterPieces) {
+    EventLog log;
+    Reader reader(log, "", {});
+    EXPECT_THROW(reader.feed("<a></b>", false), Error);
+    const std::string text = reader.failureText();
+    try {
+        reader.feed("<c/>", true);
+        FAIL() << "a later piece was read";
+    } catch (const Error& e) {
+        EXPECT_EQ(e.code(), TV_E_XML_TAGMISMATCH);
+        EXPECT_EQ(e.what(), text);
+    }
+    EXPECT_EQ(log.events, (Events{"start a @1:1"}));
+}
+
+TEST(XmlReader, AFailingHandlerStopsTheParseWithItsResult) {
+    EventLog log;
+    log.failOn = "text";
+    log.failWith = static_cast<HRESULT>(0x80041234u);
+    Reader reader(log, "", {});
+    try {
+        reader.feed("<a>x<b/></a>", true);
+        FAIL();
+    } catch (const Error& e) {
+        EXPECT_EQ(e.code(), static_cast<HRESULT>(0x80041234u));
+    }
+    EXPECT_EQ(log.events, (Events{"start a @1:1", "text \"x\""}));
+    EXPECT_EQ(reader.position().column, 4u);
+}
+
+TEST(XmlReader, NothingIsReadAfterTheLastPiece) {
+    EventLog log;
+    Reader reader(log, "", {});
+    reader.feed("<a/>", true);
+    EXPECT_TRUE(reader.finished());
+    try {
+        reader.feed("<b/>", true);
+        FAIL();
+    } catch (const Error& e) {
+        EXPECT_EQ(e.code(), TV_E_FAIL);
+    }
+}
+
+TEST(XmlReader, AnEmptyDocumentEndsAtOnce) {
+    const Outcome r = Parse("");
+    EXPECT_EQ(r.code, TV_S_OK);
+    EXPECT_EQ(r.events, (Events{"end-document @1:1"}));
+}
+
+}  // namespace
+}  // namespace tagvera::xml::testing
