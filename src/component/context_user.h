@@ -13,15 +13,21 @@ public:
         if (factory_) factory_->Release();
     }
 
+    // The context is asked every time rather than remembered by address: a host may free one
+    // context and make another at the same place. The factory it answers is what is compared.
     HRESULT TV_STDCALL SetContext(IUnknown* context) override {
-        if (context != context_) {
-            IKMAClassFactory* next = nullptr;
-            if (context) context->QueryInterface(IID_IKMAClassFactory, reinterpret_cast<void**>(&next));
-            if (factory_) factory_->Release();
+        IKMAClassFactory* next = nullptr;
+        if (context && Failed(context->QueryInterface(IID_IKMAClassFactory, reinterpret_cast<void**>(&next))))
+            next = nullptr;
+        if (next == factory_) {
+            if (next) next->Release();
+        } else {
+            IKMAClassFactory* previous = factory_;
             factory_ = next;
-            context_ = context;
+            if (previous) previous->Release();
         }
-        return OnContextChanged();
+        OnContextChanged();
+        return TV_S_OK;
     }
     virtual HRESULT OnContextChanged() { return TV_S_OK; }
 
@@ -33,7 +39,9 @@ public:
         if (!out) return TV_E_POINTER;
         *out = nullptr;
         if (!factory_) return TV_E_NOCLASSFACTORY;
-        return factory_->CreateInstance(classId, nullptr, iid, reinterpret_cast<void**>(out));
+        const HRESULT hr = factory_->CreateInstance(classId, nullptr, iid, reinterpret_cast<void**>(out));
+        if (Failed(hr)) *out = nullptr;
+        return hr;
     }
 
     CKCAContextUserMixin(const CKCAContextUserMixin&) = delete;
@@ -49,7 +57,6 @@ protected:
 
 private:
     IKMAClassFactory* factory_ = nullptr;
-    IUnknown* context_ = nullptr;  // compared only, never dereferenced after SetContext
 };
 
 }  // namespace tagvera

@@ -4,6 +4,7 @@
 
 #include <new>
 
+#include "base/error.h"
 #include "component/unknown.h"
 
 namespace tagvera {
@@ -14,38 +15,30 @@ public:
     explicit CKCAManagedComponent_(IKCAPackage_* package) : package_(package) {
         if (package_) package_->ComponentCreated();
     }
+    // Runs before T's destructor, so the package hears of the end while the object is whole.
     ~CKCAManagedComponent_() override {
         if (package_) package_->ComponentDestroyed();
     }
 
+    IKCAPackage_* package() const { return package_; }
+
 private:
-    IKCAPackage_* package_;  // not reference counted: the package outlives its components
+    IKCAPackage_* package_;  // not reference counted: the package keeps itself alive for us
 };
 
 // A component creator of the shape the component table holds.
 typedef HRESULT (*ComponentCreator)(IKCAPackage_* package, IUnknown* outer, IUnknown** out);
 
-// Creation in two phases: construct, FinalConstruct with a guard reference, then hand out.
+// Creation in two phases: construct (which tells the package), FinalConstruct, then hand out.
 template <class T>
 HRESULT CreateManagedComponent(IKCAPackage_* package, IUnknown* outer, IUnknown** out) {
     if (!out) return TV_E_POINTER;
     *out = nullptr;
-    auto* obj = new (std::nothrow) CKCAManagedComponent_<T>(package);
-    if (!obj) return TV_E_OUTOFMEMORY;
-    obj->InternalAddRef();
-    HRESULT hr;
-    try {
-        hr = obj->FinalConstruct();
-    } catch (...) {
-        hr = TV_E_FAIL;
-    }
-    // Drop the guard reference without letting InternalRelease delete the object.
-    obj->DropConstructionRef();
-    if (Failed(hr)) {
-        delete obj;
-        return hr;
-    }
-    return obj->SetupAggregation(outer, out);
+    return Guard([&]() -> HRESULT {
+        auto* object = new (std::nothrow) CKCAManagedComponent_<T>(package);
+        if (!object) return TV_E_OUTOFMEMORY;
+        return FinishConstruction(object, outer, out);
+    });
 }
 
 }  // namespace tagvera

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <new>
 
+#include "base/error.h"
 #include "tagvera/abi.h"
 #include "tagvera/plugin.h"
 
@@ -30,6 +31,8 @@ public:
     virtual uint32_t InternalRelease() {
         const int32_t left = --refs_;
         if (left > 0) return static_cast<uint32_t>(left);
+        // A FinalRelease that takes and drops a reference of its own must not delete us twice.
+        refs_.store(1);
         FinalRelease();
         delete this;
         return 0;
@@ -70,7 +73,15 @@ public:
     explicit CAggregateImpl(CUnknownIMP* owner) : owner_(owner) {}
     ~CAggregateImpl() { delete owner_; }
 
+    // IUnknown is this object itself, so the outer object can hold the inner one's lifetime;
+    // every other interface comes from the owner and counts on the outer object.
     HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {
+        if (!out) return TV_E_POINTER;
+        if (iid == IID_IUnknown) {
+            *out = static_cast<IUnknown*>(this);
+            AddRef();
+            return TV_S_OK;
+        }
         return owner_->InternalQueryInterface(iid, out);
     }
     uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs_); }
@@ -85,6 +96,23 @@ private:
     std::atomic<int32_t> refs_{0};
     CUnknownIMP* owner_;
 };
+
+// The second construction phase shared by every creator: FinalConstruct under a guard reference,
+// then the first reference through SetupAggregation. On any failure the object is destroyed and
+// *out stays null. out must be valid and already null.
+HRESULT FinishConstruction(CUnknownIMP* object, IUnknown* outer, IUnknown** out);
+
+// Creates a T that is not tied to the package (buffers, value lists made without the host).
+template <class T>
+HRESULT CreateObject(IUnknown* outer, IUnknown** out) {
+    if (!out) return TV_E_POINTER;
+    *out = nullptr;
+    return Guard([&]() -> HRESULT {
+        auto* object = new (std::nothrow) T();
+        if (!object) return TV_E_OUTOFMEMORY;
+        return FinishConstruction(object, outer, out);
+    });
+}
 
 }  // namespace tagvera
 
