@@ -1,0 +1,156 @@
+// IKMABuffer: the same contract for the library's CZNBuffer and the host's buffer, plus the
+// library's inline/heap storage rules.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <numeric>
+#include <vector>
+
+#include "component/buffer.h"
+#include "component/value_objects.h"
+#include "tagvera/com_ptr.h"
+#include "value_makers.h"
+
+using namespace tagvera;
+
+namespace {
+
+std::vector<uint8_t> Bytes(size_t n, uint8_t first = 1) {
+    std::vector<uint8_t> v(n);
+    std::iota(v.begin(), v.end(), first);
+    return v;
+}
+
+std::vector<uint8_t> Content(IKMABuffer* b) {
+    uint8_t* data = nullptr;
+    uint32_t size = 0;
+    EXPECT_EQ(b->Get(&data, &size), TV_S_OK);
+    EXPECT_EQ(data, b->GetBuffer());
+    EXPECT_EQ(size, b->GetSize());
+    return std::vector<uint8_t>(data, data + size);
+}
+
+class BufferContract : public ::testing::TestWithParam<ValueMaker> {
+protected:
+    ComPtr<IKMABuffer> Make() {
+        ComPtr<IKMABuffer> b;
+        EXPECT_EQ(GetParam().buffer(b.put()), TV_S_OK);
+        return b;
+    }
+};
+
+TEST_P(BufferContract, StartsEmptyWithOneReference) {
+    auto b = Make();
+    ASSERT_TRUE(b);
+    EXPECT_EQ(b->GetSize(), 0u);
+    EXPECT_NE(b->GetBuffer(), nullptr);
+    EXPECT_EQ(b->AddRef(), 2u);
+    EXPECT_EQ(b->Release(), 1u);
+}
+
+TEST_P(BufferContract, SetReplacesTheContentAtEverySize) {
+    auto b = Make();
+    for (size_t n : {0u, 1u, 15u, 16u, 17u, 4096u, 3u, 15u, 100000u, 0u}) {
+        const auto bytes = Bytes(n, static_cast<uint8_t>(n));
+        ASSERT_EQ(b->Set(bytes.data(), static_cast<uint32_t>(n)), TV_S_OK) << n;
+        EXPECT_EQ(Content(b.get()), bytes) << n;
+    }
+}
+
+TEST_P(BufferContract, SetSizeKeepsTheContentAndZeroesWhatGrows) {
+    auto b = Make();
+    const auto bytes = Bytes(10);
+    ASSERT_EQ(b->Set(bytes.data(), 10), TV_S_OK);
+    ASSERT_EQ(b->SetSize(4), TV_S_OK);
+    EXPECT_EQ(Content(b.get()), Bytes(4));
+    ASSERT_EQ(b->SetSize(40), TV_S_OK);
+    auto grown = Bytes(4);
+    grown.resize(40, 0);
+    EXPECT_EQ(Content(b.get()), grown);
+    ASSERT_EQ(b->SetSize(12), TV_S_OK);
+    grown.resize(12);
+    EXPECT_EQ(Content(b.get()), grown);
+}
+
+TEST_P(BufferContract, SharedBufferCannotBeResized) {
+    auto b = Make();
+    const auto bytes = Bytes(20);
+    ASSERT_EQ(b->Set(bytes.data(), 20), TV_S_OK);
+    auto second = b;  // a second reference
+    EXPECT_EQ(b->SetSize(5), TV_E_NOCLASSFACTORY);
+    EXPECT_EQ(b->SetSize(50), TV_E_NOCLASSFACTORY);
+    EXPECT_EQ(b->Set(bytes.data(), 3), TV_E_NOCLASSFACTORY);
+    EXPECT_EQ(Content(b.get()), bytes);
+    second.reset();
+    EXPECT_EQ(b->SetSize(5), TV_S_OK);
+}
+
+TEST_P(BufferContract, SetFromItsOwnContentAndBadArguments) {
+    auto b = Make();
+    const auto bytes = Bytes(40);
+    ASSERT_EQ(b->Set(bytes.data(), 40), TV_S_OK);
+    ASSERT_EQ(b->Set(b->GetBuffer() + 30, 10), TV_S_OK);
+    EXPECT_EQ(Content(b.get()), std::vector<uint8_t>(bytes.begin() + 30, bytes.end()));
+    // A source running past the content is refused rather than read out of bounds.
+    EXPECT_EQ(b->Set(b->GetBuffer() + 5, 6), TV_E_INVALIDARG);
+
+    EXPECT_EQ(b->Set(nullptr, 3), TV_E_POINTER);
+    EXPECT_EQ(b->Set(nullptr, 0), TV_S_OK);
+    EXPECT_EQ(b->GetSize(), 0u);
+    uint32_t size = 0;
+    uint8_t* data = nullptr;
+    EXPECT_EQ(b->Get(nullptr, &size), TV_E_POINTER);
+    EXPECT_EQ(b->Get(&data, nullptr), TV_E_POINTER);
+}
+
+TEST_P(BufferContract, AnswersOnlyItsOwnInterfaces) {
+    auto b = Make();
+    auto unknown = QueryAs<IUnknown>(b, IID_IUnknown);
+    ASSERT_TRUE(unknown);
+    EXPECT_EQ(QueryAs<IUnknown>(unknown, IID_IUnknown).get(), unknown.get());
+    void* out = reinterpret_cast<void*>(0x1);
+    EXPECT_EQ(b->QueryInterface(IID_IKMAValues, &out), TV_E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Implementations, BufferContract, ::testing::ValuesIn(AllValueMakers()), MakerName);
+
+// The library's storage: up to 15 bytes inline, more on the heap, moving back when it fits again.
+TEST(CZNBufferStorage, FifteenBytesStayInlineSixteenGoToTheHeap) {
+    ComPtr<IKMABuffer> itf;
+    ASSERT_EQ(NewBuffer(itf.put()), TV_S_OK);
+    auto* b = static_cast<CZNBuffer*>(itf.get());
+    const auto bytes = Bytes(64);
+
+    ASSERT_EQ(b->Set(bytes.data(), 15), TV_S_OK);
+    EXPECT_FALSE(b->onHeap());
+    EXPECT_EQ(b->GetSize(), 15u);
+    ASSERT_EQ(b->Set(bytes.data(), 16), TV_S_OK);
+    EXPECT_TRUE(b->onHeap());
+
+    // Shrinking leaves the content in its block; growing within 15 bytes brings it back inline.
+    ASSERT_EQ(b->SetSize(3), TV_S_OK);
+    EXPECT_TRUE(b->onHeap());
+    ASSERT_EQ(b->SetSize(10), TV_S_OK);
+    EXPECT_FALSE(b->onHeap());
+    EXPECT_EQ(std::memcmp(b->GetBuffer(), bytes.data(), 3), 0);
+
+    // Inline content moves to the heap keeping what it had.
+    ASSERT_EQ(b->SetSize(64), TV_S_OK);
+    EXPECT_TRUE(b->onHeap());
+    EXPECT_EQ(std::memcmp(b->GetBuffer(), bytes.data(), 3), 0);
+}
+
+TEST(CZNBufferStorage, TextBuffersCarryTheirNul) {
+    ComPtr<IKMABuffer> b;
+    ASSERT_EQ(NewTextBuffer("audio/mp3", b.put()), TV_S_OK);
+    EXPECT_EQ(b->GetSize(), 10u);
+    EXPECT_EQ(b->GetBuffer()[9], 0);
+    EXPECT_EQ(BufferText(b.get()), "audio/mp3");
+    // A buffer without a NUL reads up to its size and no further.
+    ASSERT_EQ(b->Set(reinterpret_cast<const uint8_t*>("abc"), 3), TV_S_OK);
+    EXPECT_EQ(BufferText(b.get()), "abc");
+    EXPECT_EQ(BufferText(nullptr), "");
+}
+
+}  // namespace
