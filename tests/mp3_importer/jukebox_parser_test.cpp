@@ -1,0 +1,252 @@
+// The jukebox metadata frame's parser on its own: what it accepts, what Build keeps and drops, and
+// reference data through a data source.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "metaprop/metaprop_component.h"
+#include "mp3/jukebox_parser.h"
+#include "mp3_importer/tree_support.h"
+#include "platform/scratch_dir.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/metaprop_serialize.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera {
+namespace {
+
+using testing::Bytes;
+
+ComPtr<IMPAKJMDParser> NewParser() {
+    ComPtr<IMPAKJMDParser> parser;
+    EXPECT_EQ(CreateJukeboxParser(nullptr, parser.put()), TV_S_OK);
+    return parser;
+}
+
+// A tree as the jukebox stores it: title, artist, album, comments, a year and a nested credit.
+ComPtr<IMPAMetaProperty> StoredTree() {
+    auto tree = testing::NewTree();
+    tree->AddText("Track:Name", "Stored Title", 0, true, nullptr);
+    tree->AddText("Track:Comments", "Stored comment", 0, true, nullptr);
+    tree->AddNumber("Track:Year", 1999, 0, true, nullptr);
+    tree->AddText("Artist:Name", "Stored Artist", 0, true, nullptr);
+    tree->AddText("Album:Name", "Stored Album", 0, true, nullptr);
+    tree->AddText("Track:Credits:Producer", "Stored Producer", 0, true, nullptr);
+    return tree;
+}
+
+Bytes Parsed(IMPAKJMDParser* parser) {
+    ComPtr<IKMABuffer> buffer;
+    EXPECT_EQ(parser->GetBlock(buffer.put()), TV_S_OK);
+    if (!buffer) return {};
+    uint8_t* data = nullptr;
+    uint32_t size = 0;
+    buffer->Get(&data, &size);
+    return Bytes(data, data + size);
+}
+
+// The held block read back into a fresh tree.
+ComPtr<IMPAMetaProperty> Held(IMPAKJMDParser* parser) {
+    auto tree = testing::NewTree();
+    EXPECT_EQ(parser->CopyToTree(tree.get()), TV_S_OK);
+    return tree;
+}
+
+TEST(JukeboxParser, RefusesShortBlocksBeforeLookingAtTheMagic) {
+    auto parser = NewParser();
+    Bytes block = testing::BlockOf(StoredTree().get());
+    ASSERT_GE(block.size(), 32u);
+    EXPECT_EQ(parser->Parse(block.data(), 31), TV_E_FAIL);
+    EXPECT_EQ(parser->Parse(nullptr, 100), TV_E_FAIL);
+    Bytes notABlock(64, 'x');
+    EXPECT_EQ(parser->Parse(notABlock.data(), 31), TV_E_FAIL);
+    EXPECT_EQ(parser->Parse(notABlock.data(), 32), TV_E_INVALIDARG);
+    // A good magic over a record that does not hold together.
+    std::memcpy(notABlock.data(), "KJMD", 4);
+    EXPECT_EQ(parser->Parse(notABlock.data(), 64), TV_E_FAIL);
+    // Nothing is held after a failure.
+    auto tree = testing::NewTree();
+    EXPECT_EQ(parser->CopyToTree(tree.get()), TV_E_NOTLOADED);
+}
+
+TEST(JukeboxParser, AnswersNotLoadedAndNullPointers) {
+    auto parser = NewParser();
+    auto tree = testing::NewTree();
+    uint8_t byte = 0;
+    ComPtr<IKMABuffer> buffer;
+    EXPECT_EQ(parser->CopyToTree(tree.get()), TV_E_NOTLOADED);
+    EXPECT_EQ(parser->GetPropertyData(tree.get(), &byte, 1), TV_E_NOTLOADED);
+    EXPECT_EQ(parser->SavePropertyData(tree.get(), "/tmp/x"), TV_E_NOTLOADED);
+    EXPECT_EQ(parser->GetBlock(buffer.put()), TV_E_NOTLOADED);
+    EXPECT_EQ(parser->Build(nullptr, nullptr, 0), TV_E_POINTER);
+    EXPECT_EQ(parser->GetBlock(nullptr), TV_E_POINTER);
+
+    Bytes block = testing::BlockOf(StoredTree().get());
+    ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
+    EXPECT_EQ(parser->CopyToTree(nullptr), TV_E_POINTER);
+    EXPECT_EQ(parser->GetPropertyData(nullptr, &byte, 1), TV_E_POINTER);
+    EXPECT_EQ(parser->GetPropertyData(tree.get(), nullptr, 1), TV_E_POINTER);
+    EXPECT_EQ(parser->SavePropertyData(tree.get(), nullptr), TV_E_POINTER);
+}
+
+TEST(JukeboxParser, AnswersOnlyItsOwnInterface) {
+    auto parser = NewParser();
+    EXPECT_TRUE(QueryAs<IUnknown>(parser, IID_IUnknown));
+    EXPECT_TRUE(QueryAs<IMPAKJMDParser>(parser, IID_IMPAKJMDParser));
+    EXPECT_FALSE(QueryAs<IMPAMetaProperty>(parser, IID_IMPAMetaProperty));
+}
+
+TEST(JukeboxParser, CopiesTheBlockIntoATreeAndHandsItOutUnchanged) {
+    auto parser = NewParser();
+    Bytes block = testing::BlockOf(StoredTree().get());
+    ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
+    EXPECT_EQ(Parsed(parser.get()), block);
+    auto tree = Held(parser.get());
+    EXPECT_EQ(testing::TextAt(tree.get(), "Track:Name"), "Stored Title");
+    EXPECT_EQ(testing::TextAt(tree.get(), "Album:Name"), "Stored Album");
+    EXPECT_EQ(testing::TextAt(tree.get(), "Track:Credits:Producer"), "Stored Producer");
+}
+
+TEST(JukeboxParser, BuildKeepsWhatDidNotChange) {
+    auto parser = NewParser();
+    Bytes block = testing::BlockOf(StoredTree().get());
+    ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
+
+    // The host's tree: only the title changed (a value set over an existing one).
+    auto edited = StoredTree();
+    ComPtr<IMPAMetaProperty> title;
+    ASSERT_EQ(edited->FindByPath("Track:Name", title.put()), TV_S_OK);
+    const char newTitle[] = "New Title";
+    title->SetValue(reinterpret_cast<const uint8_t*>(newTitle), sizeof newTitle);
+    edited->AddText("Album:Name", "Unchanged in the block", 0, true, nullptr);  // a new node, state 0
+
+    ASSERT_EQ(parser->Build(edited.get(), nullptr, 0), TV_S_OK);
+    auto rebuilt = Held(parser.get());
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "New Title");
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Album:Name"), "Stored Album");
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Comments"), "Stored comment");
+    EXPECT_EQ(testing::NumberAt(rebuilt.get(), "Track:Year"), 1999u);
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Credits:Producer"), "Stored Producer");
+    // The block the writer stores is big-endian, standard magic.
+    Bytes out = Parsed(parser.get());
+    ASSERT_GE(out.size(), 8u);
+    EXPECT_EQ(std::string(out.begin(), out.begin() + 4), "KJMD");
+    EXPECT_EQ(out[7], 1);
+}
+
+TEST(JukeboxParser, BuildDropsDeletedProperties) {
+    auto parser = NewParser();
+    Bytes block = testing::BlockOf(StoredTree().get());
+    ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
+    auto edited = StoredTree();
+    ComPtr<IMPAMetaProperty> comments;
+    ASSERT_EQ(edited->FindByPath("Track:Comments", comments.put()), TV_S_OK);
+    comments->SetChanged(kDeleted);
+
+    ASSERT_EQ(parser->Build(edited.get(), nullptr, 0), TV_S_OK);
+    auto rebuilt = Held(parser.get());
+    ComPtr<IMPAMetaProperty> gone;
+    EXPECT_TRUE(Failed(rebuilt->FindFirstChild("Track:Comments", gone.put())));
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "Stored Title");
+}
+
+TEST(JukeboxParser, BuildLooksTwoLevelsDeepOnly) {
+    auto parser = NewParser();
+    auto tree = testing::NewTree();
+    tree->AddText("Track:Name", "Title", 0, true, nullptr);
+    tree->AddText("Track:Credits:Producer", "Deep", 0, true, nullptr);
+    ComPtr<IMPAMetaProperty> producer;
+    ASSERT_EQ(tree->FindByPath("Track:Credits:Producer", producer.put()), TV_S_OK);
+    producer->SetChanged(kChanged);
+    ComPtr<IMPAMetaProperty> name;
+    ASSERT_EQ(tree->FindByPath("Track:Name", name.put()), TV_S_OK);
+    name->SetChanged(kChanged);
+
+    // No block held yet: a file's first jukebox frame.
+    ASSERT_EQ(parser->Build(tree.get(), nullptr, 0), TV_S_OK);
+    auto rebuilt = Held(parser.get());
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "Title");
+    ComPtr<IMPAMetaProperty> absent;
+    EXPECT_TRUE(Failed(rebuilt->FindFirstChild("Track:Credits", absent.put())));
+}
+
+TEST(JukeboxParser, BuildWithForceTakesEverythingAtTwoLevels) {
+    auto parser = NewParser();
+    auto tree = StoredTree();
+    ASSERT_EQ(parser->Build(tree.get(), nullptr, 1), TV_S_OK);
+    auto rebuilt = Held(parser.get());
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "Stored Title");
+    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
+    // The host's tree is left as it was: Build adds copies, not the host's own nodes.
+    uint32_t parents = 0;
+    ComPtr<IMPAMetaProperty> name;
+    ASSERT_EQ(tree->FindByPath("Track:Name", name.put()), TV_S_OK);
+    auto manager = QueryAs<IMPAMetaPropertyParentMgr>(name, IID_IMPAMetaPropertyParentMgr);
+    ASSERT_TRUE(manager);
+    manager->GetParentCount(&parents);
+    EXPECT_EQ(parents, 1u);
+}
+
+TEST(JukeboxParser, CoverThroughADataSourceIsStoredAndReadBack) {
+    const Bytes picture = test::Pattern(5000, 3);
+    auto tree = testing::NewTree();
+    ComPtr<IMPAMetaProperty> cover;
+    ASSERT_EQ(tree->AddProperty("Album:Cover Art", kTypeReference, 0, nullptr, 0, true, cover.put()), TV_S_OK);
+    cover->AddNumber(kPropDataSize, uint32_t(picture.size()), 0, true, nullptr);
+    cover->AddText(kPropMimeType, "image/jpeg", 0, true, nullptr);
+    cover->SetChanged(kChanged);
+    testing::FakeDataSource source(picture);
+
+    auto parser = NewParser();
+    // Without a data source a changed reference is left out.
+    ASSERT_EQ(parser->Build(tree.get(), nullptr, 0), TV_S_OK);
+    Bytes buffer(picture.size());
+    EXPECT_EQ(parser->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_E_FAIL);
+
+    ASSERT_EQ(parser->Build(tree.get(), &source, 0), TV_S_OK);
+    EXPECT_EQ(parser->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_S_OK);
+    EXPECT_EQ(buffer, picture);
+    // A short buffer gets the first bytes.
+    Bytes head(10);
+    EXPECT_EQ(parser->GetPropertyData(cover.get(), head.data(), uint32_t(head.size())), TV_S_OK);
+    EXPECT_EQ(head, Bytes(picture.begin(), picture.begin() + 10));
+
+    // In the block: a type-10 record with "DataSize"; read without reference data into a tree.
+    auto held = Held(parser.get());
+    ComPtr<IMPAMetaProperty> stored;
+    ASSERT_EQ(held->FindByPath("Album:Cover Art", stored.put()), TV_S_OK);
+    uint32_t type = 0;
+    stored->GetType(&type);
+    EXPECT_EQ(type, uint32_t(kTypeReference));
+    EXPECT_EQ(testing::NumberAt(stored.get(), kPropDataSize), picture.size());
+
+    test::ScratchDir dir;
+    ASSERT_EQ(parser->SavePropertyData(cover.get(), dir.file("cover.jpg").c_str()), TV_S_OK);
+    EXPECT_EQ(test::ReadAll(dir.file("cover.jpg")), picture);
+    EXPECT_EQ(parser->SavePropertyData(cover.get(), dir.file("missing/cover.jpg").c_str()), TV_E_FAIL);
+}
+
+TEST(JukeboxParser, PropertyDataOnlyForStoredReferences) {
+    auto parser = NewParser();
+    auto stored = StoredTree();
+    ComPtr<IMPAMetaProperty> tiny;
+    stored->AddProperty("Album:Tiny", kTypeDataReference, 0, reinterpret_cast<const uint8_t*>("x"), 1, true,
+                        tiny.put());
+    Bytes block = testing::BlockOf(stored.get());
+    ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
+    uint8_t buffer[16] = {};
+    ComPtr<IMPAMetaProperty> title;
+    ASSERT_EQ(stored->FindByPath("Track:Name", title.put()), TV_S_OK);
+    EXPECT_EQ(parser->GetPropertyData(title.get(), buffer, sizeof buffer), TV_E_FAIL);  // not a reference
+    EXPECT_EQ(parser->GetPropertyData(tiny.get(), buffer, sizeof buffer), TV_E_FAIL);   // fewer than 2 bytes
+    auto elsewhere = testing::NewTree();
+    ComPtr<IMPAMetaProperty> missing;
+    elsewhere->AddProperty("Album:Back Cover", kTypeReference, 0, nullptr, 0, true, missing.put());
+    EXPECT_EQ(parser->GetPropertyData(missing.get(), buffer, sizeof buffer), TV_E_FAIL);
+}
+
+}  // namespace
+}  // namespace tagvera
