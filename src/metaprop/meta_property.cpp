@@ -16,14 +16,15 @@ namespace tagvera {
 
 HRESULT CMPAMetaProperty::InternalQueryInterface(const GUID& iid, void** out) {
     if (!out) return TV_E_POINTER;
-    // Tested in this order. IMPAMetaPropertySerialize (after IMPAMetaProperty), IKMAXMLParserResponse
-    // (after IMPAMetaPropertyLinkedList) and IMPAMetaPropertySerialize2 (before the parent manager)
-    // join the table with the serialized forms.
+    // Tested in this order.
     if (iid == IID_IUnknown) return Hand(static_cast<IUnknown*>(static_cast<CUnknownIMP*>(this)), out);
     if (iid == IID_IKNContextUser) return Hand(static_cast<IKNContextUser*>(this), out);
     if (iid == IID_IMPAMetaProperty) return Hand(static_cast<IMPAMetaProperty*>(this), out);
+    if (iid == IID_IMPAMetaPropertySerialize) return Hand(static_cast<IMPAMetaPropertySerialize*>(this), out);
     if (iid == IID_IMPAFileProperties) return Hand(static_cast<IMPAFileProperties*>(this), out);
     if (iid == IID_IMPAMetaPropertyLinkedList) return Hand(static_cast<IMPAMetaPropertyLinkedList*>(this), out);
+    if (iid == IID_IKMAXMLParserResponse) return Hand(static_cast<IKMAXMLParserResponse*>(this), out);
+    if (iid == IID_IMPAMetaPropertySerialize2) return Hand(static_cast<IMPAMetaPropertySerialize2*>(this), out);
     if (iid == IID_IMPAMetaPropertyParentMgr) return Hand(static_cast<IMPAMetaPropertyParentMgr*>(this), out);
     if (iid == IID_CMPAMetaPropertyClass) return Hand(this, out);
     return NoInterface(out);
@@ -169,8 +170,10 @@ HRESULT CMPAMetaProperty::GetFlags(uint32_t* flags) {
 
 HRESULT CMPAMetaProperty::GetPath(const char** path) {
     if (!path) return TV_E_POINTER;
-    *path = path_.c_str();
-    return path_.empty() ? TV_E_PROP_EMPTY : TV_S_OK;
+    return Guard([&]() -> HRESULT {
+        *path = this->path().c_str();
+        return path_.empty() ? TV_E_PROP_EMPTY : TV_S_OK;
+    });
 }
 
 HRESULT CMPAMetaProperty::GetChanged(uint32_t* changed) {

@@ -14,6 +14,8 @@
 
 #include "component/context_user.h"
 #include "component/unknown.h"
+#include "metaprop/node_path.h"
+#include "metaprop/meta_property_serialize.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/vocabulary.h"
@@ -31,8 +33,11 @@ inline constexpr GUID IID_CMPAMetaPropertyClass = TV_GUID(6B0C51E2, 3F7A, 4D21, 
 class CMPAMetaProperty : public CUnknownIMP,
                          public CKCAContextUserMixin,
                          public IMPAMetaProperty,
+                         public CMPAMetaPropertySerializeImpl<CMPAMetaProperty>,
                          public IMPAFileProperties,
                          public IMPAMetaPropertyLinkedList,
+                         public CMPAXMLParserResponseImpl<CMPAMetaProperty>,
+                         public CMPAMetaPropertySerialize2Impl<CMPAMetaProperty>,
                          public IMPAMetaPropertyParentMgr {
 public:
     // One child name: its chain of nodes (linked by their next-sibling fields) and the chain's cursors.
@@ -61,7 +66,8 @@ public:
 
     // Read access for this layer (the serialized forms), without touching any cursor.
     const std::string& name() const { return name_; }
-    const std::string& path() const { return path_; }
+    // Spelled out on first use after a change.
+    const std::string& path() const;
     uint32_t type() const { return type_; }
     uint32_t flags() const { return flags_; }
     uint32_t changed() const { return changed_; }
@@ -195,8 +201,8 @@ private:
     void* ValuePointer() const;
 
     // Paths and lookup (meta_property_find.cpp).
-    void ComposePath(std::string_view parentPath);
-    void UpdatePaths(std::string_view parentPath);
+    void ComposePath(const NodePath& parentPath);
+    void UpdatePaths(const NodePath& parentPath);
     void UpdateChildPaths();
     HRESULT FindDirect(std::string_view name, ComPtr<IMPAMetaProperty>& out);
     HRESULT SearchByName(std::string_view name, ComPtr<IMPAMetaProperty>& out);
@@ -230,7 +236,9 @@ private:
     HRESULT StandardGroup(const char* group, ComPtr<IMPAMetaProperty>& out);
 
     std::string name_;
-    std::string path_;
+    NodePath path_;
+    mutable std::string pathText_;
+    mutable bool pathSpelled_ = true;
     uint32_t type_ = kTypeNone;
     uint32_t flags_ = 0;
     std::unique_ptr<uint8_t[]> value_;
