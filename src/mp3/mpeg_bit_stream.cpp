@@ -1,0 +1,207 @@
+#include "mp3/mpeg_bit_stream.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/error.h"
+
+namespace tagvera {
+
+size_t ByteSourceCursor::Read(uint8_t* out, size_t count) {
+    if (AtEnd()) return 0;
+    const size_t n = static_cast<size_t>(std::min<uint64_t>(count, end_ - position_));
+    const size_t got = source_.readAt(position_, std::span<uint8_t>(out, n));
+    position_ += got;
+    // A short read means the file ended early (it shrank since its size was taken).
+    if (got < n) end_ = position_;
+    return got;
+}
+
+namespace {
+
+uint32_t RingCapacity(uint32_t requested) {
+    uint32_t capacity = 1;
+    while (capacity < requested && capacity < CBitStream::kMaxCapacity) capacity <<= 1;
+    return capacity;
+}
+
+}  // namespace
+
+CBitStream::CBitStream(uint32_t requestedBytes)
+    : ring_(new uint8_t[RingCapacity(requestedBytes)]()), capacity_(RingCapacity(requestedBytes)) {}
+
+CBitStream::CBitStream(std::span<const uint8_t> bytes) : CBitStream(static_cast<uint32_t>(
+                                                             std::min<size_t>(bytes.size(), kMaxCapacity))) {
+    PutBytes(bytes.data(), static_cast<uint32_t>(std::min<size_t>(bytes.size(), kMaxCapacity)));
+    SetEndOfStream();
+}
+
+void CBitStream::Reset() {
+    writePos_ = readPos_ = bitsAvailable_ = consumedSinceMark_ = 0;
+    bitsConsumed_ = 0;
+    endOfStream_ = false;
+}
+
+uint32_t CBitStream::PutBytes(const uint8_t* data, uint32_t count) {
+    const uint32_t n = std::min(count, FreeBytes());
+    for (uint32_t done = 0; done < n;) {
+        const uint32_t piece = std::min(n - done, capacity_ - writePos_);
+        std::memcpy(ring_.get() + writePos_, data + done, piece);
+        writePos_ = (writePos_ + piece) & (capacity_ - 1);
+        done += piece;
+    }
+    bitsAvailable_ += n * 8;
+    return n;
+}
+
+uint32_t CBitStream::FillFromSource() {
+    if (!source_) return 0;
+    uint32_t total = 0;
+    while (FreeBytes() > 0) {
+        const uint32_t want = std::min(FreeBytes(), capacity_ - writePos_);
+        const size_t got = source_->Read(ring_.get() + writePos_, want);
+        writePos_ = (writePos_ + static_cast<uint32_t>(got)) & (capacity_ - 1);
+        bitsAvailable_ += static_cast<uint32_t>(got) * 8;
+        total += static_cast<uint32_t>(got);
+        if (got < want) break;
+    }
+    if (source_->AtEnd()) SetEndOfStream();
+    return total;
+}
+
+uint32_t CBitStream::ReadBits(uint32_t n) {
+    if (n > 32 || n > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream read past its data");
+    const uint32_t mask = CapacityBits() - 1;
+    uint32_t value = 0;
+    uint32_t left = n;
+    while (left > 0) {
+        const uint32_t bitInByte = readPos_ & 7;
+        const uint32_t take = std::min(left, 8 - bitInByte);
+        const uint8_t byte = ring_[readPos_ >> 3];
+        const uint32_t bits = (byte >> (8 - bitInByte - take)) & ((1u << take) - 1);
+        value = (value << take) | bits;
+        readPos_ = (readPos_ + take) & mask;
+        left -= take;
+    }
+    bitsAvailable_ -= n;
+    consumedSinceMark_ += n;
+    bitsConsumed_ += n;
+    return value;
+}
+
+void CBitStream::Skip(uint32_t bits) {
+    if (bits > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream skip past its data");
+    readPos_ = (readPos_ + bits) & (CapacityBits() - 1);
+    bitsAvailable_ -= bits;
+    consumedSinceMark_ += bits;
+    bitsConsumed_ += bits;
+}
+
+void CBitStream::Unskip(uint32_t bits) {
+    if (bits > CapacityBits() - bitsAvailable_ || bits > bitsConsumed_)
+        throw Error(TV_E_FAIL, "bit stream put back more than it holds");
+    readPos_ = (readPos_ - bits) & (CapacityBits() - 1);
+    bitsAvailable_ += bits;
+    consumedSinceMark_ = consumedSinceMark_ >= bits ? consumedSinceMark_ - bits : 0;
+    bitsConsumed_ -= bits;
+}
+
+void CMpegBitStream::Reset() {
+    CBitStream::Reset();
+    header_ = CMpegHeader{};
+    reference_ = lookAhead_ = skippedBits_ = 0;
+    status_ = MPEG_NOSYNC_NEEDDATA;
+}
+
+MpegStatus CMpegBitStream::SearchSync() {
+    while (BitsAvailable() >= 32) {
+        const uint32_t available = BitsAvailable();
+        Mark();
+        const uint32_t h = ReadBits(32);
+        // At the end of the stream a header whose frame runs past the data is no frame; before
+        // it, more data decides.
+        const bool candidate = header_.Decode(h) && FitsRing(header_);
+        if (candidate && available < header_.frameBits + 32 && !IsEndOfStream()) {
+            RewindToMark();
+            return MPEG_NOSYNC_NEEDDATA;
+        }
+        if (candidate && available >= header_.frameBits + 32) {
+            Skip(header_.frameBits - 32);
+            const uint32_t next = ReadBits(32);
+            if ((next & kMpegStableHeaderMask) == (h & kMpegStableHeaderMask)) {
+                reference_ = h & kMpegStableHeaderMask;
+                lookAhead_ = 10;
+                RewindToMark();
+                return MPEG_FRAME_OK;
+            }
+        }
+        // Frames need not start on a byte boundary in a damaged stream: move on by one bit.
+        RewindToMark();
+        Skip(1);
+        ++skippedBits_;
+    }
+    header_ = CMpegHeader{};
+    return MPEG_NOSYNC_NEEDDATA;
+}
+
+MpegStatus CMpegBitStream::NextFrame() {
+    skippedBits_ = 0;
+    const uint32_t available = BitsAvailable();
+    Mark();
+    const uint32_t h = ReadBits(32);
+    if ((h & kMpegStableHeaderMask) != reference_ || !header_.Decode(h) || !FitsRing(header_)) {
+        RewindToMark();
+        return MPEG_LOSTSYNC;
+    }
+    if (available < header_.frameBits) {
+        RewindToMark();
+        return MPEG_SYNC_NEEDDATA;
+    }
+    // The first frames after sync are each confirmed by the header that follows them.
+    if (lookAhead_ > 0 && available >= header_.frameBits + 32) {
+        Skip(header_.frameBits - 32);
+        const uint32_t next = ReadBits(32);
+        if ((next & kMpegStableHeaderMask) != reference_) {
+            RewindToMark();
+            return MPEG_LOSTSYNC;
+        }
+        --lookAhead_;
+    }
+    RewindToMark();
+    return MPEG_FRAME_OK;
+}
+
+MpegStatus CMpegBitStream::GetFrame() {
+    if (status_ == MPEG_ENDOFSTREAM) return status_;
+    const bool needData = status_ == MPEG_NOSYNC_NEEDDATA || status_ == MPEG_SYNC_NEEDDATA;
+    if (HasSource() && (needData || BitsAvailable() == 0 || (header_.valid && BitsAvailable() < header_.frameBits)))
+        FillFromSource();
+    if (BitsAvailable() >= 32) {
+        status_ = (status_ == MPEG_NOSYNC_NEEDDATA || status_ == MPEG_LOSTSYNC) ? SearchSync() : NextFrame();
+    } else {
+        status_ = (status_ == MPEG_FRAME_OK || status_ == MPEG_SYNC_NEEDDATA) ? MPEG_SYNC_NEEDDATA
+                                                                              : MPEG_NOSYNC_NEEDDATA;
+    }
+    if (IsEndOfStream() && (status_ == MPEG_NOSYNC_NEEDDATA || status_ == MPEG_SYNC_NEEDDATA))
+        status_ = MPEG_ENDOFSTREAM;
+    return status_;
+}
+
+MpegStatus CMpegFrameReader::ReadFrame(uint8_t* out, uint32_t outSize, uint32_t* frameBytes) {
+    if (frameBytes) *frameBytes = 0;
+    const MpegStatus status = GetFrame();
+    if (status == MPEG_ENDOFSTREAM) finished_ = true;
+    if (status != MPEG_FRAME_OK) return status;
+    const uint32_t bytes = Header().frameBytes();
+    if (frameBytes) *frameBytes = bytes;
+    if (out) {
+        if (outSize < bytes) return MPEG_BUFFER_TOO_SMALL;
+        for (uint32_t i = 0; i < bytes; ++i) out[i] = static_cast<uint8_t>(ReadBits(8));
+        Skip(Header().frameBits - bytes * 8);
+    } else {
+        Skip(Header().frameBits);
+    }
+    return MPEG_FRAME_OK;
+}
+
+}  // namespace tagvera

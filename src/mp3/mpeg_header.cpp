@@ -1,0 +1,84 @@
+#include "mp3/mpeg_header.h"
+
+namespace tagvera {
+
+namespace {
+
+// Rows: MPEG-1 Layer I, II, III; MPEG-2/2.5 Layer I, Layers II and III.
+constexpr uint16_t kBitRates[5][15] = {
+    {0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
+    {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
+    {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320},
+    {0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256},
+    {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+};
+
+constexpr uint32_t kSampleRates[3][3] = {
+    {44100, 48000, 32000},
+    {22050, 24000, 16000},
+    {11025, 12000, 8000},
+};
+
+constexpr uint32_t kSamplesPerFrame[3][3] = {
+    {384, 1152, 1152},
+    {384, 1152, 576},
+    {384, 1152, 576},
+};
+
+}  // namespace
+
+uint32_t MpegBitRateKbps(uint32_t version, uint32_t layer, uint32_t index) {
+    if (version > kMpeg25 || layer < 1 || layer > 3 || index > 14) return 0;
+    const uint32_t row = version == kMpeg1 ? layer - 1 : (layer == 1 ? 3 : 4);
+    return kBitRates[row][index];
+}
+
+uint32_t MpegSampleRate(uint32_t version, uint32_t index) {
+    if (version > kMpeg25 || index > 2) return 0;
+    return kSampleRates[version][index];
+}
+
+uint32_t MpegSamplesPerFrame(uint32_t version, uint32_t layer) {
+    if (version > kMpeg25 || layer < 1 || layer > 3) return 0;
+    return kSamplesPerFrame[version][layer - 1];
+}
+
+bool CMpegHeader::Decode(uint32_t h) {
+    *this = CMpegHeader{};
+    const uint32_t sync = h >> 21;
+    const uint32_t notMpeg25 = (h >> 20) & 1;
+    const uint32_t versionId = (h >> 19) & 1;
+    const uint32_t layerField = (h >> 17) & 3;
+    const uint32_t bri = (h >> 12) & 0xF;
+    const uint32_t sri = (h >> 10) & 3;
+    if (sync != 0x7FF || layerField == 0 || bri < 1 || bri > 14 || sri > 2) return false;
+    const uint32_t layerNumber = 4 - layerField;
+    // MPEG-2.5 exists for Layer III only; version bits 01 are reserved.
+    if (!notMpeg25 && (versionId || layerNumber != 3)) return false;
+
+    raw = h;
+    version = versionId ? kMpeg1 : (notMpeg25 ? kMpeg2 : kMpeg25);
+    layer = layerNumber;
+    crcPresent = ((h >> 16) & 1) == 0;
+    bitRateIndex = bri;
+    sampleRateIndex = sri;
+    padding = (h >> 9) & 1;
+    privateBit = (h >> 8) & 1;
+    channelMode = (h >> 6) & 3;
+    modeExtension = (h >> 4) & 3;
+    copyright = (h >> 3) & 1;
+    original = (h >> 2) & 1;
+    emphasis = h & 3;
+
+    channels = channelMode == 3 ? 1 : 2;
+    sampleRate = MpegSampleRate(version, sri);
+    bitRate = MpegBitRateKbps(version, layer, bri) * 1000;
+    samplesPerFrame = MpegSamplesPerFrame(version, layer);
+    const uint32_t slotBits = layer == 1 ? 32 : 8;
+    frameBits = ((bitRate / slotBits * samplesPerFrame) / sampleRate + padding) * slotBits;
+    frameMs = samplesPerFrame * 1000.0 / sampleRate;
+    valid = true;
+    return true;
+}
+
+}  // namespace tagvera

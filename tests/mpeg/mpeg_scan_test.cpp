@@ -1,0 +1,264 @@
+// ScanMp3Audio on real files made by encoders, on damaged input, and on files of any size.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "mp3/mpeg_scan.h"
+#include "mpeg/mpeg_test_support.h"
+#include "platform/file.h"
+
+namespace tagvera {
+namespace {
+
+using testing::Append;
+using testing::CountingSource;
+using testing::LoadFixture;
+using testing::LoadReport;
+using testing::RepeatedFrameSource;
+using testing::SilentFrames;
+
+HRESULT Scan(std::span<const uint8_t> bytes, Mp3AudioInfo* info, uint64_t start = 0) {
+    MemorySource source(bytes);
+    return ScanMp3Audio(source, start, info);
+}
+
+class Mp3Fixture : public ::testing::TestWithParam<std::string> {};
+
+TEST_P(Mp3Fixture, AgreesWithFfmpeg) {
+    const std::string name = GetParam();
+    const auto report = LoadReport(name);
+    platform::File file(testing::Mp3DataDir() + "/" + name + ".mp3", platform::OpenMode::Read);
+    Mp3AudioInfo info;
+    ASSERT_EQ(ScanMp3Audio(file, 0, &info), TV_S_OK);
+
+    const double decodedMs = report.decodedSeconds * 1000;
+    EXPECT_NEAR(info.durationMs, decodedMs, decodedMs * 0.01);
+    EXPECT_EQ(info.sampleRate, report.sampleRate);
+    EXPECT_EQ(info.channels, report.channels);
+    EXPECT_EQ(info.waveFormat.nChannels, report.channels);
+    const bool vbr = name.rfind("vbr_", 0) == 0;
+    EXPECT_EQ(info.isVbr, vbr);
+    if (vbr) {
+        // ffprobe guesses a VBR stream's rate from its first frames when there is no header; the
+        // true mean is the file's bits over its decoded length.
+        const double mean = testing::ReadWholeFile(testing::Mp3DataDir() + "/" + name + ".mp3").size() * 8.0 /
+                            report.decodedSeconds;
+        EXPECT_NEAR(info.bitRate, mean, mean * 0.02);
+    } else {
+        EXPECT_EQ(info.bitRate, report.streamBitRate);
+        EXPECT_FALSE(info.framesCounted) << "a constant-rate file is never walked";
+    }
+    EXPECT_EQ(info.firstFrameOffset, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, Mp3Fixture, ::testing::ValuesIn(testing::Mp3FixtureNames()),
+                         [](const auto& param) { return param.param; });
+
+TEST(ScanMp3Audio, ReadsTheHeaderKindsOfEachFixture) {
+    Mp3AudioInfo info;
+    const auto xing = LoadFixture("vbr_xing_22k_mono");
+    ASSERT_EQ(Scan(xing, &info), TV_S_OK);
+    EXPECT_EQ(info.vbrHeader, VbrHeaderKind::Xing);
+    EXPECT_EQ(info.firstHeader.version, kMpeg2);
+    // Its low bit rate makes the stated frame count suspicious: the frames are counted.
+    EXPECT_TRUE(info.framesCounted);
+    EXPECT_EQ(info.frameCount, info.xing.frames);
+
+    const auto noxing = LoadFixture("vbr_noxing_44k_v5");
+    ASSERT_EQ(Scan(noxing, &info), TV_S_OK);
+    EXPECT_EQ(info.vbrHeader, VbrHeaderKind::None);
+    EXPECT_TRUE(info.framesCounted);
+    EXPECT_EQ(info.frameCount * 1152.0, LoadReport("vbr_noxing_44k_v5").decodedSamples);
+
+    const auto info128 = LoadFixture("cbr_128k_44k_stereo");
+    ASSERT_EQ(Scan(info128, &info), TV_S_OK);
+    EXPECT_EQ(info.vbrHeader, VbrHeaderKind::None);  // "Info" is no VBR header
+    EXPECT_EQ(info.audioBytes, info128.size() - info.firstHeader.frameBytes());
+
+    const auto layer1 = LoadFixture("layer1_32k_64k_mono");
+    ASSERT_EQ(Scan(layer1, &info), TV_S_OK);
+    EXPECT_EQ(info.firstHeader.layer, 1u);
+    EXPECT_EQ(info.waveFormat.nBlockSize, 96);
+    EXPECT_EQ(info.durationMs, 3000u);
+}
+
+TEST(ScanMp3Audio, LeavesTheId3v1TagOutOfTheAudio) {
+    const auto bytes = LoadFixture("id3v1_only_v11");
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
+    EXPECT_EQ(info.audioBytes, bytes.size() - 128);
+    EXPECT_EQ(info.durationMs, uint32_t((bytes.size() - 128) / 6000.0 * 1000));
+}
+
+TEST(ScanMp3Audio, LeavesALyrics3BlockOutOfTheAudio) {
+    const auto bytes = testing::ReadWholeFile(testing::SharedId3Dir() + "/r_lyrics3v2.mp3");
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
+    const std::string tail(bytes.end() - 128 - 15, bytes.end() - 128);
+    ASSERT_EQ(tail.substr(6), "LYRICS200");
+    const uint64_t blockSize = std::stoul(tail.substr(0, 6)) + 15;
+    // The same file without the block has the same audio.
+    std::vector<uint8_t> without(bytes.begin(), bytes.end() - 128 - static_cast<ptrdiff_t>(blockSize));
+    Append(without, std::span(bytes).last(128));
+    Mp3AudioInfo plain;
+    ASSERT_EQ(Scan(without, &plain), TV_S_OK);
+    EXPECT_EQ(info.audioBytes, plain.audioBytes);
+    EXPECT_EQ(info.durationMs, plain.durationMs);
+}
+
+TEST(ScanMp3Audio, SkipsConsecutiveId3v2Tags) {
+    const auto audio = LoadFixture("cbr_64k_48k_joint");
+    // A v2.3 tag of 30 bytes of body, then a v2.4 tag with a footer and 200 bytes of body.
+    std::vector<uint8_t> bytes = {'I', 'D', '3', 3, 0, 0, 0, 0, 0, 30};
+    bytes.resize(bytes.size() + 30, 0);
+    const uint8_t second[] = {'I', 'D', '3', 4, 0, 0x10, 0, 0, 1, 72};
+    Append(bytes, second);
+    bytes.resize(bytes.size() + 200, 0);
+    Append(bytes, std::vector<uint8_t>{'3', 'D', 'I', 4, 0, 0x10, 0, 0, 1, 72});
+    const uint64_t audioAt = bytes.size();
+    Append(bytes, audio);
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
+    EXPECT_EQ(info.firstFrameOffset, audioAt);
+    // The importer passes the size of the tag it knows; what follows is skipped the same way.
+    ASSERT_EQ(Scan(bytes, &info, 40), TV_S_OK);
+    EXPECT_EQ(info.firstFrameOffset, audioAt);
+    Mp3AudioInfo plain;
+    ASSERT_EQ(Scan(audio, &plain), TV_S_OK);
+    EXPECT_EQ(info.durationMs, plain.durationMs);
+}
+
+TEST(ScanMp3Audio, AnId3v2SizePastTheEndIsSearchedThrough) {
+    std::vector<uint8_t> bytes = {'I', 'D', '3', 3, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F};
+    Append(bytes, LoadFixture("mpeg25_8k_16k_mono"));
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
+    EXPECT_EQ(info.firstFrameOffset, 10u);
+}
+
+TEST(ScanMp3Audio, FindsAudioAfterGarbageWithinTheSearchLimit) {
+    std::mt19937 random(1234);
+    std::vector<uint8_t> bytes(20000);
+    for (auto& b : bytes) b = uint8_t(random() & 0x7F);  // no sync bytes
+    // A sync-like false header that no second header confirms.
+    const uint8_t fake[] = {0xFF, 0xFB, 0x90, 0x00};
+    std::copy(std::begin(fake), std::end(fake), bytes.begin() + 5000);
+    Append(bytes, LoadFixture("cbr_32k_32k_mono"));
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
+    EXPECT_EQ(info.firstFrameOffset, 20000u);
+    EXPECT_EQ(info.bitRate, 32000u);
+}
+
+TEST(ScanMp3Audio, GivesUpAfter32KilobytesWithoutAFrame) {
+    std::vector<uint8_t> bytes(kMp3SyncSearchLimit + 10, 0);
+    Append(bytes, LoadFixture("cbr_32k_32k_mono"));
+    Mp3AudioInfo info;
+    EXPECT_EQ(Scan(bytes, &info), TV_E_FAIL);
+    EXPECT_EQ(info.durationMs, 0u);
+    EXPECT_EQ(info.bitRate, 0u);
+}
+
+TEST(ScanMp3Audio, FailsCleanlyOnWhatIsNoMpegAudio) {
+    Mp3AudioInfo info;
+    EXPECT_EQ(Scan({}, &info), TV_E_FAIL);
+    EXPECT_EQ(Scan(std::vector<uint8_t>(100000, 0), &info), TV_E_FAIL);
+    EXPECT_EQ(Scan(std::vector<uint8_t>(100000, 0xFF), &info), TV_E_FAIL);
+    const std::vector<uint8_t> kmf = {'.', 'K', 'M', 'F', 0, 0, 0, 0};
+    std::vector<uint8_t> korva = kmf;
+    Append(korva, LoadFixture("cbr_32k_32k_mono"));
+    EXPECT_EQ(Scan(korva, &info), TV_E_FAIL);
+    // Nothing but an ID3v1 tag.
+    std::vector<uint8_t> tagOnly = {'T', 'A', 'G'};
+    tagOnly.resize(128, 0);
+    EXPECT_EQ(Scan(tagOnly, &info), TV_E_FAIL);
+    // A start offset at or past the end.
+    const auto audio = LoadFixture("cbr_32k_32k_mono");
+    EXPECT_EQ(Scan(audio, &info, audio.size()), TV_E_FAIL);
+    EXPECT_EQ(Scan(audio, &info, UINT64_MAX), TV_E_FAIL);
+    EXPECT_EQ(ScanMp3Audio(*std::make_unique<MemorySource>(audio), 0, nullptr), TV_E_POINTER);
+}
+
+TEST(ScanMp3Audio, HandlesEveryTruncationOfAFile) {
+    const auto bytes = LoadFixture("vbr_xing_44k_v7");
+    for (size_t size = 0; size < 3000; size += 7) {
+        Mp3AudioInfo info;
+        const HRESULT hr = Scan(std::span(bytes).first(size), &info);
+        ASSERT_TRUE(hr == TV_S_OK || hr == TV_E_FAIL) << size;
+        if (hr == TV_S_OK) {
+            EXPECT_GT(info.bitRate, 0u) << size;
+        }
+    }
+    Mp3AudioInfo info;
+    EXPECT_EQ(Scan(std::span(bytes).first(300), &info), TV_E_FAIL);
+    ASSERT_EQ(Scan(std::span(bytes).first(bytes.size() / 2), &info), TV_S_OK);
+    // The header still claims the whole file: the bit rate it implies is implausible, so the
+    // frames are counted.
+    EXPECT_TRUE(info.framesCounted);
+    EXPECT_NEAR(info.durationMs, 4000, 100);
+}
+
+TEST(ScanMp3Audio, AHugeClaimedFrameNeverReadsPastTheData) {
+    // The largest frame there is (Layer II, 384 kbit/s, 32 kHz: 1728 bytes), cut short.
+    for (size_t keep : {4u, 100u, 1727u, 1728u, 1731u}) {
+        std::vector<uint8_t> bytes = SilentFrames(0xFFFDE800, 1728, 2);
+        bytes.resize(keep);
+        Mp3AudioInfo info;
+        EXPECT_EQ(Scan(bytes, &info), TV_E_FAIL) << keep;
+    }
+    // With the next header in place the first frame counts.
+    for (size_t keep : {1732u, 3455u}) {
+        std::vector<uint8_t> bytes = SilentFrames(0xFFFDE800, 1728, 2);
+        bytes.resize(keep);
+        Mp3AudioInfo info;
+        ASSERT_EQ(Scan(bytes, &info), TV_S_OK) << keep;
+        EXPECT_EQ(info.durationMs, keep * 1000 / 48000) << keep;  // constant rate: bytes over rate
+    }
+    std::vector<uint8_t> two = SilentFrames(0xFFFDE800, 1728, 3);
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(two, &info), TV_S_OK);
+    EXPECT_EQ(info.bitRate, 384000u);
+}
+
+TEST(ScanMp3Audio, AnAbsurdXingFrameCountIsCorrectedByCounting) {
+    auto bytes = LoadFixture("vbr_xing_44k_v7");
+    const uint32_t stated = uint32_t(bytes[44]) << 24 | uint32_t(bytes[45]) << 16 | uint32_t(bytes[46]) << 8 | bytes[47];
+    for (int i = 44; i < 48; ++i) bytes[i] = 0xFF;
+    Mp3AudioInfo info;
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
+    EXPECT_TRUE(info.framesCounted);
+    EXPECT_EQ(info.frameCount, stated);
+    EXPECT_LT(info.durationMs, 9000u);
+}
+
+// The bytes a scan reads, for a constant-rate file of the given size.
+uint64_t BytesReadFor(uint64_t size) {
+    RepeatedFrameSource file(SilentFrames(0xFFFB9440, 384, 1), size, true);
+    CountingSource counting(file);
+    Mp3AudioInfo info;
+    EXPECT_EQ(ScanMp3Audio(counting, 0, &info), TV_S_OK);
+    EXPECT_EQ(info.bitRate, 128000u);
+    EXPECT_NEAR(double(info.durationMs), (size - 128) / 16.0, 1.0);
+    return counting.bytesRead;
+}
+
+TEST(ScanMp3Audio, ReadsTheSameFewBytesFromAFileOfAnySize) {
+    const uint64_t small = BytesReadFor(5u << 20);
+    const uint64_t huge = BytesReadFor(uint64_t(4) << 30);
+    const uint64_t enormous = BytesReadFor(uint64_t(60) << 30);
+    EXPECT_EQ(small, huge);
+    EXPECT_EQ(small, enormous);
+    EXPECT_LE(small, kMp3AnalysisWindow + 4096u);
+}
+
+TEST(ScanMp3Audio, ClipsADurationThatDoesNotFit32Bits) {
+    // 100 GB at 8 kbit/s (MPEG-2, 16 kHz, 36-byte frames) is about 3.4 years.
+    RepeatedFrameSource file(SilentFrames(0xFFF318C0, 36, 1), uint64_t(100) << 30, false);
+    Mp3AudioInfo info;
+    ASSERT_EQ(ScanMp3Audio(file, 0, &info), TV_S_OK);
+    EXPECT_EQ(info.durationMs, UINT32_MAX);
+}
+
+}  // namespace
+}  // namespace tagvera

@@ -1,0 +1,302 @@
+// Xing headers: reading, building, and the repair worked out from a frame walk.
+#include <gtest/gtest.h>
+
+#include "mp3/mpeg_frame_count.h"
+#include "mp3/mpeg_scan.h"
+#include "mp3/mpeg_xing.h"
+#include "mpeg/mpeg_test_support.h"
+
+namespace tagvera {
+namespace {
+
+using testing::Append;
+using testing::LoadFixture;
+using testing::SilentFrames;
+
+uint32_t Be32(std::span<const uint8_t> b, size_t at) {
+    return uint32_t(b[at]) << 24 | uint32_t(b[at + 1]) << 16 | uint32_t(b[at + 2]) << 8 | b[at + 3];
+}
+
+TEST(XingOffset, FollowsVersionAndChannels) {
+    EXPECT_EQ(XingOffset(44100, 2), 36u);
+    EXPECT_EQ(XingOffset(32000, 1), 21u);
+    EXPECT_EQ(XingOffset(22050, 2), 21u);
+    EXPECT_EQ(XingOffset(16000, 1), 13u);
+}
+
+TEST(ParseXingHeader, ReadsLameVbrHeaders) {
+    for (const char* name : {"vbr_xing_44k_v7", "vbr_xing_22k_mono"}) {
+        SCOPED_TRACE(name);
+        const auto bytes = LoadFixture(name);
+        CMpegHeader first;
+        ASSERT_TRUE(first.Decode(Be32(bytes, 0)));
+        XingHeader x;
+        ASSERT_EQ(ParseXingHeader(bytes, first.sampleRate, first.channels, &x), TV_S_OK);
+        EXPECT_EQ(x.flags & 0x7, 0x7u);
+        EXPECT_TRUE(x.tocValid);
+        EXPECT_EQ(x.bytes, bytes.size());
+        // LAME counts the audio frames after its own header frame.
+        const auto report = testing::LoadReport(name);
+        EXPECT_NEAR(x.frames * double(first.samplesPerFrame) / first.sampleRate, report.probeSeconds, 0.001);
+    }
+}
+
+TEST(ParseXingHeader, InfoMarksAConstantRateAndIsNotTaken) {
+    const auto bytes = LoadFixture("cbr_128k_44k_stereo");
+    XingHeader x;
+    EXPECT_EQ(ParseXingHeader(bytes, 44100, 2, &x), TV_E_FAIL);
+    EXPECT_TRUE(HasXingOrInfoTag(bytes, 44100, 2));
+    const auto plain = LoadFixture("cbr_96k_44k_notag");
+    EXPECT_FALSE(HasXingOrInfoTag(plain, 44100, 2));
+}
+
+TEST(ParseXingHeader, RefusesShortFramesOtherTagsAndMpeg25) {
+    std::vector<uint8_t> frame;
+    ASSERT_GT(BuildXingFrame(44100, 0, 0, 0, 0xF, 10, 5000, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
+    XingHeader x;
+    ASSERT_EQ(ParseXingHeader(frame, 44100, 2, &x), TV_S_OK);
+    EXPECT_EQ(ParseXingHeader(std::span(frame).first(36 + 119), 44100, 2, &x), TV_E_FAIL);
+    EXPECT_EQ(ParseXingHeader(frame, 44100, 1, &x), TV_E_FAIL);  // looks at 21
+    EXPECT_EQ(ParseXingHeader(frame, 11025, 2, &x), TV_E_FAIL);
+    frame[36] = 'x';
+    EXPECT_EQ(ParseXingHeader(frame, 44100, 2, &x), TV_E_FAIL);
+}
+
+TEST(BuildXingFrame, BuildsAFrameThatDecodesAndParsesBack) {
+    uint8_t toc[100];
+    for (int i = 0; i < 100; ++i) toc[i] = uint8_t(i * 2 + 1);
+    std::vector<uint8_t> frame;
+    // 32 + 12 + 4 + 4 + 100 = 152 bytes needed: 48 kbit/s (156 bytes) is the first that holds them.
+    const uint32_t length = BuildXingFrame(44100, 1, 1, 1, 7, 1234, 567890, 50, toc, &frame, nullptr, nullptr, 0);
+    ASSERT_EQ(length, 156u);
+    ASSERT_EQ(frame.size(), 156u);
+    CMpegHeader h;
+    ASSERT_TRUE(h.Decode(Be32(frame, 0)));
+    EXPECT_EQ(h.bitRate, 48000u);
+    EXPECT_EQ(h.frameBytes(), 156u);
+    EXPECT_FALSE(h.crcPresent);
+    EXPECT_EQ(h.channelMode, 1u);
+    EXPECT_EQ(h.copyright, 1u);
+    EXPECT_EQ(h.original, 1u);
+    XingHeader x;
+    ASSERT_EQ(ParseXingHeader(frame, 44100, 2, &x), TV_S_OK);
+    EXPECT_EQ(x.flags, 7u);
+    EXPECT_EQ(x.frames, 1234u);
+    EXPECT_EQ(x.bytes, 567890u);
+    EXPECT_EQ(x.toc[99], 199);
+}
+
+TEST(BuildXingFrame, MonoAndMpeg2) {
+    std::vector<uint8_t> frame;
+    // MPEG-2 mono with a quality: 9 + 12 + 4 + 4 + 100 + 4 = 133 bytes; 72 * kbps / 22.05 >= 133 first at 48k.
+    const uint32_t length = BuildXingFrame(22050, 3, 0, 0, 0xF, 1, 2, 77, nullptr, &frame, nullptr, nullptr, 0);
+    EXPECT_EQ(length, 156u);
+    CMpegHeader h;
+    ASSERT_TRUE(h.Decode(Be32(frame, 0)));
+    EXPECT_EQ(h.version, kMpeg2);
+    EXPECT_EQ(h.channels, 1u);
+    XingHeader x;
+    ASSERT_EQ(ParseXingHeader(frame, 22050, 1, &x), TV_S_OK);
+    EXPECT_EQ(x.quality, 77u);
+    // MPEG-2 without a quality leaves the TOC out.
+    ASSERT_GT(BuildXingFrame(22050, 3, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 14), 0u);
+    ASSERT_EQ(ParseXingHeader(frame, 22050, 1, &x), TV_S_OK);
+    EXPECT_EQ(x.flags, 3u);
+}
+
+TEST(BuildXingFrame, RefusesRatesAndIndicesThatCannotHoldIt) {
+    std::vector<uint8_t> frame;
+    EXPECT_EQ(BuildXingFrame(11025, 0, 0, 0, 7, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(BuildXingFrame(44000, 0, 0, 0, 7, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 1), 0u);   // 104 bytes
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 15), 0u);
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 9), 417u);
+    // Both extra fields: 32 + 12 + 8 + 100 + 4 + 40 = 196 bytes: 64 kbit/s (208 bytes).
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 0x3F, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 208u);
+}
+
+TEST(CountMpegFrames, CountsEveryFrameOfAFixture) {
+    const auto bytes = LoadFixture("vbr_noxing_44k_v5");
+    MemorySource source(bytes);
+    const MpegFrameWalk walk = CountMpegFrames(source, 0, bytes.size());
+    const auto report = testing::LoadReport("vbr_noxing_44k_v5");
+    EXPECT_TRUE(walk.complete);
+    EXPECT_EQ(walk.frames * 1152.0, report.decodedSamples);
+    EXPECT_EQ(walk.totalBytes, bytes.size());
+    EXPECT_EQ(walk.FrameStart(0), 0u);
+    ASSERT_GE(walk.leadingEnds.size(), 2u);
+    EXPECT_GT(walk.leadingEnds.back(), kXingRepairMaxLeadingBytes);
+    EXPECT_EQ(walk.FrameStart(1), walk.leadingEnds[0]);
+}
+
+TEST(CountMpegFrames, KeepsABoundedSampleOfOffsetsForLongStreams) {
+    const auto frames = SilentFrames(0xFFFB9440, 384, 20000);  // 7.7 MB of one frame, 20,000 times
+    MemorySource source(frames);
+    const MpegFrameWalk walk = CountMpegFrames(source, 0, frames.size());
+    EXPECT_EQ(walk.frames, 20000u);
+    EXPECT_LE(walk.sampledStarts.size(), MpegFrameWalk::kMaxSamples);
+    EXPECT_GT(walk.sampleStride, 1u);
+    for (uint32_t i : {0u, 1u, 4097u, 12345u, 19999u}) EXPECT_EQ(walk.FrameStart(i), uint64_t(i) * 384) << i;
+}
+
+// Applies a repair to a copy of the bytes, as the writer would.
+std::vector<uint8_t> Apply(std::vector<uint8_t> bytes, const XingRepair& r) {
+    EXPECT_LE(r.offset + r.bytes.size(), bytes.size());
+    std::copy(r.bytes.begin(), r.bytes.end(), bytes.begin() + static_cast<ptrdiff_t>(r.offset));
+    return bytes;
+}
+
+TEST(XingRepair, AVbrFileWithoutHeaderGetsOneInItsFirstFrame) {
+    const auto original = LoadFixture("vbr_noxing_44k_v5");
+    MemorySource source(original);
+    Mp3AudioInfo before;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &before, {.fileWritable = true}), TV_S_OK);
+    ASSERT_TRUE(before.isVbr);
+    ASSERT_TRUE(before.framesCounted);
+    ASSERT_TRUE(before.xingRepair);
+    const XingRepair& r = *before.xingRepair;
+    EXPECT_FALSE(r.patchOnly);
+    EXPECT_EQ(r.offset, 4u);  // the first frame keeps its header
+    EXPECT_EQ(r.frames, before.frameCount - 1);
+
+    const auto repaired = Apply(original, r);
+    EXPECT_EQ(repaired.size(), original.size());
+    MemorySource fixed(repaired);
+    Mp3AudioInfo after;
+    ASSERT_EQ(ScanMp3Audio(fixed, 0, &after, {.fileWritable = true}), TV_S_OK);
+    EXPECT_EQ(after.vbrHeader, VbrHeaderKind::Xing);
+    EXPECT_FALSE(after.framesCounted);  // the header is trusted now: no walk
+    EXPECT_FALSE(after.xingRepair);
+    EXPECT_EQ(after.xing.frames, before.frameCount - 1);
+    EXPECT_EQ(after.xing.bytes, original.size());
+    EXPECT_TRUE(after.xing.tocValid);
+    EXPECT_EQ(after.xing.toc[0], 0);
+    EXPECT_TRUE(std::is_sorted(after.xing.toc.begin(), after.xing.toc.end()));
+    EXPECT_NEAR(after.durationMs, before.durationMs, 30.0);  // one frame fewer: 26 ms
+    // Read-only callers never get a repair.
+    Mp3AudioInfo readOnly;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &readOnly), TV_S_OK);
+    EXPECT_FALSE(readOnly.xingRepair);
+}
+
+TEST(XingRepair, AZeroFrameCountIsPatchedInPlace) {
+    auto bytes = LoadFixture("vbr_xing_44k_v7");
+    const size_t countAt = 36 + 8;
+    const uint32_t stated = Be32(bytes, countAt);
+    for (int i = 0; i < 4; ++i) bytes[countAt + i] = 0;
+    MemorySource source(bytes);
+    Mp3AudioInfo info;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &info, {.fileWritable = true}), TV_S_OK);
+    EXPECT_TRUE(info.framesCounted);
+    EXPECT_EQ(info.frameCount, stated);
+    ASSERT_TRUE(info.xingRepair);
+    EXPECT_TRUE(info.xingRepair->patchOnly);
+    EXPECT_EQ(info.xingRepair->offset, countAt);
+    EXPECT_EQ(Be32(info.xingRepair->bytes, 0), stated);
+    EXPECT_EQ(Apply(bytes, *info.xingRepair), LoadFixture("vbr_xing_44k_v7"));
+    // Counting happens even for a read-only caller, since a count of 0 says nothing.
+    Mp3AudioInfo readOnly;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &readOnly), TV_S_OK);
+    EXPECT_EQ(readOnly.frameCount, stated);
+    EXPECT_FALSE(readOnly.xingRepair);
+}
+
+TEST(XingRepair, AnEmptyTocIsCheckedOnlyWhenTheFileCouldBeCorrected) {
+    auto bytes = LoadFixture("vbr_xing_44k_v7");
+    const size_t tocAt = 36 + 16;
+    std::fill(bytes.begin() + tocAt, bytes.begin() + tocAt + 100, 0);
+    MemorySource source(bytes);
+    Mp3AudioInfo readOnly;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &readOnly), TV_S_OK);
+    EXPECT_FALSE(readOnly.framesCounted);
+    EXPECT_FALSE(readOnly.xing.tocValid);
+    Mp3AudioInfo writable;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &writable, {.fileWritable = true}), TV_S_OK);
+    EXPECT_TRUE(writable.framesCounted);
+    ASSERT_TRUE(writable.xingRepair);
+    EXPECT_FALSE(writable.xingRepair->patchOnly);
+    const auto repaired = Apply(bytes, *writable.xingRepair);
+    MemorySource fixed(repaired);
+    Mp3AudioInfo after;
+    ASSERT_EQ(ScanMp3Audio(fixed, 0, &after, {.fileWritable = true}), TV_S_OK);
+    EXPECT_TRUE(after.xing.tocValid);
+    EXPECT_EQ(after.xing.frames, readOnly.xing.frames);
+    EXPECT_FALSE(after.xingRepair);
+}
+
+TEST(XingRepair, ConstantRateAndCorrectHeadersAreLeftAlone) {
+    for (const char* name : {"cbr_128k_44k_stereo", "cbr_96k_44k_notag", "vbr_xing_44k_v7", "vbr_xing_22k_mono",
+                             "mpeg25_8k_16k_mono", "layer2_48k_64k_mono"}) {
+        const auto bytes = LoadFixture(name);
+        MemorySource source(bytes);
+        Mp3AudioInfo info;
+        ASSERT_EQ(ScanMp3Audio(source, 0, &info, {.fileWritable = true}), TV_S_OK) << name;
+        EXPECT_FALSE(info.xingRepair) << name;
+    }
+}
+
+// A walk of a stream whose frames end at the given offsets.
+MpegFrameWalk WalkEndingAt(std::vector<uint64_t> ends, uint32_t frames) {
+    MpegFrameWalk walk;
+    walk.complete = true;
+    walk.frames = frames;
+    walk.totalBytes = ends.back() * frames / ends.size();
+    walk.leadingEnds = std::move(ends);
+    walk.sampledStarts = {0};
+    return walk;
+}
+
+TEST(XingRepair, NothingWhenNoLeadingFramesMakeRoom) {
+    CMpegHeader first;
+    ASSERT_TRUE(first.Decode(0xFFF310C0));  // MPEG-2 Layer III, 8 kbit/s, 22.05 kHz, mono: 26 bytes
+    ASSERT_EQ(first.frameBytes(), 26u);
+    // The Xing frame takes 130 bytes; frames of 27 bytes never end there, and even the header
+    // without TOC (a 52-byte frame) does not fit into the first frame.
+    std::vector<uint64_t> ends;
+    for (uint64_t end = 27; end <= 27 * 10; end += 27) ends.push_back(end);
+    EXPECT_FALSE(PlanXingRepair(WalkEndingAt(ends, 400), 1000, first, nullptr, false));
+    // Leading frames beyond 5,000 bytes are never taken over.
+    EXPECT_FALSE(PlanXingRepair(WalkEndingAt({6000, 12000}, 400), 1000, first, nullptr, false));
+    // An incomplete walk is no basis for a header.
+    MpegFrameWalk partial = WalkEndingAt({26, 52, 78, 104, 130, 156}, 400);
+    EXPECT_TRUE(PlanXingRepair(partial, 0, first, nullptr, false));
+    partial.complete = false;
+    EXPECT_FALSE(PlanXingRepair(partial, 0, first, nullptr, false));
+}
+
+TEST(XingRepair, TakesWholeFramesWhenTheyEndExactlyWhereTheNewFrameDoes) {
+    CMpegHeader first;
+    ASSERT_TRUE(first.Decode(0xFFFB20C0));  // 40 kbit/s, 44.1 kHz, mono: 130 bytes
+    ASSERT_EQ(first.frameBytes(), 130u);
+    // The new frame (137 bytes needed) is a 156-byte 48k frame; two 78-byte frames end there.
+    const auto whole = PlanXingRepair(WalkEndingAt({78, 156, 234}, 50), 10, first, nullptr, false);
+    ASSERT_TRUE(whole);
+    EXPECT_EQ(whole->offset, 10u);
+    ASSERT_EQ(whole->bytes.size(), 156u);
+    EXPECT_EQ(whole->frames, 48u);
+    CMpegHeader h;
+    EXPECT_TRUE(h.Decode(Be32(whole->bytes, 0)));
+    EXPECT_EQ(h.frameBytes(), 156u);
+}
+
+TEST(XingRepair, FallsBackToAHeaderWithoutTocInsideTheFirstFrame) {
+    CMpegHeader first;
+    ASSERT_TRUE(first.Decode(0xFFFB20C0));  // 130-byte frames: two end at 260, not at 156
+    ASSERT_EQ(first.frameBytes(), 130u);
+    const auto r = PlanXingRepair(WalkEndingAt({130, 260, 390}, 100), 0, first, nullptr, false);
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->offset, 4u);
+    EXPECT_EQ(r->bytes.size(), 126u);
+    EXPECT_EQ(r->frames, 99u);
+    std::vector<uint8_t> frame = {0xFF, 0xFB, 0x20, 0xC0};
+    Append(frame, r->bytes);
+    frame.resize(21 + 120, 0);  // the parser wants room for every field
+    XingHeader x;
+    ASSERT_EQ(ParseXingHeader(frame, 44100, 1, &x), TV_S_OK);
+    EXPECT_EQ(x.flags, 3u);
+    EXPECT_EQ(x.frames, 99u);
+    EXPECT_EQ(x.bytes, 100u * 130);
+}
+
+}  // namespace
+}  // namespace tagvera
