@@ -103,6 +103,8 @@ std::vector<uint8_t> EncodeText(std::string_view utf8, TextEncoding e) {
             break;
         }
         case TextEncoding::Utf16: {
+            // An empty string has no byte order to mark (and the tag library drops such a BOM).
+            if (utf8.empty()) break;
             const std::string s = text::Utf8ToUtf16(utf8, false);
             out.reserve(s.size() + 2);
             out.push_back(0xFF);

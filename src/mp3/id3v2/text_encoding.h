@@ -31,8 +31,8 @@ std::string DecodeText(std::span<const uint8_t> bytes, TextEncoding e);
 // trailing empty values) are dropped. Empty input gives no values.
 std::vector<std::string> DecodeTextList(std::span<const uint8_t> bytes, TextEncoding e);
 
-// UTF-8 to field bytes, without terminator. Utf16 writes a little-endian BOM first; Latin1
-// turns characters it cannot hold into '?'.
+// UTF-8 to field bytes, without terminator. Utf16 writes a little-endian BOM first (not for an
+// empty string); Latin1 turns characters it cannot hold into '?'.
 std::vector<uint8_t> EncodeText(std::string_view utf8, TextEncoding e);
 void AppendTerminator(std::vector<uint8_t>& out, TextEncoding e);
 

@@ -1,0 +1,180 @@
+#include "mp3/id3lib_adapter.h"
+
+#include <id3/readers.h>
+#include <id3/tag.h>
+#include <id3/writer.h>
+
+#include <algorithm>
+#include <limits>
+#include <map>
+
+#include "base/error.h"
+#include "mp3/id3v2/fields.h"
+#include "mp3/id3v2/tag_reader.h"
+#include "mp3/id3v2/tag_writer.h"
+
+namespace tagvera::mp3 {
+
+namespace {
+
+using id3v2::Frame;
+using id3v2::FrameKind;
+
+// id3lib writes into whatever it is given; this one grows a vector, bounded by what a tag can be.
+class VectorWriter final : public ID3_Writer {
+public:
+    explicit VectorWriter(std::vector<uint8_t>& out) : out_(out) {}
+    void close() override {}
+    void flush() override {}
+    pos_type getCur() override { return static_cast<pos_type>(out_.size()); }
+    size_type writeChars(const char_type buf[], size_type len) override {
+        const size_t room = kLimit - std::min(kLimit, out_.size());
+        const size_t n = std::min<size_t>(len, room);
+        out_.insert(out_.end(), buf, buf + n);
+        return static_cast<size_type>(n);
+    }
+    size_type writeChars(const char buf[], size_type len) override {
+        return writeChars(reinterpret_cast<const char_type*>(buf), len);
+    }
+
+private:
+    static constexpr size_t kLimit = (size_t(1) << 28) + 64;
+    std::vector<uint8_t>& out_;
+};
+
+// Only frames whose fields our layer re-encoded canonically go to the library (never compressed,
+// encrypted or grouped ones: id3lib 3.8.3 crashes on compressed v2.3 frames).
+bool LibraryMayHold(const Frame& f) {
+    if (f.encrypted || f.group) return false;
+    if (f.id == "MCDI") return true;
+    return id3v2::KindOf(f.id) != FrameKind::Binary;
+}
+
+std::string Fingerprint(const Frame& f) {
+    return f.id + '\x01' + std::string(f.payload.begin(), f.payload.end());
+}
+
+std::vector<Frame> ParseRendered(const std::vector<uint8_t>& bytes) {
+    if (bytes.size() < id3v2::kHeaderSize) return {};
+    // What the library renders is read back through the checked reader, never trusted as is.
+    id3v2::Tag tag = id3v2::ParseTag(bytes);
+    for (auto& f : tag.frames) f.version = 3;
+    return std::move(tag.frames);
+}
+
+}  // namespace
+
+struct Id3libTag::Library {
+    ID3_Tag tag;
+    Library() { Configure(); }
+    void Configure() {
+        tag.SetSpec(ID3V2_3_0);
+        tag.SetUnsync(false);
+        tag.SetExtendedHeader(false);
+        // Padding is ours to choose (padding policy); the library's own would be cut off anyway.
+        tag.SetPadding(false);
+    }
+    // Throws Error for anything the library throws.
+    void parse(const std::vector<uint8_t>& bytes) {
+        try {
+            tag.Clear();
+            Configure();
+            if (bytes.empty()) return;
+            if (bytes.size() > std::numeric_limits<ID3_Reader::size_type>::max()) throw Error(TV_E_FAIL, "tag too large");
+            ID3_MemoryReader reader(bytes.data(), static_cast<ID3_Reader::size_type>(bytes.size()));
+            tag.Parse(reader);
+        } catch (const Error&) {
+            throw;
+        } catch (...) {
+            throw Error(TV_E_FAIL, "id3lib failed to parse a tag");
+        }
+    }
+    std::vector<uint8_t> render() const {
+        std::vector<uint8_t> out;
+        try {
+            if (tag.NumFrames() == 0) return out;
+            VectorWriter writer(out);
+            tag.Render(writer, ID3TT_ID3V2);
+        } catch (...) {
+            throw Error(TV_E_FAIL, "id3lib failed to render the tag");
+        }
+        return out;
+    }
+};
+
+Id3libTag::Id3libTag() : lib_(std::make_unique<Library>()) {}
+Id3libTag::~Id3libTag() = default;
+
+void Id3libTag::Clear() {
+    lib_->parse({});
+    aside_.clear();
+    changed_ = false;
+}
+
+void Id3libTag::Load(const std::vector<Frame>& frames) {
+    std::vector<Frame> offered;
+    aside_.clear();
+    for (const auto& f : frames) (LibraryMayHold(f) ? offered : aside_).push_back(f);
+    // id3lib silently drops frames it does not know (every v2.4-only one) and may alter others, so
+    // whatever it does not give back byte for byte is kept aside by us, and it is loaded again
+    // with the rest, which it has then shown it keeps.
+    for (int round = 0; round < 2 && !offered.empty(); ++round) {
+        lib_->parse(id3v2::RenderV23Tag(offered, 0));
+        std::multimap<std::string, int> held;
+        for (const auto& f : ParseRendered(lib_->render())) held.emplace(Fingerprint(f), 0);
+        std::vector<Frame> kept;
+        bool lost = false;
+        for (auto& f : offered) {
+            auto it = held.find(Fingerprint(f));
+            if (it != held.end()) {
+                held.erase(it);
+                kept.push_back(std::move(f));
+            } else {
+                aside_.push_back(std::move(f));
+                lost = true;
+            }
+        }
+        offered = std::move(kept);
+        if (!lost && held.empty()) return;
+        if (round == 1) {
+            // Still not faithful: the library holds nothing, we keep everything.
+            aside_.insert(aside_.end(), offered.begin(), offered.end());
+            offered.clear();
+        }
+    }
+    lib_->parse({});
+}
+
+void Id3libTag::AddFrame(const Frame& frame) {
+    auto all = Frames();
+    all.push_back(frame);
+    Load(all);
+    changed_ = true;
+}
+
+std::vector<Frame> Id3libTag::Frames() const {
+    auto frames = ParseRendered(lib_->render());
+    frames.insert(frames.end(), aside_.begin(), aside_.end());
+    return frames;
+}
+
+size_t Id3libTag::FrameCount() const { return lib_->tag.NumFrames() + aside_.size(); }
+
+std::vector<std::string> Id3libTag::AsideIds() const {
+    std::vector<std::string> ids;
+    for (const auto& f : aside_) ids.push_back(f.id);
+    return ids;
+}
+
+std::vector<uint8_t> Id3libTag::Render(size_t padding) const {
+    const auto frames = Frames();
+    if (frames.empty()) return {};
+    return id3v2::RenderV23Tag(frames, padding);
+}
+
+void Id3libTag::setPadding(bool on) {
+    if (on != padding_) changed_ = true;
+    padding_ = on;
+}
+
+}  // namespace tagvera::mp3

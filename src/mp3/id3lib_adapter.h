@@ -1,0 +1,69 @@
+// The ID3 tag library (id3lib) behind one door, so that it stays replaceable. It holds and
+// renders the tag for the write side. Reading goes through our frame layer instead, because
+// id3lib 3.8.3 reads nothing of ID3v2.4 tags and returns byte-swapped text from its Unicode
+// accessors; so everything it is given has been checked and normalised to plain ID3v2.3 by
+// that layer first, and everything it renders is checked again on the way out.
+#ifndef TAGVERA_MP3_ID3LIB_ADAPTER_H
+#define TAGVERA_MP3_ID3LIB_ADAPTER_H
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mp3/id3v2/tag.h"
+
+namespace tagvera::mp3 {
+
+class Id3libTag {
+public:
+    Id3libTag();
+    ~Id3libTag();
+    Id3libTag(const Id3libTag&) = delete;
+    Id3libTag& operator=(const Id3libTag&) = delete;
+
+    // Replaces the tag's frames by frames (normalised v2.3 form, see id3v2/normalize.h). Frames
+    // the library cannot hold are kept aside by us and rendered after its own.
+    void Load(const std::vector<id3v2::Frame>& frames);
+    void Clear();
+
+    // Appends a frame; removes every frame for which the predicate holds. Both mark the tag changed.
+    void AddFrame(const id3v2::Frame& frame);
+    template <class Pred>
+    size_t RemoveFramesIf(Pred pred) {
+        auto all = Frames();
+        const size_t before = all.size();
+        std::erase_if(all, pred);
+        if (all.size() != before) {
+            Load(all);
+            changed_ = true;
+        }
+        return before - all.size();
+    }
+
+    // The frames as a render would write them: the library's, then those kept aside.
+    std::vector<id3v2::Frame> Frames() const;
+    size_t FrameCount() const;
+    // Ids of frames the library did not take and that we keep aside ("RVA2", "TSOP", ...).
+    std::vector<std::string> AsideIds() const;
+
+    // A whole v2.3 tag: header, frames, then padding bytes of zeros; nothing for no frames.
+    std::vector<uint8_t> Render(size_t padding) const;
+
+    // The tag's boolean option: padding after the frames on the next render.
+    bool padding() const { return padding_; }
+    void setPadding(bool on);
+    bool changed() const { return changed_; }
+    void markChanged() { changed_ = true; }
+
+private:
+    struct Library;
+    std::unique_ptr<Library> lib_;
+    std::vector<id3v2::Frame> aside_;
+    bool padding_ = false;
+    bool changed_ = false;
+};
+
+}  // namespace tagvera::mp3
+
+#endif

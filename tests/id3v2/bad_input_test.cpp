@@ -1,0 +1,254 @@
+// Damaged and hostile tags: the frame layer reads what can be read, says what it skipped, and the
+// parser answers with the right result code; nothing crashes or reads past the bytes it has.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "base/byte_source.h"
+#include "id3v2/tag_builder.h"
+#include "metaprop/metaprop_component.h"
+#include "mp3/id3v2/fields.h"
+#include "mp3/id3v2/inflate.h"
+#include "mp3/id3v2/json_report.h"
+#include "mp3/id3v2/tag_reader.h"
+#include "mp3/id3v2_parser.h"
+#include "tagvera/com_ptr.h"
+
+namespace tagvera::testing {
+namespace {
+
+id3v2::FileTags ReadBytes(const Bytes& bytes) {
+    MemorySource source(bytes);
+    return id3v2::ReadFileTags(source);
+}
+
+std::vector<std::string> Ids(const id3v2::Tag& tag) {
+    std::vector<std::string> ids;
+    for (const auto& f : tag.frames) ids.push_back(f.id);
+    return ids;
+}
+
+std::string WriteTemp(const std::string& name, const Bytes& bytes) {
+    const std::string path = ::testing::TempDir() + "id3v2_" + name;
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    return path;
+}
+
+TEST(BadInput, EmptyFilesAndZerosHaveNoTags) {
+    for (const Bytes& bytes : {Bytes{}, Bytes(4096, 0), Bytes{'I', 'D', '3'}, B("ID3\x03\x00\x00\x80\x00\x00\x00")}) {
+        const auto tags = ReadBytes(bytes);
+        EXPECT_TRUE(tags.prepended.empty());
+        EXPECT_EQ(tags.prependedSize, 0u);
+        EXPECT_FALSE(tags.id3v1);
+    }
+}
+
+TEST(BadInput, TagSizeBeyondTheFileFails) {
+    const Bytes tag = Tag(3, 0, Frame23("TIT2", Latin1Text("x")), 5000);
+    try {
+        ReadBytes(tag);
+        FAIL() << "no error";
+    } catch (const Error& e) {
+        EXPECT_EQ(e.code(), TV_E_FAIL);
+        EXPECT_NE(std::string(e.what()).find("claims"), std::string::npos);
+    }
+}
+
+TEST(BadInput, FrameLargerThanTheTagEndsTheFrames) {
+    Bytes body = Frame23("TIT2", Latin1Text("ok")) + B("TALB") + Bytes{0, 0, 0x10, 0, 0, 0} + B("short");
+    const auto tags = ReadBytes(Tag(3, 0, body) + Audio());
+    ASSERT_EQ(tags.prepended.size(), 1u);
+    EXPECT_EQ(Ids(tags.prepended[0]), std::vector<std::string>{"TIT2"});
+    ASSERT_EQ(tags.prepended[0].skipped.size(), 1u);
+    EXPECT_NE(tags.prepended[0].skipped[0].find("larger than"), std::string::npos);
+}
+
+TEST(BadInput, ZeroLengthFramesAreSkipped) {
+    Bytes body = Frame23("TIT2", {}) + Frame23("TALB", Latin1Text("a")) + Bytes(20, 0);
+    const auto tags = ReadBytes(Tag(3, 0, body));
+    EXPECT_EQ(Ids(tags.prepended[0]), std::vector<std::string>{"TALB"});
+    EXPECT_EQ(tags.prepended[0].paddingSize, 20u);
+}
+
+TEST(BadInput, GarbageInsteadOfAFrameStopsTheWalk) {
+    Bytes body = Frame23("TIT2", Latin1Text("a")) + B("ab\x01\x02garbage-garbage");
+    const auto tags = ReadBytes(Tag(3, 0, body));
+    EXPECT_EQ(Ids(tags.prepended[0]), std::vector<std::string>{"TIT2"});
+    EXPECT_FALSE(tags.prepended[0].skipped.empty());
+}
+
+TEST(BadInput, BogusEncodingIsReportedNotDecoded) {
+    const auto tags = ReadBytes(Tag(3, 0, Frame23("TIT2", Bytes{9, 'x'})));
+    ASSERT_EQ(tags.prepended[0].frames.size(), 1u);
+    EXPECT_THROW(id3v2::DecodeFields(tags.prepended[0].frames[0]), Error);
+    EXPECT_NE(id3v2::FramesJson(tags).find("\"error\": \"unknown text encoding 9\""), std::string::npos);
+}
+
+TEST(BadInput, FieldsPastThePayloadThrow) {
+    id3v2::Frame f;
+    f.id = "APIC";
+    f.payload = Bytes{0} + B("image/png");  // no terminator, no picture type
+    EXPECT_THROW(id3v2::DecodeFields(f), Error);
+    f.id = "COMM";
+    f.payload = Bytes{0, 'e'};
+    EXPECT_THROW(id3v2::DecodeFields(f), Error);
+}
+
+TEST(BadInput, CompressedFramesAreBounded) {
+    const Bytes text = Latin1Text(std::string(1000, 'z'));
+    const Bytes packed = id3v2::Deflate(text);
+    auto compressed = [&](uint32_t claimed, const Bytes& data) {
+        Bytes p;
+        PutU32(p, claimed);
+        return Frame23("TIT2", p + data, 0x0080);
+    };
+    // Right claim: inflated. Claim too small, truncated stream, or a claim beyond the limit: skipped.
+    auto tags = ReadBytes(Tag(3, 0, compressed(uint32_t(text.size()), packed)));
+    ASSERT_EQ(tags.prepended[0].frames.size(), 1u);
+    EXPECT_EQ(tags.prepended[0].frames[0].payload, text);
+    tags = ReadBytes(Tag(3, 0, compressed(10, packed)));
+    EXPECT_TRUE(tags.prepended[0].frames.empty());
+    tags = ReadBytes(Tag(3, 0, compressed(uint32_t(text.size()), Bytes(packed.begin(), packed.begin() + 8))));
+    EXPECT_TRUE(tags.prepended[0].frames.empty());
+    tags = ReadBytes(Tag(3, 0, compressed(0xFFFFFFF0u, packed)));
+    EXPECT_TRUE(tags.prepended[0].frames.empty());
+    EXPECT_EQ(tags.prepended[0].skipped.size(), 1u);
+    EXPECT_THROW(id3v2::InflateBounded(Bytes{1, 2, 3, 4}, 100), Error);
+}
+
+TEST(BadInput, PlainV24FrameSizesAreDetected) {
+    const Bytes big = Latin1Text(std::string(300, 'a'));  // 301 bytes: synchsafe and plain differ
+    const Bytes body = Frame24("TIT2", big, 0, true) + Frame24("TALB", Latin1Text("b"), 0, true);
+    auto tags = ReadBytes(Tag(4, 0, body));
+    EXPECT_TRUE(tags.prepended[0].plainFrameSizes);
+    EXPECT_EQ(Ids(tags.prepended[0]), (std::vector<std::string>{"TIT2", "TALB"}));
+    tags = ReadBytes(Tag(4, 0, Frame24("TIT2", big) + Frame24("TALB", Latin1Text("b"))));
+    EXPECT_FALSE(tags.prepended[0].plainFrameSizes);
+    EXPECT_EQ(tags.prepended[0].frames[0].payload, big);
+}
+
+TEST(BadInput, UnsynchronisationIsUndone) {
+    const Bytes payload = Bytes{0, 'a', 0xFF, 0xE0, 'b', 0xFF};
+    // v2.3: the whole body; v2.4: per frame (frame flag), data length indicator first.
+    auto tags = ReadBytes(Tag(3, 0x80, Unsynchronise(Frame23("TIT2", payload))));
+    EXPECT_EQ(tags.prepended[0].frames.at(0).payload, payload);
+    Bytes dli;
+    PutSynchsafe(dli, uint32_t(payload.size()));
+    tags = ReadBytes(Tag(4, 0, Frame24("TIT2", dli + Unsynchronise(payload), 0x0003)));
+    EXPECT_EQ(tags.prepended[0].frames.at(0).payload, payload);
+}
+
+TEST(BadInput, BrokenExtendedHeaderSkipsTheTagButNotTheFile) {
+    const Bytes tag = Tag(3, 0x40, Bytes{0, 0, 0, 99} + Frame23("TIT2", Latin1Text("a")));
+    const auto tags = ReadBytes(tag + Audio());
+    EXPECT_TRUE(tags.prepended.empty());
+    EXPECT_EQ(tags.prependedSize, tag.size());
+    EXPECT_EQ(tags.skipped.size(), 1u);
+}
+
+TEST(BadInput, UnknownMajorVersionIsSkippedWithItsSize) {
+    const Bytes tag = Tag(5, 0, Frame24("TIT2", Latin1Text("a")));
+    const auto tags = ReadBytes(tag + Audio());
+    EXPECT_TRUE(tags.prepended.empty());
+    EXPECT_EQ(tags.prependedSize, tag.size());
+}
+
+TEST(BadInput, FrameCountIsCapped) {
+    Bytes body;
+    for (int i = 0; i < 5000; ++i) body = body + Frame23("TXXX", Latin1Text("x"));
+    const auto tags = ReadBytes(Tag(3, 0, body));
+    EXPECT_EQ(tags.prepended[0].frames.size(), id3v2::ReadLimits{}.maxFrames);
+}
+
+TEST(BadInput, TruncatedLyrics3IsIgnored) {
+    Bytes v1 = B("TAG");
+    v1.resize(128, 0);
+    const Bytes file = Audio() + B("LYRICSBEGINLYR99999abc") + B("000099LYRICS200") + v1;
+    const auto tags = ReadBytes(file);
+    EXPECT_TRUE(tags.id3v1);
+    EXPECT_FALSE(tags.lyrics3);
+    EXPECT_EQ(tags.skipped.size(), 1u);
+}
+
+class ParserBadInput : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(CreateID3v2Parser(nullptr, parser_.put()), TV_S_OK); }
+    ComPtr<IMPAID3v2Parser> parser_;
+};
+
+TEST_F(ParserBadInput, ResultCodes) {
+    uint32_t size = 7;
+    EXPECT_EQ(parser_->LinkFile("/nonexistent/file.mp3", &size, 0), TV_E_FAIL);
+    EXPECT_EQ(size, 0u);
+    EXPECT_EQ(parser_->LinkFile(::testing::TempDir().c_str(), &size, 0), TV_E_FAIL);
+    EXPECT_EQ(parser_->LinkFile(nullptr, &size, 0), TV_E_POINTER);
+    const std::string truncated = WriteTemp("truncated.mp3", Tag(3, 0, Frame23("TIT2", Latin1Text("x")), 9000));
+    EXPECT_EQ(parser_->LinkFile(truncated.c_str(), &size, 0), TV_E_FAIL);
+
+    // Not linked: every operation that needs a file fails.
+    ComPtr<IMPAMetaProperty> root;
+    ASSERT_EQ(CreateStandaloneMetaProperty(root.put()), TV_S_OK);
+    EXPECT_EQ(parser_->ReadProperties(root.get()), TV_E_FAIL);
+    EXPECT_EQ(parser_->ReadProperties(nullptr), TV_E_POINTER);
+    EXPECT_EQ(parser_->SetTagOption(true), TV_E_FAIL);
+    EXPECT_EQ(parser_->GetRenderedSize(&size), TV_E_FAIL);
+    uint8_t byte = 0;
+    EXPECT_EQ(parser_->GetFrameData(root.get(), &byte, 1), TV_E_FAIL);
+    EXPECT_EQ(parser_->Update(0, 0), TV_E_NOTIMPL);
+
+    for (const Bytes& bytes : {Bytes{}, Bytes(5000, 0)}) {
+        const std::string path = WriteTemp("plain.mp3", bytes);
+        ASSERT_EQ(parser_->LinkFile(path.c_str(), &size, 0), TV_S_OK);
+        EXPECT_EQ(size, 0u);
+        EXPECT_EQ(parser_->ReadProperties(root.get()), TV_S_OK);
+        uint32_t count = 1;
+        root->GetTotalChildCount(&count);
+        EXPECT_EQ(count, 0u);
+    }
+}
+
+TEST_F(ParserBadInput, DamagedFramesAreSkippedTheRestIsRead) {
+    const Bytes body = Frame23("TIT2", Bytes{9, 'x'}) + Frame23("TPE1", Bytes{1, 'o', 'd', 'd'}) +
+                       Frame23("TALB", Latin1Text("Album")) + Frame23("APIC", Bytes{0} + B("image/png")) +
+                       Frame23("TCON", {});
+    const Bytes tag = Tag(3, 0, body);
+    const std::string path = WriteTemp("damaged.mp3", tag + Audio());
+    uint32_t size = 0;
+    ASSERT_EQ(parser_->LinkFile(path.c_str(), &size, 0), TV_S_OK);
+    EXPECT_EQ(size, tag.size());
+    ComPtr<IMPAMetaProperty> root;
+    ASSERT_EQ(CreateStandaloneMetaProperty(root.put()), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root.get()), TV_S_OK);
+    ComPtr<IMPAMetaProperty> node;
+    EXPECT_EQ(root->FindFirstChild("Album:Name", node.put()), TV_S_OK);
+    EXPECT_NE(root->FindFirstChild("Track:Name", node.put()), TV_S_OK);
+    // Odd-length UTF-16 without BOM still gives a title of sorts, never broken text.
+    ASSERT_EQ(root->FindFirstChild("Artist:Name", node.put()), TV_S_OK);
+}
+
+TEST_F(ParserBadInput, RenderIntoAShortBuffer) {
+    const std::string path = WriteTemp("render.mp3", Tag(4, 0, Frame24("TIT2", Utf8Text("Title"))) + Audio());
+    uint32_t size = 0;
+    ASSERT_EQ(parser_->LinkFile(path.c_str(), &size, 0), TV_S_OK);
+    uint32_t rendered = 0;
+    ASSERT_EQ(parser_->GetRenderedSize(&rendered), TV_S_OK);
+    EXPECT_GT(rendered, 10u);
+    std::vector<uint8_t> buffer(rendered);
+    uint32_t written = 0;
+    EXPECT_EQ(parser_->Render(buffer.data(), rendered - 1, &written, 0), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ(written, rendered);
+    ASSERT_EQ(parser_->Render(buffer.data(), rendered, &written, 0), TV_S_OK);
+    const auto tag = id3v2::ParseTag(buffer);
+    EXPECT_EQ(tag.major, 3);
+    ASSERT_EQ(tag.frames.size(), 1u);
+    EXPECT_EQ(id3v2::DecodeFields(tag.frames[0]).values.at(0), "Title");
+    // With the tag option on, the render leaves padding for the next edit.
+    ASSERT_EQ(parser_->SetTagOption(true), TV_S_OK);
+    uint32_t padded = 0;
+    ASSERT_EQ(parser_->GetRenderedSize(&padded), TV_S_OK);
+    EXPECT_GE(padded, rendered + 1024);
+}
+
+}  // namespace
+}  // namespace tagvera::testing

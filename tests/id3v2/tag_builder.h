@@ -1,0 +1,87 @@
+// Builds ID3v2 tags byte by byte for tests: frames of each version, headers, unsynchronisation.
+#ifndef TAGVERA_TESTS_ID3V2_TAG_BUILDER_H
+#define TAGVERA_TESTS_ID3V2_TAG_BUILDER_H
+
+#include <cstdint>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace tagvera::testing {
+
+using Bytes = std::vector<uint8_t>;
+
+inline Bytes B(const std::string& s) { return Bytes(s.begin(), s.end()); }
+inline Bytes operator+(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+inline void PutSynchsafe(Bytes& out, uint32_t v) {
+    out.push_back(uint8_t((v >> 21) & 0x7F));
+    out.push_back(uint8_t((v >> 14) & 0x7F));
+    out.push_back(uint8_t((v >> 7) & 0x7F));
+    out.push_back(uint8_t(v & 0x7F));
+}
+inline void PutU32(Bytes& out, uint32_t v) {
+    for (int s = 24; s >= 0; s -= 8) out.push_back(uint8_t(v >> s));
+}
+
+// Encoding byte 0 then Latin-1 text (no terminator).
+inline Bytes Latin1Text(const std::string& s) { return Bytes{0} + B(s); }
+// Encoding byte 3 then UTF-8 text.
+inline Bytes Utf8Text(const std::string& s) { return Bytes{3} + B(s); }
+
+inline Bytes Frame22(const std::string& id, const Bytes& payload) {
+    Bytes out = B(id);
+    const uint32_t n = uint32_t(payload.size());
+    out.push_back(uint8_t(n >> 16)), out.push_back(uint8_t(n >> 8)), out.push_back(uint8_t(n));
+    return out + payload;
+}
+inline Bytes Frame23(const std::string& id, const Bytes& payload, uint16_t flags = 0) {
+    Bytes out = B(id);
+    PutU32(out, uint32_t(payload.size()));
+    out.push_back(uint8_t(flags >> 8)), out.push_back(uint8_t(flags));
+    return out + payload;
+}
+inline Bytes Frame24(const std::string& id, const Bytes& payload, uint16_t flags = 0, bool plainSize = false) {
+    Bytes out = B(id);
+    if (plainSize) PutU32(out, uint32_t(payload.size()));
+    else PutSynchsafe(out, uint32_t(payload.size()));
+    out.push_back(uint8_t(flags >> 8)), out.push_back(uint8_t(flags));
+    return out + payload;
+}
+
+// Header (size computed from body) then body; bodySizeOverride makes the header lie.
+inline Bytes Tag(uint8_t major, uint8_t flags, const Bytes& body, int64_t bodySizeOverride = -1) {
+    Bytes out = B("ID3");
+    out.push_back(major), out.push_back(0), out.push_back(flags);
+    PutSynchsafe(out, bodySizeOverride >= 0 ? uint32_t(bodySizeOverride) : uint32_t(body.size()));
+    return out + body;
+}
+
+inline Bytes Unsynchronise(const Bytes& in) {
+    Bytes out;
+    for (size_t i = 0; i < in.size(); ++i) {
+        out.push_back(in[i]);
+        if (in[i] == 0xFF && (i + 1 == in.size() || in[i + 1] == 0 || (in[i + 1] & 0xE0) == 0xE0)) out.push_back(0);
+    }
+    return out;
+}
+
+// Some MPEG audio after a tag, so the bytes look like a file.
+inline Bytes Audio() {
+    Bytes a{0xFF, 0xFB, 0x90, 0x64};
+    a.resize(417, 0x55);
+    return a;
+}
+
+inline Bytes ReadFileBytes(const std::string& path) {
+    std::ifstream f(path, std::ios::binary);
+    return Bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+}
+
+}  // namespace tagvera::testing
+
+#endif
