@@ -1,0 +1,163 @@
+// The block's layout, pinned by blocks laid out byte by byte: what the writer must produce and
+// what the reader must accept.
+#include <gtest/gtest.h>
+
+#include "golden_block.h"
+#include "serialize_support.h"
+
+namespace tagvera::testing {
+namespace {
+
+const Bytes kEmptyRootLittle = {
+    'K', 'J', 'M', 'D', 1, 0, 0, 0,
+    34, 0, 0, 0,  // record length
+    0, 0, 0, 0,   // type
+    0, 0, 0, 0,   // flags
+    29, 0, 0, 0,  // value offset
+    34, 0, 0, 0,  // child table offset
+    0, 0, 0, 0,   // entries
+    1, 0, 0, 0,   // name length
+    0,            // name
+    1, 0, 0, 0,   // value length
+    0,            // value
+    0,            // trailing zero
+};
+
+const Bytes kEmptyRootBig = {
+    'K', 'J', 'M', 'D', 0, 0, 0, 1,
+    0, 0, 0, 34, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 29, 0, 0, 0, 34, 0, 0, 0, 0, 0, 0, 0, 1,
+    0, 0, 0, 0, 1, 0, 0,
+};
+
+// A root with one text child "A" = "x".
+const Bytes kOneChildLittle = {
+    'K', 'J', 'M', 'D', 1, 0, 0, 0,
+    78, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 29, 0, 0, 0, 34, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0,
+    0,                        // root name
+    1, 0, 0, 0, 0,            // root value
+    42, 0, 0, 0, 1, 0, 0, 0,  // table: first "A" at 42, one record
+    36, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 30, 0, 0, 0, 36, 0, 0, 0, 0, 0, 0, 0, 2, 0, 0, 0,
+    'A', 0,
+    2, 0, 0, 0, 'x', 0,
+    0,
+};
+
+TEST(BlockFormat, EmptyRootIsWrittenByteForByteInBothOrders) {
+    Node root = NewTree();
+    EXPECT_EQ(WriteBlock(root.get()), kEmptyRootLittle);
+    EXPECT_EQ(WriteBlock(root.get(), {.bigEndian = true}), kEmptyRootBig);
+    EXPECT_EQ(EncodeBlock({}, false), kEmptyRootLittle);
+    EXPECT_EQ(EncodeBlock({}, true), kEmptyRootBig);
+}
+
+TEST(BlockFormat, OneChildIsWrittenByteForByte) {
+    Node root = NewTree();
+    AddText(root.get(), "A", "x");
+    EXPECT_EQ(WriteBlock(root.get()), kOneChildLittle);
+    GoldenRecord golden{.children = {{.name = "A", .type = kTypeText, .value = TextValue("x")}}};
+    EXPECT_EQ(EncodeBlock(golden, false), kOneChildLittle);
+}
+
+TEST(BlockFormat, HandLaidBlockReadsIntoTheTree) {
+    for (bool big : {false, true}) {
+        GoldenRecord golden{.name = "root", .type = kTypeGroup, .flags = 0x11};
+        golden.children.push_back({.name = "Album", .type = kTypeGroup, .children = {
+            {.name = "Name", .type = kTypeText, .value = TextValue("Kind of Blue")},
+            {.name = "Year", .type = kTypeNumber, .flags = kFlagReadOnly, .value = NumberValue(1959)}}});
+        // Two records of one name: a second group merges, a second text is dropped.
+        golden.children.push_back({.name = "Credits", .type = kTypeGroup, .children = {
+            {.name = "Producer", .type = kTypeText, .value = TextValue("Irving Townsend")}}});
+        golden.children.push_back({.name = "Credits", .type = kTypeGroup, .children = {
+            {.name = "Engineer", .type = kTypeText, .value = TextValue("Fred Plaut")}}});
+        golden.children.push_back({.name = "Note", .type = kTypeText, .value = TextValue("first")});
+        golden.children.push_back({.name = "Note", .type = kTypeText, .value = TextValue("second")});
+
+        Node tree = NewTree();
+        ASSERT_EQ(ReadBlock(tree.get(), EncodeBlock(golden, big), false, big), TV_S_OK) << big;
+        EXPECT_EQ(Dump(tree.get(), BlockRules(false)),
+                  "\"root\" t=9 f=0x11 v=-\n"
+                  "  \"Album\" t=9 f=0 v=-\n"
+                  "    \"Name\" t=1 f=0 v=4b696e64206f6620426c756500\n"
+                  "    \"Year\" t=4 f=0x1 v=a7070000\n"
+                  "  \"Credits\" t=9 f=0 v=-\n"
+                  "    \"Engineer\" t=1 f=0 v=4672656420506c61757400\n"
+                  "    \"Producer\" t=1 f=0 v=497276696e6720546f776e73656e6400\n"
+                  "  \"Note\" t=1 f=0 v=666972737400\n")
+            << big;
+    }
+}
+
+TEST(BlockFormat, WriterMatchesHandLaidBlockForEveryType) {
+    // The tree's children in enumeration (byte) order, each with the value the writer stores.
+    Node tree = NewTree();
+    Node group = AddGroup(tree.get(), "G", kFlagShortcut);
+    AddText(group.get(), "b", "text");
+    AddNumber(group.get(), "a", 0x01020304);
+    const uint8_t bin[] = {9, 8, 7};
+    Add(tree.get(), "Bin", kTypeBinary, kFlagType, bin, 3);
+    const uint8_t on = 1;
+    Add(tree.get(), "Flag", kTypeFlag, 0, &on, 1);
+    AddText(tree.get(), "Link", "http://x", kTypeUrl);
+    AddText(tree.get(), "Ref", "held bytes", kTypeReference);
+    Add(tree.get(), "Zilch", kTypeNone, 0, nullptr, 0);
+
+    for (bool big : {false, true}) {
+        for (bool keep : {false, true}) {
+            GoldenRecord golden;
+            golden.children = {
+                {.name = "Bin", .type = kTypeBinary, .flags = kFlagType, .value = {9, 8, 7}},
+                {.name = "Flag", .type = kTypeFlag, .value = {1}},
+                {.name = "G", .type = kTypeGroup, .flags = kFlagShortcut, .children = {
+                    {.name = "a", .type = kTypeNumber, .value = NumberValue(0x01020304)},
+                    {.name = "b", .type = kTypeText, .value = TextValue("text")}}},
+                {.name = "Link", .type = kTypeUrl, .value = TextValue("http://x")},
+                {.name = "Ref", .type = kTypeReference, .value = keep ? TextValue("held bytes") : Bytes{0}},
+                {.name = "Zilch", .type = kTypeNone},
+            };
+            EXPECT_EQ(WriteBlock(tree.get(), {.keepReferences = keep, .bigEndian = big}), EncodeBlock(golden, big))
+                << "big " << big << " keep " << keep;
+        }
+    }
+}
+
+TEST(BlockFormat, ByteOrdersDifferOnlyInTheNumberFields) {
+    Node tree = EveryTypeTree();
+    const Bytes little = WriteBlock(tree.get());
+    const Bytes big = WriteBlock(tree.get(), {.bigEndian = true});
+    ASSERT_EQ(little.size(), big.size());
+    EXPECT_EQ(Bytes(little.begin(), little.begin() + 4), Bytes(big.begin(), big.begin() + 4));
+    Node fromBig = NewTree();
+    ASSERT_EQ(ReadBlock(fromBig.get(), big, false, true), TV_S_OK);
+    // Rewritten little-endian, the big-endian block's tree gives the little-endian block again.
+    EXPECT_EQ(WriteBlock(fromBig.get()), little);
+}
+
+TEST(BlockFormat, MagicTellsTheVariant) {
+    Node tree = NewTree();
+    auto magic = [&](bool keep, bool variant) {
+        const Bytes b = WriteBlock(tree.get(), {.keepReferences = keep, .variant = variant});
+        return std::string(b.begin(), b.begin() + 4);
+    };
+    EXPECT_EQ(magic(false, false), "KJMD");
+    EXPECT_EQ(magic(false, true), "KJMD");
+    EXPECT_EQ(magic(true, false), "KJMD");
+    EXPECT_EQ(magic(true, true), "KJAD");
+    Node read = NewTree();
+    EXPECT_EQ(ReadBlock(read.get(), EncodeBlock({}, false, "KJAD")), TV_S_OK);
+}
+
+TEST(BlockFormat, TrailingZeroOnlyWhenTheBufferHasRoom) {
+    // A root whose record is 9992 bytes fills the first 10000-byte buffer exactly.
+    Node tree = NewTree();
+    const std::string fill(9992 - 34, 'v');
+    tree->SetValue(reinterpret_cast<const uint8_t*>(fill.c_str()), uint32_t(fill.size() + 1));
+    EXPECT_EQ(WriteBlock(tree.get()).size(), 10000u);
+    // One byte less leaves room for the zero.
+    tree->SetValue(reinterpret_cast<const uint8_t*>(fill.c_str()), uint32_t(fill.size()));
+    const Bytes b = WriteBlock(tree.get());
+    EXPECT_EQ(b.size(), 10000u);
+    EXPECT_EQ(b.back(), 0);
+}
+
+}  // namespace
+}  // namespace tagvera::testing

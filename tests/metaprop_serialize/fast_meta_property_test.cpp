@@ -1,0 +1,249 @@
+// CFastMetaProperty: answers from a block in place, agrees with the tree ReadBinary builds, and
+// builds that tree only when something needs it.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "golden_block.h"
+#include "metaprop/fast_meta_property.h"
+#include "serialize_support.h"
+
+namespace tagvera::testing {
+namespace {
+
+using View = ComPtr<IMPAMetaPropertyBuffer>;
+
+// A view owning a copy of block.
+View MakeView(const Bytes& block, bool big = false, HRESULT expect = TV_S_OK) {
+    View view;
+    EXPECT_EQ(CreateFastMetaProperty(view.put()), TV_S_OK);
+    auto* copy = new uint8_t[block.size()];
+    std::memcpy(copy, block.data(), block.size());
+    EXPECT_EQ(view->SetBuffer(copy, uint32_t(block.size()), big), expect);
+    return view;
+}
+
+bool Built(IMPAMetaProperty* node) { return static_cast<CFastMetaProperty*>(static_cast<IMPAMetaPropertyBuffer*>(node))->built(); }
+
+std::string Text(IMPAMetaProperty* node) {
+    const uint8_t* data = nullptr;
+    uint32_t size = 0;
+    if (Failed(node->GetValue(&data, &size))) return "<none>";
+    return std::string(reinterpret_cast<const char*>(data), strnlen(reinterpret_cast<const char*>(data), size));
+}
+std::string Path(IMPAMetaProperty* node) {
+    const char* path = nullptr;
+    return Succeeded(node->GetPath(&path)) ? path : "<none>";
+}
+std::string Name(IMPAMetaProperty* node) {
+    const char* name = nullptr;
+    return Succeeded(node->GetName(&name)) ? name : "<none>";
+}
+
+class FastView : public ::testing::TestWithParam<bool> {
+protected:
+    bool big() const { return GetParam(); }
+    Node tree_ = EveryTypeTree();
+    Bytes block_ = WriteBlock(tree_.get(), {.keepReferences = true, .bigEndian = GetParam()});
+};
+
+TEST_P(FastView, AnswersReadsInPlace) {
+    View view = MakeView(block_, big());
+    Node track;
+    ASSERT_EQ(view->FindFirstChild("Track", track.put()), TV_S_OK);
+    EXPECT_EQ(Name(track.get()), "Track");
+    EXPECT_EQ(Path(track.get()), "Track");
+    Node name;
+    ASSERT_EQ(track->FindFirstChild("Name", name.put()), TV_S_OK);
+    EXPECT_EQ(Text(name.get()), "Autumn Leaves");
+    EXPECT_EQ(Path(name.get()), "Track:Name");
+    uint32_t type = 0, flags = 0, changed = 7;
+    Node mime;
+    ASSERT_EQ(view->FindFirstChild("Statistics:MimeType", mime.put()), TV_S_OK);
+    mime->GetType(&type);
+    mime->GetFlags(&flags);
+    mime->GetChanged(&changed);
+    EXPECT_EQ(type, kTypeText);
+    EXPECT_EQ(flags, kFlagReadOnly | kFlagPrivate);
+    EXPECT_EQ(changed, 0u);
+
+    // The value is the block's own bytes.
+    const uint8_t* data = nullptr;
+    uint32_t size = 0;
+    ASSERT_EQ(name->GetValue(&data, &size), TV_S_OK);
+    const uint8_t* blockStart = nullptr;
+    uint32_t unused = 0;
+    view->GetValue(&blockStart, &unused);
+    EXPECT_EQ(size, 14u);
+    EXPECT_LT(blockStart, data);
+
+    EXPECT_FALSE(Built(view.get()));
+    EXPECT_FALSE(Built(track.get()));
+    EXPECT_FALSE(Built(name.get()));
+}
+
+TEST_P(FastView, ChildNamesCompareWithoutCase) {
+    View view = MakeView(block_, big());
+    Node found;
+    EXPECT_EQ(view->FindFirstChild("TRACK:name", found.put()), TV_S_OK);
+    EXPECT_EQ(Text(found.get()), "Autumn Leaves");
+    uint32_t count = 0;
+    EXPECT_EQ(view->GetChildCount("statistics", &count), TV_S_OK);
+    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(view->GetChildCount("Nope", &count), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(view->FindFirstChild("Track:Nope", found.put()), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(found.get(), nullptr);
+}
+
+TEST_P(FastView, ChildNamesInTableOrder) {
+    View view = MakeView(block_, big());
+    std::vector<std::string> names;
+    const char* name = nullptr;
+    HRESULT hr = view->GetFirstChildName(&name);
+    for (; hr == TV_S_OK; hr = view->GetNextChildName(&name)) names.push_back(name);
+    EXPECT_EQ(hr, TV_E_PROP_ENDOFLIST);
+    std::vector<std::string> expected;
+    for (hr = tree_->GetFirstChildName(&name); hr == TV_S_OK; hr = tree_->GetNextChildName(&name))
+        expected.push_back(name);
+    EXPECT_EQ(names, expected);
+    EXPECT_FALSE(Built(view.get()));
+}
+
+TEST_P(FastView, FindByPathFallsBackLikeTheTree) {
+    View view = MakeView(block_, big());
+    Node full = NewTree();
+    ASSERT_EQ(ReadBlock(full.get(), block_, true, big()), TV_S_OK);
+    for (const char* path : {"Name", "Year", "Inner", "L3", "Deep:L3", "Home", "Binary:Twelve", "Track:Genre"}) {
+        Node fast, slow;
+        ASSERT_EQ(view->FindByPath(path, fast.put()), TV_S_OK) << path;
+        ASSERT_EQ(full->FindByPath(path, slow.put()), TV_S_OK) << path;
+        EXPECT_EQ(Path(fast.get()), Path(slow.get())) << path;
+        EXPECT_EQ(Text(fast.get()), Text(slow.get())) << path;
+    }
+    Node none;
+    EXPECT_EQ(view->FindByPath("Nowhere", none.put()), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(view->FindByPath("Nowhere:Name", none.put()), TV_E_PROP_NOTFOUND);
+    EXPECT_FALSE(Built(view.get()));
+}
+
+TEST_P(FastView, ChangesBuildTheFullNode) {
+    View view = MakeView(block_, big());
+    Node next;
+    EXPECT_EQ(view->FindNextChild("Track", next.put()), TV_E_NOTIMPL);
+    ASSERT_EQ(view->SetName("renamed"), TV_S_OK);
+    EXPECT_TRUE(Built(view.get()));
+    EXPECT_EQ(Name(view.get()), "renamed");
+
+    Node full = NewTree();
+    ASSERT_EQ(ReadBlock(full.get(), block_, true, big()), TV_S_OK);
+    full->SetName("renamed");
+    EXPECT_EQ(Dump(view.get()), Dump(full.get()));
+    Node track;
+    ASSERT_EQ(view->FindFirstChild("Track", track.put()), TV_S_OK);
+    EXPECT_EQ(view->FindNextChild("Track", next.put()), TV_E_PROP_ENDOFLIST);
+    // Once built, names compare as the tree compares them.
+    EXPECT_EQ(view->FindFirstChild("track", track.put()), TV_E_PROP_NOTFOUND);
+}
+
+TEST_P(FastView, EnumerationAndCountsGoThroughTheFullNode) {
+    View view = MakeView(block_, big());
+    uint32_t total = 0;
+    EXPECT_EQ(view->GetTotalChildCount(&total), TV_S_OK);
+    EXPECT_TRUE(Built(view.get()));
+    uint32_t expected = 0;
+    tree_->GetTotalChildCount(&expected);
+    EXPECT_EQ(total, expected);
+}
+
+TEST_P(FastView, ChildViewsOutliveTheirRootAndItsNextBlock) {
+    View view = MakeView(block_, big());
+    Node name;
+    ASSERT_EQ(view->FindByPath("Album:Name", name.put()), TV_S_OK);
+    auto* other = new uint8_t[block_.size()];
+    std::memcpy(other, block_.data(), block_.size());
+    ASSERT_EQ(view->SetBuffer(other, uint32_t(block_.size()), big()), TV_S_OK);
+    view.reset();
+    EXPECT_EQ(Text(name.get()), "P\xc3\xb6rtrait <in> \"Jazz\" & 'Blues'");
+}
+
+std::string ByteOrderName(const ::testing::TestParamInfo<bool>& p) { return p.param ? "BigEndian" : "LittleEndian"; }
+INSTANTIATE_TEST_SUITE_P(ByteOrders, FastView, ::testing::Bool(), ByteOrderName);
+
+TEST(FastViewErrors, WithoutABlock) {
+    View view;
+    ASSERT_EQ(CreateFastMetaProperty(view.put()), TV_S_OK);
+    const char* name = nullptr;
+    uint32_t n = 0;
+    Node out;
+    EXPECT_EQ(view->GetName(&name), TV_E_NOTLOADED);
+    EXPECT_EQ(view->GetType(&n), TV_E_NOTLOADED);
+    EXPECT_EQ(view->GetChildCount("x", &n), TV_E_NOTLOADED);
+    EXPECT_EQ(view->FindByPath("x", out.put()), TV_E_NOTLOADED);
+    EXPECT_EQ(view->GetFirstChildName(&name), TV_E_NOTLOADED);
+    EXPECT_EQ(view->GetFirstChild(out.put()), TV_E_NOTIMPL);
+    EXPECT_EQ(view->SetName("x"), TV_E_NOTIMPL);
+    EXPECT_EQ(view->FindNextChild("x", out.put()), TV_E_NOTIMPL);
+}
+
+TEST(FastViewErrors, SetBufferRefusesWhatIsNotABlock) {
+    const Bytes good = EncodeBlock({.children = {{.name = "A", .type = kTypeText, .value = TextValue("a")}}}, false);
+    View view;
+    ASSERT_EQ(CreateFastMetaProperty(view.put()), TV_S_OK);
+    EXPECT_EQ(view->SetBuffer(nullptr, 100, false), TV_E_POINTER);
+    MakeView(Bytes(good.begin(), good.begin() + 11), false, TV_E_FAIL);
+    Bytes magic = good;
+    magic[0] = 'X';
+    View refused = MakeView(magic, false, TV_E_FAIL);
+    const char* name = nullptr;
+    EXPECT_EQ(refused->GetName(&name), TV_E_NOTLOADED);
+    // Root record longer than the bytes given.
+    MakeView(Bytes(good.begin(), good.end() - 2), false, TV_E_FAIL);
+    MakeView(good, true, TV_E_FAIL);
+    MakeView(good, false, TV_S_OK);
+}
+
+TEST(FastViewErrors, MalformedChildIsFoundOnlyWhenVisited) {
+    GoldenRecord g;
+    g.children.push_back({.name = "A", .type = kTypeText, .value = TextValue("fine")});
+    g.children.push_back({.name = "B", .type = kTypeText, .value = TextValue("broken")});
+    Bytes bad = EncodeBlock(g, false);
+    bad[8 + 34 + 8] = 0xF0;  // B's offset now points past the root record
+    View view = MakeView(bad);
+    Node a;
+    EXPECT_EQ(view->FindFirstChild("A", a.put()), TV_S_OK);
+    EXPECT_EQ(Text(a.get()), "fine");
+    Node b;
+    EXPECT_EQ(view->FindFirstChild("B", b.put()), TV_E_FAIL);
+    // A tree cannot be built from it either.
+    EXPECT_EQ(view->SetName("x"), TV_E_NOTIMPL);
+}
+
+TEST(FastViewErrors, SearchThroughAHostilyDeepBlockStops) {
+    GoldenRecord deep;
+    GoldenRecord* at = &deep;
+    for (int i = 0; i < 300; ++i) {
+        at->children.push_back({.name = "g", .type = kTypeGroup});
+        at = &at->children.back();
+    }
+    View view = MakeView(EncodeBlock(deep, false));
+    Node out;
+    EXPECT_EQ(view->FindByPath("missing", out.put()), TV_E_FAIL);
+}
+
+TEST(FastViewErrors, AnswersOnlyItsInterfaces) {
+    View view;
+    ASSERT_EQ(CreateFastMetaProperty(view.put()), TV_S_OK);
+    void* a = nullptr;
+    void* b = nullptr;
+    ASSERT_EQ(view->QueryInterface(IID_IMPAMetaProperty, &a), TV_S_OK);
+    ASSERT_EQ(view->QueryInterface(IID_IMPAMetaPropertyBuffer, &b), TV_S_OK);
+    EXPECT_EQ(a, b);
+    static_cast<IUnknown*>(a)->Release();
+    static_cast<IUnknown*>(b)->Release();
+    void* c = nullptr;
+    EXPECT_EQ(view->QueryInterface(IID_IMPAMetaPropertySerialize, &c), TV_E_NOINTERFACE);
+    EXPECT_EQ(c, nullptr);
+}
+
+}  // namespace
+}  // namespace tagvera::testing

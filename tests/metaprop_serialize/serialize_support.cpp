@@ -1,0 +1,194 @@
+#include "serialize_support.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <fstream>
+
+#include "platform/preferences.h"
+
+namespace tagvera::testing {
+namespace {
+
+void DumpNode(IMPAMetaProperty* node, const DumpRules& rules, int depth, std::string& out) {
+    const char* name = nullptr;
+    node->GetName(&name);
+    uint32_t type = 0, flags = 0, changed = 0;
+    node->GetType(&type);
+    node->GetFlags(&flags);
+    node->GetChanged(&changed);
+    const uint8_t* data = nullptr;
+    uint32_t size = 0;
+    bool hasValue = Succeeded(node->GetValue(&data, &size)) && size > 0;
+    if (hasValue && rules.emptyStringIsNoValue && size == 1 && data[0] == 0) hasValue = false;
+    if (type < 256 && rules.valuelessTypes[type]) hasValue = false;
+
+    char head[64];
+    std::snprintf(head, sizeof head, " t=%u f=%#x", type, flags & rules.flagMask);
+    out.append(size_t(depth) * 2, ' ');
+    out += '"';
+    out += name ? name : "";
+    out += '"';
+    out += head;
+    if (rules.withChanged) out += " c=" + std::to_string(changed);
+    out += " v=";
+    if (!hasValue) {
+        out += '-';
+    } else {
+        static const char kHex[] = "0123456789abcdef";
+        for (uint32_t i = 0; i < size; ++i) {
+            out += kHex[data[i] >> 4];
+            out += kHex[data[i] & 15];
+        }
+    }
+    out += '\n';
+
+    Node child;
+    for (HRESULT hr = node->GetFirstChild(child.put()); hr == TV_S_OK; hr = node->GetNextChild(child.put()))
+        DumpNode(child.get(), rules, depth + 1, out);
+}
+
+}  // namespace
+
+std::string Dump(IMPAMetaProperty* root, const DumpRules& rules) {
+    std::string out;
+    if (rules.withRoot) return DumpNode(root, rules, 0, out), out;
+    Node child;
+    for (HRESULT hr = root->GetFirstChild(child.put()); hr == TV_S_OK; hr = root->GetNextChild(child.put()))
+        DumpNode(child.get(), rules, 0, out);
+    return out;
+}
+
+DumpRules BlockRules(bool referencesKept) {
+    DumpRules r;
+    r.emptyStringIsNoValue = true;
+    r.valuelessTypes[kTypeReference] = !referencesKept;
+    r.valuelessTypes[kTypeOwnedPointer] = r.valuelessTypes[kTypeInterfacePointer] = true;
+    return r;
+}
+
+DumpRules XmlRules() {
+    DumpRules r;
+    r.withRoot = false;
+    r.emptyStringIsNoValue = true;
+    r.flagMask = kFlagReadOnly | kFlagPrivate | kFlagType | kFlagShortcut | kFlagStagnant | kFlagFlatten;
+    for (uint32_t t : {kTypeNone, kTypeGroup, kTypeReference, kTypeFileReference, kTypeDataReference,
+                       kTypeOwnedPointer, kTypeInterfacePointer})
+        r.valuelessTypes[t] = true;
+    return r;
+}
+
+Node EveryTypeTree() {
+    Node root = NewTree();
+    IMPAMetaProperty* r = root.get();
+
+    Node album = AddGroup(r, "Album");
+    AddText(album.get(), "Name", "P\xc3\xb6rtrait <in> \"Jazz\" & 'Blues'");
+    AddNumber(album.get(), "Year", 1959);
+    Node artist = AddGroup(r, "Artist");
+    AddText(artist.get(), "Name", "Bill Evans Trio");
+
+    Node track = AddGroup(r, "Track");
+    AddText(track.get(), "Name", "Autumn Leaves");
+    AddText(track.get(), "CD Track #", "07");
+    AddText(track.get(), "Genre", "Jazz");
+    AddText(track.get(), "Comments", "first;second", kTypeTextList);
+    AddText(track.get(), "CD TOC", "1+96+1234");
+    const uint8_t no = 0, yes = 1;
+    Add(track.get(), "Explicit", kTypeFlag, 0, &no, 1);
+    Add(track.get(), "Favourite", kTypeFlag, 0, &yes, 1);
+
+    Node stats = AddGroup(r, "Statistics", kFlagReadOnly);
+    AddNumber(stats.get(), "FileSize", 123456, kFlagReadOnly);
+    AddText(stats.get(), "Filename", "/music/a.mp3", kTypeText, kFlagReadOnly);
+    AddText(stats.get(), "MimeType", "audio/mpeg", kTypeText, kFlagReadOnly | kFlagPrivate);
+    AddNumber(stats.get(), "Length", 0xFFFFFFFFu, kFlagReadOnly);
+    AddNumber(stats.get(), "Channels", 0, kFlagReadOnly);
+
+    AddText(AddGroup(r, "Web Links").get(), "Home", "http://example.com/?a=1&b=2", kTypeUrl);
+    AddText(AddGroup(r, "Dates").get(), "Released", "1959-12-28", kTypeDate);
+    AddText(AddGroup(r, "Files").get(), "Playlist", "C:\\Music\\list.m3u", kTypeFilename);
+
+    Node binary = AddGroup(r, "Binary");
+    // Whole groups of four bytes: the XML form pads a shorter last group.
+    const uint8_t twelve[] = {0x00, 0x01, 0x7f, 0x80, 0xff, 0x10, 0x20, 0x30, 0x40, 0x50, 0x60, 0x70};
+    const uint8_t eight[] = {0xde, 0xad, 0xbe, 0xef, 0xff, 0xff, 0xff, 0xff};
+    const uint8_t zeros[] = {0, 0, 0, 0};
+    Add(binary.get(), "Twelve", kTypeBinary, 0, twelve, sizeof twelve);
+    Add(binary.get(), "Eight", kTypeBinary, 0, eight, sizeof eight);
+    Add(binary.get(), "Zeros", kTypeBinary, 0, zeros, sizeof zeros);
+
+    Node flags = AddGroup(r, "Flags", kFlagShortcut | kFlagStagnant);
+    AddText(flags.get(), "ReadOnly", "r", kTypeText, kFlagReadOnly);
+    AddText(flags.get(), "Private", "p", kTypeText, kFlagReadOnly | kFlagPrivate);
+    AddText(flags.get(), "TypeFlag", "t", kTypeText, kFlagType);
+    AddText(flags.get(), "Shortcut", "s", kTypeText, kFlagShortcut);
+    AddText(flags.get(), "Stagnant", "g", kTypeText, kFlagStagnant);
+    AddText(flags.get(), "AllNamed", "a", kTypeText, 0x77);
+
+    Node flat = AddGroup(r, "Flat", kFlagFlatten);
+    AddText(flat.get(), "Inner", "inside a flatten group");
+
+    Node deep = AddGroup(r, "Deep");
+    AddText(AddGroup(AddGroup(deep.get(), "L1").get(), "L2").get(), "L3", "three levels down");
+
+    Add(r, "Nothing", kTypeNone, 0, nullptr, 0);
+    AddText(r, "Ref", "opaque reference bytes", kTypeReference);
+    AddText(r, "Special <name> & \"quotes\" 'too'", "<>&\"'");
+    AddText(r, "Empty", "");
+    return root;
+}
+
+std::filesystem::path TempDir() {
+    const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string name = info ? std::string(info->test_suite_name()) + "." + info->name() : "none";
+    for (char& c : name)
+        if (c == '/') c = '_';
+    const auto dir = std::filesystem::temp_directory_path() /
+                     ("tagvera-serialize-" + std::to_string(::getpid())) / name;
+    std::filesystem::create_directories(dir);
+    return dir;
+}
+
+std::string TempFile(const std::string& name, const Bytes& content) {
+    const std::string path = (TempDir() / name).string();
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(content.data()),
+                                                static_cast<std::streamsize>(content.size()));
+    return path;
+}
+
+ScopedPreferences::ScopedPreferences() {
+    if (const char* old = std::getenv("TAGVERA_PREFERENCES")) {
+        previous_ = old;
+        hadPrevious_ = true;
+    }
+    path_ = (TempDir() / "preferences").string();
+    std::filesystem::remove(path_);
+    ::setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
+}
+
+ScopedPreferences::~ScopedPreferences() {
+    std::filesystem::remove(path_);
+    if (hadPrevious_)
+        ::setenv("TAGVERA_PREFERENCES", previous_.c_str(), 1);
+    else
+        ::unsetenv("TAGVERA_PREFERENCES");
+}
+
+void ScopedPreferences::Set(const char* name, const char* value) { platform::prefs::SetString(name, value); }
+
+std::string RunCommand(const std::string& command, int* status) {
+    std::string out;
+    FILE* pipe = ::popen(command.c_str(), "r");
+    if (!pipe) {
+        *status = -1;
+        return out;
+    }
+    char chunk[4096];
+    for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) out.append(chunk, n);
+    const int raw = ::pclose(pipe);
+    *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    return out;
+}
+
+}  // namespace tagvera::testing

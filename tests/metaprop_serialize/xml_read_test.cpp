@@ -1,0 +1,169 @@
+// The XML form read back: round trips, documents from an independent writer, the reading rules
+// and malformed documents.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "serialize_support.h"
+#include "tagvera/xml.h"
+
+namespace tagvera::testing {
+namespace {
+
+std::string Slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+Node Read(const std::string& xml, HRESULT expect = TV_S_OK) {
+    Node tree = NewTree();
+    EXPECT_EQ(ReadXml(tree.get(), xml), expect) << xml;
+    return tree;
+}
+
+TEST(XmlRead, EveryTypeTreeSurvivesBothLayouts) {
+    Node tree = EveryTypeTree();
+    for (bool pretty : {false, true}) {
+        Node back = Read(WriteXml(tree.get(), pretty));
+        EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(tree.get(), XmlRules())) << pretty;
+        EXPECT_EQ(WriteXml(back.get(), pretty), WriteXml(tree.get(), pretty));
+    }
+}
+
+TEST(XmlRead, DocumentOfAnIndependentWriterGivesTheSameTree) {
+    Node back = Read(Slurp(TAGVERA_TEST_DATA_DIR "/metaprop/every_type.xml"));
+    EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(EveryTypeTree().get(), XmlRules()));
+}
+
+TEST(XmlRead, NamesAndTypesAreMatchedWithoutCase) {
+    Node tree = Read(
+        "<kjmetadata><prop NAME=\"R\" TYPE=\"Reference\" Flags=\"READONLY,bogus,Flatten\" />"
+        "<Prop name=\"N\" type=\"NUMBER\" value=\"42\" /></kjmetadata>");
+    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"N\" t=4 f=0 v=2a000000\n"
+              "\"R\" t=10 f=0x41 v=-\n");
+}
+
+TEST(XmlRead, ValuesByType) {
+    Node tree = Read(
+        "<KJMETADATA>"
+        "<PROP name=\"bin\" type=\"binary\" value=\"mgh100lxxEBA\" />"
+        "<PROP name=\"short\" type=\"binary\" value=\"mgh10\" />"
+        "<PROP name=\"odd\" type=\"binary\" value=\"#$%!!!\" />"
+        "<PROP name=\"f0\" type=\"flag\" value=\"0\" />"
+        "<PROP name=\"f7\" type=\"flag\" value=\"7\" />"
+        "<PROP name=\"fx\" type=\"flag\" value=\"yes\" />"
+        "<PROP name=\"n\" type=\"number\" value=\"4294967295\" />"
+        "<PROP name=\"big\" type=\"number\" value=\"99999999999\" />"
+        "<PROP name=\"t\" value=\"&lt;b&gt; &amp;amp; &#65;\" />"
+        "<PROP name=\"u\" type=\"type not defined yet\" value=\"x\" />"
+        "<PROP name=\"g\" type=\"group\" value=\"ignored\" />"
+        "</KJMETADATA>");
+    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"big\" t=4 f=0 v=ffffffff\n"
+              "\"bin\" t=5 f=0 v=00017f80ff000000\n"
+              "\"f0\" t=3 f=0 v=00\n"
+              "\"f7\" t=3 f=0 v=01\n"
+              "\"fx\" t=3 f=0 v=00\n"
+              "\"g\" t=9 f=0 v=-\n"
+              "\"n\" t=4 f=0 v=ffffffff\n"
+              "\"odd\" t=5 f=0 v=00000000\n"
+              "\"short\" t=5 f=0 v=-\n"
+              // "&#65;" is not a reference the reader knows; "&amp;amp;" is one "&amp;".
+              "\"t\" t=1 f=0 v=3c623e2026616d703b20262336353b00\n"
+              "\"u\" t=1 f=0 v=7800\n");
+}
+
+TEST(XmlRead, ExistingChildrenAreReusedAndKeepWhatIsNotSaid) {
+    Node tree = NewTree();
+    Node track = AddGroup(tree.get(), "Track");
+    AddText(track.get(), "Name", "old");
+    AddText(track.get(), "Genre", "kept");
+    AddText(tree.get(), "Note", "keeps its value");
+    ASSERT_EQ(ReadXml(tree.get(),
+                      "<KJMETADATA><PROP name=\"Track\" type=\"group\">"
+                      "<PROP name=\"Name\" value=\"new\" /></PROP>"
+                      "<PROP name=\"Note\" type=\"text\" flags=\"readonly\" /></KJMETADATA>"),
+              TV_S_OK);
+    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"Note\" t=1 f=0x1 v=6b65657073206974732076616c756500\n"
+              "\"Track\" t=9 f=0 v=-\n"
+              "  \"Genre\" t=1 f=0 v=6b65707400\n"
+              "  \"Name\" t=1 f=0 v=6e657700\n");
+}
+
+TEST(XmlRead, OnlyPropertiesInsideTheDocumentElementCount) {
+    Node tree = Read(
+        "<?xml version=\"1.0\"?><!-- note --><KJMETADATA>"
+        "<PROP name=\"A\" value=\"a\"><Other><PROP name=\"B\" value=\"b\" /></Other>text</PROP>"
+        "</KJMETADATA>");
+    // An unknown element is transparent: its PROP children land under the PROP around it.
+    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"A\" t=1 f=0 v=6100\n"
+              "  \"B\" t=1 f=0 v=6200\n");
+    Node outside = Read("<Wrapper><PROP name=\"X\" value=\"x\" /></Wrapper>");
+    EXPECT_EQ(Dump(outside.get(), {.withRoot = false}), "");
+}
+
+TEST(XmlRead, MalformedDocumentsFailWithTheParsersCode) {
+    Read("<KJMETADATA><PROP name=\"A\"></prop></KJMETADATA>", TV_E_XML_TAGMISMATCH);
+    Read("<KJMETADATA><PROP name=\"A\" />", TV_E_XML_TAGMISMATCH);
+    Read("<KJMETADATA><PROP name=\"A\"", TV_E_XML_UNTERMINATEDTAG);
+    Read("<KJMETADATA><PROP name=A /></KJMETADATA>", TV_E_XML_BADATTRIBUTEVALUE);
+    Read("<KJMETADATA><PROP name= /></KJMETADATA>", TV_E_XML_MISSINGVALUE);
+}
+
+TEST(XmlRead, WhatWasReadBeforeAFaultStays) {
+    Node tree = Read("<KJMETADATA><PROP name=\"A\" value=\"a\" /><PROP name=\"B\" value=\"b\"></KJMETADATA>",
+                     TV_E_XML_TAGMISMATCH);
+    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"A\" t=1 f=0 v=6100\n"
+              "\"B\" t=1 f=0 v=6200\n");
+}
+
+TEST(XmlRead, NestingIsBoundedAsInTheBlock) {
+    auto nested = [](int levels) {
+        std::string xml = "<KJMETADATA>";
+        for (int i = 0; i < levels; ++i) xml += "<PROP name=\"g\" type=\"group\">";
+        for (int i = 0; i < levels; ++i) xml += "</PROP>";
+        return xml + "</KJMETADATA>";
+    };
+    Node ok = Read(nested(128));
+    EXPECT_EQ(WriteBlock(ok.get()).size() > 0, true);
+    Read(nested(129), TV_E_XML_LIMIT);
+}
+
+TEST(XmlRead, ReadXmlTakesTheEncodingFromThePreference) {
+    // In Shift-JIS 0x81 starts a two-byte character, so the quote after it belongs to the value.
+    const std::string xml = "<KJMETADATA><PROP name=\"A\" value=\"\x81\" x=\" /></KJMETADATA>";
+    ScopedPreferences prefs;
+    auto read = [&](HRESULT* hr) {
+        Node tree = NewTree();
+        *hr = Serialize(tree.get())->ReadXML(xml.data(), uint32_t(xml.size()));
+        return Dump(tree.get(), {.withRoot = false});
+    };
+    HRESULT hr = 0;
+    read(&hr);
+    EXPECT_TRUE(Failed(hr));  // US-ASCII: a stray quote before "/>"
+    prefs.Set("XMLEncoding", "Shift-JIS");
+    EXPECT_EQ(read(&hr), "\"A\" t=1 f=0 v=812220783d00\n");
+    EXPECT_EQ(hr, TV_S_OK);
+}
+
+TEST(XmlRead, TreeIsReleasedAfterAFailedRead) {
+    // The reader holds the root while the document is open; a failure must not keep it alive.
+    IMPAMetaProperty* raw = nullptr;
+    {
+        Node tree = NewTree();
+        raw = tree.get();
+        EXPECT_EQ(ReadXml(tree.get(), "<KJMETADATA><PROP name=\"A\">"), TV_E_XML_TAGMISMATCH);
+        raw->AddRef();
+        EXPECT_EQ(raw->Release(), 1u);
+    }
+}
+
+}  // namespace
+}  // namespace tagvera::testing
