@@ -200,8 +200,14 @@ bool CMPAMetaProperty::IsSelfOrAncestor(IMPAMetaProperty* candidate) const {
 
 HRESULT CMPAMetaProperty::AddChildHere(IMPAMetaProperty* child, bool replace, const char* name, uint32_t addFlags,
                                        bool updatePaths, ComPtr<IMPAMetaProperty>* placed) {
-    if (IsSelfOrAncestor(child)) return TV_E_INVALIDARG;
     CMPAMetaProperty* childNode = FromInterface(child);
+    // Only a node with children can be an ancestor; leaves, the common case, skip the walk up.
+    uint32_t childNames = 0;
+    if (childNode)
+        childNames = static_cast<uint32_t>(childNode->children_.size());
+    else
+        child->GetChildNameCount(&childNames);
+    if (child == AsProperty() || (childNames && IsSelfOrAncestor(child))) return TV_E_INVALIDARG;
     std::string key;
     if (!name) {
         key = NameOf(child);
@@ -214,7 +220,7 @@ HRESULT CMPAMetaProperty::AddChildHere(IMPAMetaProperty* child, bool replace, co
         if (childNode)
             childNode->UpdatePaths(path_);
         else
-            child->SetParentPath(path_.c_str());
+            child->SetParentPath(path().c_str());
     }
 
     auto at = children_.find(key);

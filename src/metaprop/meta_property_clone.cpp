@@ -110,6 +110,7 @@ HRESULT CMPAMetaProperty::Clone(IMPAMetaProperty** out) {
         // The copy carries the original's path, and its subtree the paths that follow from it.
         if (CMPAMetaProperty* copy = FromInterface(root.get())) {
             copy->path_ = path_;
+            copy->pathSpelled_ = false;
             copy->UpdateChildPaths();
         } else {
             root->SetParentPath(ParentPathOf(*this).c_str());

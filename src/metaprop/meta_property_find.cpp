@@ -22,14 +22,20 @@ constexpr const char* kSearchFirst[] = {kGroupTrack, kGroupAlbum, kGroupArtist};
 
 // --- Paths ----------------------------------------------------------------------------------------
 
-void CMPAMetaProperty::ComposePath(std::string_view parentPath) {
-    path_.assign(parentPath);
-    if (flags_ & kFlagFlatten) return;
-    if (!parentPath.empty()) path_ += kPathSeparator;
-    path_ += name_;
+void CMPAMetaProperty::ComposePath(const NodePath& parentPath) {
+    path_ = (flags_ & kFlagFlatten) ? parentPath : parentPath.Child(name_);
+    pathSpelled_ = false;
 }
 
-void CMPAMetaProperty::UpdatePaths(std::string_view parentPath) {
+const std::string& CMPAMetaProperty::path() const {
+    if (!pathSpelled_) {
+        pathText_ = path_.Spell();
+        pathSpelled_ = true;
+    }
+    return pathText_;
+}
+
+void CMPAMetaProperty::UpdatePaths(const NodePath& parentPath) {
     ComposePath(parentPath);
     UpdateChildPaths();
 }
@@ -46,7 +52,7 @@ void CMPAMetaProperty::UpdateChildPaths() {
                     own->ComposePath(node->path_);
                     pending.push_back(own);
                 } else {
-                    child->SetParentPath(node->path_.c_str());
+                    child->SetParentPath(node->path().c_str());
                 }
             });
         }
@@ -56,7 +62,7 @@ void CMPAMetaProperty::UpdateChildPaths() {
 HRESULT CMPAMetaProperty::SetParentPath(const char* parentPath) {
     if (!parentPath) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {
-        UpdatePaths(parentPath);
+        UpdatePaths(NodePath::FromText(parentPath));
         return TV_S_OK;
     });
 }

@@ -1,0 +1,213 @@
+// Paths, lookup by name and path, the FindByPath fallback, and the enumerations.
+#include "tree_test_support.h"
+
+namespace tagvera::testing {
+namespace {
+
+TEST(TreePaths, AddTextWithPathCreatesGroupAndFindsIt) {
+    Node root = NewTree();
+    ASSERT_EQ(root->AddText("Album:Name", "Blue", 0, false, nullptr), TV_S_OK);
+
+    Node album = Find(root.get(), "Album");
+    ASSERT_TRUE(album);
+    EXPECT_EQ(TypeOf(album.get()), kTypeGroup);
+    EXPECT_EQ(PathOf(album.get()), "Album");
+    Node name = Find(root.get(), "Album:Name");
+    ASSERT_TRUE(name);
+    EXPECT_EQ(TextOf(name.get()), "Blue");
+    EXPECT_EQ(PathOf(name.get()), "Album:Name");
+
+    // The root has neither name nor path.
+    const char* text = nullptr;
+    EXPECT_EQ(root->GetName(&text), TV_E_PROP_EMPTY);
+    EXPECT_EQ(root->GetPath(&text), TV_E_PROP_EMPTY);
+}
+
+TEST(TreePaths, SetParentPathRewritesTheSubtreeAndFlattenAddsNothing) {
+    Node root = NewTree();
+    root->SetName("Library");
+    Node track = AddGroup(root.get(), "Track");
+    Node flat = AddGroup(track.get(), "Extra", kFlagFlatten);
+    Node leaf = AddText(flat.get(), "Mood", "calm");
+    EXPECT_EQ(PathOf(flat.get()), "Track");
+    EXPECT_EQ(PathOf(leaf.get()), "Track:Mood");
+
+    ASSERT_EQ(root->SetParentPath(""), TV_S_OK);
+    EXPECT_EQ(PathOf(root.get()), "Library");
+    EXPECT_EQ(PathOf(track.get()), "Library:Track");
+    EXPECT_EQ(PathOf(leaf.get()), "Library:Track:Mood");
+
+    ASSERT_EQ(root->SetParentPath("Top"), TV_S_OK);
+    EXPECT_EQ(PathOf(leaf.get()), "Top:Library:Track:Mood");
+    EXPECT_EQ(root->SetParentPath(nullptr), TV_E_POINTER);
+}
+
+TEST(TreePaths, NamesAreCaseSensitiveAndEnumeratedInByteOrder) {
+    Node root = NewTree();
+    AddText(root.get(), "album", "x");
+    AddText(root.get(), "Track", "y");
+    AddText(root.get(), "Album", "z");
+    AddText(root.get(), "name", "1");
+    AddText(root.get(), "Name", "2");
+    EXPECT_EQ(ChildNames(root.get()), (std::vector<std::string>{"Album", "Name", "Track", "album", "name"}));
+    EXPECT_EQ(TextOf(Find(root.get(), "name").get()), "1");
+    EXPECT_EQ(TextOf(Find(root.get(), "Name").get()), "2");
+    uint32_t count = 0;
+    EXPECT_EQ(root->GetChildNameCount(&count), TV_S_OK);
+    EXPECT_EQ(count, 5u);
+}
+
+TEST(TreeFind, MissingNamesAndEmptyNodesGiveTheirCodes) {
+    Node root = NewTree();
+    IMPAMetaProperty* out = reinterpret_cast<IMPAMetaProperty*>(1);
+    EXPECT_EQ(root->FindFirstChild("Nope", &out), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(out, nullptr);
+    out = reinterpret_cast<IMPAMetaProperty*>(1);
+    EXPECT_EQ(root->FindByPath("Nope", &out), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(root->FindFirstChild("A:B", &out), TV_E_PROP_NOTFOUND);
+    const char* name = nullptr;
+    EXPECT_EQ(root->GetFirstChildName(&name), TV_E_PROP_ENDOFLIST);
+    EXPECT_EQ(root->GetFirstChild(&out), TV_E_PROP_ENDOFLIST);
+    uint32_t count = 7;
+    EXPECT_EQ(root->GetChildCount("Nope", &count), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(root->GetTotalChildCount(&count), TV_S_OK);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(root->FindFirstChild(nullptr, &out), TV_E_POINTER);
+    EXPECT_EQ(root->FindFirstChild("x", nullptr), TV_E_POINTER);
+    EXPECT_EQ(root->FindByPath(nullptr, &out), TV_E_POINTER);
+}
+
+TEST(TreeFind, PlainNameFallsBackToTrackThenAlbumThenArtist) {
+    Node root = NewTree();
+    AddText(root.get(), "Artist:Name", "artist");
+    AddText(root.get(), "Album:Name", "album");
+    AddText(root.get(), "Aardvark:Name", "aardvark");
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Name").get()), "album");
+    AddText(root.get(), "Track:Name", "title");
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Name").get()), "title");
+    // A direct child always wins.
+    AddText(root.get(), "Name", "direct");
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Name").get()), "direct");
+}
+
+TEST(TreeFind, FallbackSearchesOtherChildrenDepthFirstInEnumerationOrder) {
+    Node root = NewTree();
+    AddText(root.get(), "Zed:Deep:Mood", "zed");
+    AddText(root.get(), "Beta:Inner:Mood", "beta-inner");
+    AddText(root.get(), "Gamma:Mood", "gamma");
+    // Beta comes first; its own subtree is searched before Gamma.
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Mood").get()), "beta-inner");
+    // Inside a group the priority groups apply again.
+    AddText(root.get(), "Beta:Track:Mood", "beta-track");
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Mood").get()), "beta-track");
+}
+
+TEST(TreeFind, PathWithLeadingPartsUsesTheFallbackBelowTheNodeReached) {
+    Node root = NewTree();
+    AddText(root.get(), "Disc:Track:Name", "inside");
+    AddText(root.get(), "Track:Name", "outside");
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Disc:Name").get()), "inside");
+    IMPAMetaProperty* out = nullptr;
+    EXPECT_EQ(root->FindByPath("Missing:Name", &out), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(out, nullptr);
+}
+
+TEST(TreeFind, FallbackOverNestedPriorityGroupsStaysLinear) {
+    // Searching "Track" twice per level would cost 2^depth here.
+    Node root = NewTree();
+    std::string path;
+    for (int i = 0; i < 60; ++i) path += "Track:";
+    path += "Leaf";
+    AddText(root.get(), path.c_str(), "x");
+    IMPAMetaProperty* out = nullptr;
+    EXPECT_EQ(root->FindByPath("Absent", &out), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Leaf").get()), "x");
+}
+
+TEST(TreeEnumeration, ChildrenComeByNameThenInChainOrder) {
+    Node root = NewTree();
+    Node b = AddText(root.get(), "B", "b1");
+    AddText(root.get(), "A", "a");
+    Node b2 = Loose("B", kTypeText, "b2");
+    Chain(b.get(), b2.get());
+    EXPECT_EQ(Children(root.get()), (std::vector<std::string>{"A=a", "B=b1", "B=b2"}));
+
+    uint32_t count = 0;
+    EXPECT_EQ(root->GetChildCount("B", &count), TV_S_OK);
+    EXPECT_EQ(count, 2u);
+    EXPECT_EQ(root->GetTotalChildCount(&count), TV_S_OK);
+    EXPECT_EQ(count, 3u);
+
+    Node found;
+    ASSERT_EQ(root->FindFirstChild("B", found.put()), TV_S_OK);
+    EXPECT_EQ(TextOf(found.get()), "b1");
+    ASSERT_EQ(root->FindNextChild("B", found.put()), TV_S_OK);
+    EXPECT_EQ(TextOf(found.get()), "b2");
+    EXPECT_EQ(root->FindNextChild("B", found.put()), TV_E_PROP_ENDOFLIST);
+    EXPECT_EQ(root->FindNextChild("B", found.put()), TV_E_PROP_ENDOFLIST);
+    EXPECT_EQ(root->FindNextChild("C", found.put()), TV_E_PROP_NOTFOUND);
+    // FindFirstChild starts over.
+    ASSERT_EQ(root->FindFirstChild("B", found.put()), TV_S_OK);
+    EXPECT_EQ(TextOf(found.get()), "b1");
+}
+
+TEST(TreeEnumeration, EndsAndRestarts) {
+    Node root = NewTree();
+    AddText(root.get(), "One", "1");
+    AddText(root.get(), "Two", "2");
+    const char* name = nullptr;
+    ASSERT_EQ(root->GetFirstChildName(&name), TV_S_OK);
+    EXPECT_STREQ(name, "One");
+    ASSERT_EQ(root->GetNextChildName(&name), TV_S_OK);
+    EXPECT_STREQ(name, "Two");
+    EXPECT_EQ(root->GetNextChildName(&name), TV_E_PROP_ENDOFLIST);
+    EXPECT_EQ(name, nullptr);
+    EXPECT_EQ(root->GetNextChildName(&name), TV_E_PROP_ENDOFLIST);
+    ASSERT_EQ(root->GetFirstChildName(&name), TV_S_OK);
+    EXPECT_STREQ(name, "One");
+
+    Node child;
+    ASSERT_EQ(root->GetFirstChild(child.put()), TV_S_OK);
+    ASSERT_EQ(root->GetNextChild(child.put()), TV_S_OK);
+    EXPECT_EQ(root->GetNextChild(child.put()), TV_E_PROP_ENDOFLIST);
+    EXPECT_FALSE(child);
+}
+
+TEST(TreeEnumeration, SurvivesRemovingTheCurrentChildAndAddingNewOnes) {
+    Node root = NewTree();
+    for (const char* n : {"A", "B", "C", "D"}) AddText(root.get(), n, n);
+    Node child;
+    const char* name = nullptr;
+    ASSERT_EQ(root->GetFirstChild(child.put()), TV_S_OK);
+    ASSERT_EQ(root->GetFirstChildName(&name), TV_S_OK);  // gives A, next is B
+    ASSERT_EQ(root->RemoveChild(child.get()), TV_S_OK);  // A goes
+    ASSERT_EQ(root->GetNextChild(child.put()), TV_S_OK);
+    EXPECT_EQ(NameOf(child.get()), "B");
+    ASSERT_EQ(root->RemoveByPath("B"), TV_S_OK);  // the next name and the current child
+    AddText(root.get(), "Cc", "new");
+    std::vector<std::string> rest;
+    while (root->GetNextChildName(&name) == TV_S_OK) rest.push_back(name);
+    EXPECT_EQ(rest, (std::vector<std::string>{"C", "Cc", "D"}));
+    ASSERT_EQ(root->GetNextChild(child.put()), TV_S_OK);
+    EXPECT_EQ(NameOf(child.get()), "C");
+}
+
+TEST(TreeEnumeration, NameAndChildEnumerationsDoNotDisturbEachOther) {
+    Node root = NewTree();
+    for (const char* n : {"A", "B", "C"}) AddText(root.get(), n, n);
+    std::vector<std::string> seen;
+    const char* name = nullptr;
+    for (HRESULT hr = root->GetFirstChildName(&name); hr == TV_S_OK; hr = root->GetNextChildName(&name)) {
+        seen.push_back(name);
+        Node child;
+        ASSERT_EQ(root->GetFirstChild(child.put()), TV_S_OK);
+        // Adding a node sets its paths, which walks its children but not this enumeration.
+        Node copy;
+        ASSERT_EQ(root->Clone(copy.put()), TV_S_OK);
+    }
+    EXPECT_EQ(seen, (std::vector<std::string>{"A", "B", "C"}));
+}
+
+}  // namespace
+}  // namespace tagvera::testing

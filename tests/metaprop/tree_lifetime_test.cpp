@@ -1,0 +1,284 @@
+// Ownership and lifetime: trees made through a host factory, references held by chains, cursors and
+// callers, parents that are not owned, the pointer-owning types, the interface table, and trees
+// deep enough to overflow any recursion.
+#include "tree_test_support.h"
+
+#include "metaprop/meta_property.h"
+
+namespace tagvera::testing {
+namespace {
+
+TEST(TreeLifetime, NodesMadeThroughTheHostAreAllReleased) {
+    CountingPackage package;
+    FakeHost host(package);
+    {
+        Node root = host.NewTree();
+        AddText(root.get(), "Track:Name", "t");
+        AddText(root.get(), "Album:Name", "a");
+        Node copy;
+        ASSERT_EQ(root->Clone(copy.put()), TV_S_OK);
+        ASSERT_EQ(root->MergeFrom(copy.get(), true, kAddDeepGroups), TV_S_OK);
+        // Children of a node that has the factory are made through it as well.
+        EXPECT_EQ(host.creations, package.created.load());
+        EXPECT_GT(package.alive.load(), 5);
+        Node cursor;
+        ASSERT_EQ(root->GetFirstChild(cursor.put()), TV_S_OK);
+        ASSERT_EQ(root->FindFirstChild("Track:Name", cursor.put()), TV_S_OK);
+    }
+    EXPECT_EQ(package.alive.load(), 0);
+    EXPECT_EQ(host.refs(), 0);
+}
+
+TEST(TreeLifetime, ParentsAreNotOwnedButChildrenAre) {
+    CountingPackage package;
+    FakeHost host(package);
+    Node child;
+    {
+        Node root = host.NewTree();
+        child = AddText(root.get(), "Name", "x");
+        EXPECT_EQ(ParentCount(child.get()), 1u);
+    }
+    // The parent went; the child no longer names it.
+    EXPECT_EQ(package.alive.load(), 1);
+    EXPECT_EQ(ParentCount(child.get()), 0u);
+    auto manager = QueryAs<IMPAMetaPropertyParentMgr>(child, IID_IMPAMetaPropertyParentMgr);
+    IMPAMetaProperty* parent = reinterpret_cast<IMPAMetaProperty*>(1);
+    EXPECT_EQ(manager->GetParent(0, &parent), TV_E_FAIL);
+    EXPECT_EQ(parent, nullptr);
+    EXPECT_EQ(manager->DetachFromParents(), TV_S_OK);
+    manager.reset();
+    child.reset();
+    EXPECT_EQ(package.alive.load(), 0);
+}
+
+TEST(TreeLifetime, ParentManagerKeepsADistinctList) {
+    Node child = NewTree();
+    Node a = NewTree();
+    Node b = NewTree();
+    auto manager = QueryAs<IMPAMetaPropertyParentMgr>(child, IID_IMPAMetaPropertyParentMgr);
+    ASSERT_EQ(manager->AddParent(a.get()), TV_S_OK);
+    ASSERT_EQ(manager->AddParent(b.get()), TV_S_OK);
+    ASSERT_EQ(manager->AddParent(a.get()), TV_S_OK);
+    EXPECT_EQ(ParentCount(child.get()), 2u);
+    Node parent;
+    ASSERT_EQ(manager->GetParent(1, parent.put()), TV_S_OK);
+    EXPECT_EQ(parent.get(), b.get());
+    ASSERT_EQ(manager->RemoveParent(a.get()), TV_S_OK);
+    ASSERT_EQ(manager->RemoveParent(a.get()), TV_S_OK);
+    EXPECT_EQ(ParentCount(child.get()), 1u);
+    EXPECT_EQ(manager->AddParent(nullptr), TV_E_POINTER);
+    ASSERT_EQ(manager->RemoveParent(b.get()), TV_S_OK);
+}
+
+TEST(TreeLifetime, LinkedListHandsOutReferences) {
+    CountingPackage package;
+    FakeHost host(package);
+    {
+        Node a = host.NewTree();
+        Node b = host.NewTree();
+        Chain(a.get(), b.get());
+        auto link = QueryAs<IMPAMetaPropertyLinkedList>(a, IID_IMPAMetaPropertyLinkedList);
+        auto next = ComPtr<IMPAMetaPropertyLinkedList>::Adopt(link->GetNext());
+        auto expected = QueryAs<IMPAMetaPropertyLinkedList>(b, IID_IMPAMetaPropertyLinkedList);
+        EXPECT_EQ(next.get(), expected.get());
+        b.reset();
+        next.reset();
+        expected.reset();
+        EXPECT_EQ(package.alive.load(), 2);  // the chain keeps b
+        ASSERT_EQ(link->SetNext(nullptr), TV_S_OK);
+        EXPECT_EQ(package.alive.load(), 1);
+        EXPECT_EQ(link->GetNext(), nullptr);
+    }
+    EXPECT_EQ(package.alive.load(), 0);
+}
+
+int g_freed = 0;
+void* g_freedPointer = nullptr;
+void CountingDelete(void* pointer) {
+    ++g_freed;
+    g_freedPointer = pointer;
+    delete static_cast<int*>(pointer);
+}
+
+void StorePointer(IMPAMetaProperty* node, const void* pointer) {
+    ASSERT_EQ(node->SetValue(reinterpret_cast<const uint8_t*>(&pointer), sizeof pointer), TV_S_OK);
+}
+
+TEST(TreeLifetime, OwnedPointerIsFreedThroughDeleteFunc) {
+    g_freed = 0;
+    int* payload = new int(7);
+    {
+        Node node = NewTree();
+        node->SetType(kTypeOwnedPointer);
+        StorePointer(node.get(), payload);
+        PropertyDeleteFunc function = &CountingDelete;
+        ASSERT_EQ(node->AddProperty(kPropDeleteFunc, kTypeNumber, 0, reinterpret_cast<const uint8_t*>(&function),
+                                    sizeof function, true, nullptr),
+                  TV_S_OK);
+        // A copy does not take the pointer: it would be freed twice.
+        Node copy;
+        ASSERT_EQ(node->Clone(copy.put()), TV_S_OK);
+        const uint8_t* data = nullptr;
+        uint32_t size = 0;
+        EXPECT_EQ(copy->GetValue(&data, &size), TV_E_PROP_EMPTY);
+        copy.reset();
+        EXPECT_EQ(g_freed, 0);
+        // Setting the same pointer again keeps it.
+        StorePointer(node.get(), payload);
+        EXPECT_EQ(g_freed, 0);
+    }
+    EXPECT_EQ(g_freed, 1);
+    EXPECT_EQ(g_freedPointer, payload);
+}
+
+TEST(TreeLifetime, OwnedPointerWithoutDeleteFuncIsLeftAlone) {
+    int payload = 0;
+    g_freed = 0;
+    {
+        Node node = NewTree();
+        node->SetType(kTypeOwnedPointer);
+        StorePointer(node.get(), &payload);
+        const uint32_t shortValue = 1;
+        node->AddProperty(kPropDeleteFunc, kTypeNumber, 0, reinterpret_cast<const uint8_t*>(&shortValue), 1, true,
+                          nullptr);
+    }
+    EXPECT_EQ(g_freed, 0);
+}
+
+TEST(TreeLifetime, InterfacePointerHoldsOneReference) {
+    CountingPackage package;
+    FakeHost host(package);
+    {
+        Node held = host.NewTree();
+        Node node = host.NewTree();
+        node->SetType(kTypeInterfacePointer);
+        IUnknown* pointer = held.get();
+        pointer->AddRef();  // the reference the value carries
+        StorePointer(node.get(), pointer);
+        Node copy;
+        ASSERT_EQ(node->Clone(copy.put()), TV_S_OK);  // the copy gets its own reference
+        held.reset();
+        copy.reset();
+        EXPECT_EQ(package.alive.load(), 2);
+        // Replacing the pointer lets the old one go.
+        StorePointer(node.get(), nullptr);
+        EXPECT_EQ(package.alive.load(), 1);
+    }
+    EXPECT_EQ(package.alive.load(), 0);
+}
+
+TEST(TreeLifetime, HostFailuresSurfaceAndLeaveNothingBehind) {
+    CountingPackage package;
+    FakeHost host(package);
+    {
+        Node root = host.NewTree();
+        for (int i = 0; i < 20; ++i) AddText(root.get(), ("Group:Item" + std::to_string(i)).c_str(), "v");
+        host.failAfter = host.creations;
+        EXPECT_EQ(root->AddText("More", "x", 0, true, nullptr), TV_E_OUTOFMEMORY);
+        host.failAfter = host.creations + 10;
+        IMPAMetaProperty* copy = reinterpret_cast<IMPAMetaProperty*>(1);
+        EXPECT_EQ(root->Clone(&copy), TV_E_OUTOFMEMORY);
+        EXPECT_EQ(copy, nullptr);
+    }
+    EXPECT_EQ(package.alive.load(), 0);
+}
+
+TEST(TreeInterfaces, AnswersItsInterfacesWithOneIdentity) {
+    Node node = NewTree();
+    void* unknown = nullptr;
+    ASSERT_EQ(node->QueryInterface(IID_IUnknown, &unknown), TV_S_OK);
+    for (const GUID& iid : {IID_IKNContextUser, IID_IMPAMetaProperty, IID_IMPAFileProperties,
+                            IID_IMPAMetaPropertyLinkedList, IID_IMPAMetaPropertyParentMgr}) {
+        void* itf = nullptr;
+        ASSERT_EQ(node->QueryInterface(iid, &itf), TV_S_OK);
+        void* back = nullptr;
+        ASSERT_EQ(static_cast<IUnknown*>(itf)->QueryInterface(IID_IUnknown, &back), TV_S_OK);
+        EXPECT_EQ(back, unknown);
+        static_cast<IUnknown*>(back)->Release();
+        static_cast<IUnknown*>(itf)->Release();
+    }
+    static_cast<IUnknown*>(unknown)->Release();
+    void* none = reinterpret_cast<void*>(1);
+    const GUID other = TV_GUID(12345678, 1234, 1234, 12, 34, 56, 78, 9A, BC, DE, F0);
+    EXPECT_EQ(node->QueryInterface(other, &none), TV_E_NOINTERFACE);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(node->QueryInterface(IID_IMPAMetaProperty, nullptr), TV_E_POINTER);
+}
+
+TEST(TreeInterfaces, ComponentCreatorChecksItsOutPointerAndCounts) {
+    CountingPackage package;
+    EXPECT_EQ(CreateMetaPropertyComponent(&package, nullptr, nullptr), TV_E_POINTER);
+    EXPECT_EQ(package.created.load(), 0);
+    ComPtr<IUnknown> object;
+    ASSERT_EQ(CreateMetaPropertyComponent(&package, nullptr, object.put()), TV_S_OK);
+    EXPECT_EQ(package.alive.load(), 1);
+    object.reset();
+    EXPECT_EQ(package.alive.load(), 0);
+    EXPECT_EQ(CreateStandaloneMetaProperty(nullptr), TV_E_POINTER);
+}
+
+// --- Deep trees ----------------------------------------------------------------------------------
+
+TEST(TreeDepth, AHundredThousandLevelsWorkWithoutRecursion) {
+    constexpr int kDepth = 100000;
+    Node root = NewTree();
+    Node at = root;
+    for (int i = 0; i < kDepth; ++i) at = AddGroup(at.get(), "Level");
+    AddText(at.get(), "Bottom", "found");
+    at.reset();
+
+    EXPECT_EQ(TextOf(FindByPath(root.get(), "Bottom").get()), "found");
+    IMPAMetaProperty* out = nullptr;
+    EXPECT_EQ(root->FindByPath("Absent", &out), TV_E_PROP_NOTFOUND);
+    ASSERT_EQ(root->SetParentPath("Top"), TV_S_OK);
+    Node copy;
+    ASSERT_EQ(root->Clone(copy.put()), TV_S_OK);
+    EXPECT_EQ(TextOf(FindByPath(copy.get(), "Bottom").get()), "found");
+    copy.reset();
+    root.reset();  // destruction does not recurse either
+}
+
+TEST(TreeDepth, MergesDeeperThanTheLimitFailCleanly) {
+    Node a = NewTree();
+    Node b = NewTree();
+    Node x = a, y = b;
+    for (uint32_t i = 0; i < kMaxTreeDepth + 10; ++i) {
+        x = AddGroup(x.get(), "G");
+        y = AddGroup(y.get(), "G");
+    }
+    AddText(y.get(), "Leaf", "v");
+    x.reset();
+    y.reset();
+    EXPECT_EQ(a->MergeFrom(b.get(), false, 0), TV_E_FAIL);
+
+    Node c = NewTree();
+    Node d = NewTree();
+    x = c;
+    y = d;
+    for (uint32_t i = 0; i < kMaxTreeDepth - 10; ++i) {
+        x = AddGroup(x.get(), "G");
+        y = AddGroup(y.get(), "G");
+    }
+    AddText(y.get(), "Leaf", "v");
+    EXPECT_EQ(c->MergeFrom(d.get(), false, 0), TV_S_OK);
+    EXPECT_TRUE(Find(x.get(), "Leaf"));
+}
+
+TEST(TreeDepth, LongSameNameChainsAreReleasedWithoutRecursion) {
+    Node root = NewTree();
+    Node first = AddText(root.get(), "Item", "0");
+    Node last = first;
+    for (int i = 1; i < 100000; ++i) {
+        Node next = Loose("Item", kTypeText, "n");
+        Chain(last.get(), next.get());
+        last = next;
+    }
+    last.reset();
+    first.reset();
+    uint32_t count = 0;
+    ASSERT_EQ(root->GetChildCount("Item", &count), TV_S_OK);
+    EXPECT_EQ(count, 100000u);
+}
+
+}  // namespace
+}  // namespace tagvera::testing
