@@ -1,0 +1,119 @@
+// CImportMP3File: reading the three tag sources once per file and merging them in the order of
+// "TagReadPriority", and handing out the bytes of on-demand properties.
+#include "mp3/mp3_importer.h"
+
+#include "base/error.h"
+#include "metaprop/node_access.h"
+#include "mp3/id3v1_map.h"
+#include "mp3/mp3_tag_priority.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera {
+
+HRESULT CImportMP3File::LoadTags() {
+    if (path_.empty()) return TV_E_NOTLOADED;
+    if (tagsLoaded_) return TV_S_OK;
+    const HRESULT hr = LoadTagsImpl();
+    if (Failed(hr)) {
+        // Half-read tags are not kept: the next request starts again from the file.
+        result_.reset();
+        jukebox_.reset();
+    }
+    return hr;
+}
+
+HRESULT CImportMP3File::LinkId3v2(uint32_t* tagSize) {
+    if (const HRESULT hr = CreateID3v2Parser(parserContext(), id3v2_.put()); Failed(hr) || !id3v2_) {
+        id3v2_.reset();
+        return TV_E_OUTOFMEMORY;
+    }
+    const HRESULT hr = id3v2_->LinkFile(path_.c_str(), tagSize, kLinkId3v2Only);
+    if (Failed(hr)) id3v2_.reset();
+    return hr;
+}
+
+HRESULT CImportMP3File::LoadTagsImpl() {
+    // A file opened through the light interface has no ID3v2 parser yet.
+    if (!id3v2_) {
+        uint32_t tagSize = 0;
+        if (const HRESULT hr = LinkId3v2(&tagSize); Failed(hr)) return hr;
+    }
+    if (const HRESULT hr = CreateJukeboxParser(classFactory(), jukebox_.put()); Failed(hr) || !jukebox_) {
+        jukebox_.reset();
+        return TV_E_OUTOFMEMORY;
+    }
+
+    ComPtr<IMPAMetaProperty> result, v2Tree, k1Tree;
+    if (Failed(CreateTree(result)) || Failed(CreateTree(v2Tree)) || Failed(CreateTree(k1Tree)))
+        return TV_E_OUTOFMEMORY;
+
+    if (const HRESULT hr = id3v2_->ReadProperties(v2Tree.get()); Failed(hr)) return hr;
+    if (const HRESULT hr = ReadJukeboxFrame(v2Tree.get(), k1Tree.get()); Failed(hr)) return hr;
+
+    for (TagSource source : TagReadPriority()) {
+        HRESULT hr = TV_S_OK;
+        switch (source) {
+            case TagSource::Jukebox: hr = result->MergeFrom(k1Tree.get(), false, 0); break;
+            case TagSource::Id3v2: hr = result->MergeFrom(v2Tree.get(), false, 0); break;
+            // A file without an ID3v1 tag adds nothing.
+            case TagSource::Id3v1: MergeId3v1Tag(OpenedFile(), result.get()); break;
+        }
+        if (Failed(hr)) return hr;
+    }
+    result_ = std::move(result);
+    tagsLoaded_ = true;
+    return TV_S_OK;
+}
+
+HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, IMPAMetaProperty* k1Tree) {
+    ComPtr<IMPAMetaProperty> frame;
+    if (Failed(v2Tree->FindByPath(kJukeboxFramePath, frame.put())) || !frame) return TV_S_OK;
+    uint32_t type = kTypeNone;
+    bool parsed = false;
+    if (Succeeded(frame->GetType(&type)) && type == kTypeBinary) {
+        const auto bytes = ValueOf(frame.get());
+        parsed = !bytes.empty() &&
+                 Succeeded(jukebox_->Parse(bytes.data(), static_cast<uint32_t>(bytes.size())));
+    }
+    frame.reset();
+    // The raw frame never shows, whether its block parsed or not.
+    v2Tree->RemoveByPath(kJukeboxGroup);
+    // A block that does not read is passed over: the other sources still count.
+    if (parsed) jukebox_->CopyToTree(k1Tree);
+    return TV_S_OK;
+}
+
+template <class FromJukebox, class FromId3v2>
+HRESULT CImportMP3File::PropertyData(IMPAMetaProperty* property, FromJukebox&& jukebox, FromId3v2&& id3v2) {
+    if (const HRESULT hr = LoadTags(); Failed(hr)) return hr;
+    // When neither serves the property, the ID3v2 tag's answer says why: most files have no
+    // jukebox frame, whose parser would only say "not loaded".
+    if (JukeboxBeforeId3v2(TagReadPriority())) {
+        const HRESULT hr = jukebox(jukebox_.get());
+        return Succeeded(hr) ? hr : id3v2(id3v2_.get());
+    }
+    const HRESULT hr = id3v2(id3v2_.get());
+    if (Succeeded(hr)) return hr;
+    const HRESULT second = jukebox(jukebox_.get());
+    return Succeeded(second) ? second : hr;
+}
+
+HRESULT CImportMP3File::GetPropertyData(IMPAMetaProperty* property, uint8_t* buffer, uint32_t size) {
+    if (!property || !buffer) return TV_E_POINTER;
+    return Guard([&] {
+        return PropertyData(
+            property, [&](IMPAKJMDParser* k1) { return k1->GetPropertyData(property, buffer, size); },
+            [&](IMPAID3v2Parser* v2) { return v2->GetFrameData(property, buffer, size); });
+    });
+}
+
+HRESULT CImportMP3File::SavePropertyData(IMPAMetaProperty* property, const char* path) {
+    if (!property || !path) return TV_E_POINTER;
+    return Guard([&] {
+        return PropertyData(
+            property, [&](IMPAKJMDParser* k1) { return k1->SavePropertyData(property, path); },
+            [&](IMPAID3v2Parser* v2) { return v2->SaveFrameDataToFile(property, path); });
+    });
+}
+
+}  // namespace tagvera
