@@ -1,0 +1,99 @@
+// The MP3 importer as a host meets it: the built library loaded through its entry points, the
+// importer created by class id, preferences in a file of the test's own.
+#ifndef TAGVERA_TESTS_MP3_IMPORTER_IMPORTER_SUPPORT_H
+#define TAGVERA_TESTS_MP3_IMPORTER_IMPORTER_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "host/host.h"
+#include "mp3_importer/mp3_builder.h"
+#include "mp3_importer/tree_support.h"
+#include "platform/scratch_dir.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/importer.h"
+#include "tagvera/plugin.h"
+
+namespace tagvera::testing {
+
+// One host for the whole test program; the library stays loaded until it ends.
+inline host::Host& SharedHost() {
+    static host::Host* host = [] {
+        host::HostOptions options;
+        options.libraryPath = TAGVERA_LIBRARY_PATH;
+        options.keepLoaded = true;
+        return new host::Host(options);
+    }();
+    return *host;
+}
+
+inline ComPtr<IMPAInterrogateFile> NewImporter() {
+    HRESULT hr = TV_S_OK;
+    auto importer = SharedHost().CreateAs<IMPAInterrogateFile>(CLSID_CImportMP3File, IID_IMPAInterrogateFile, &hr);
+    EXPECT_EQ(hr, TV_S_OK);
+    return importer;
+}
+
+inline ComPtr<IMPAMetaProperty> HostTree() {
+    ComPtr<IMPAMetaProperty> tree;
+    EXPECT_EQ(SharedHost().NewPropertyTree(tree.put()), TV_S_OK);
+    return tree;
+}
+
+struct Interrogation {
+    HRESULT open = TV_E_FAIL;
+    HRESULT result = TV_E_FAIL;
+    ComPtr<IMPAInterrogateFile> importer;
+    ComPtr<IMPAMetaProperty> tree;
+
+    ComPtr<IMPAHandleMetaProperties> handler() const {
+        return QueryAs<IMPAHandleMetaProperties>(importer, IID_IMPAHandleMetaProperties);
+    }
+    std::string text(const char* path) const { return tree ? TextAt(tree.get(), path) : ""; }
+    uint32_t number(const char* path) const { return tree ? NumberAt(tree.get(), path) : UINT32_MAX; }
+    bool has(const char* path) const { return tree && NodeAt(tree.get(), path); }
+};
+
+inline Interrogation Interrogate(const std::string& path) {
+    Interrogation out;
+    out.importer = NewImporter();
+    if (!out.importer) return out;
+    out.open = out.importer->SetFilename(path.c_str());
+    if (Failed(out.open)) return out;
+    out.result = out.importer->Interrogate(out.tree.put());
+    return out;
+}
+
+// Points the library at a preferences file of its own while alive. Each scope writes a new file,
+// so that the library's re-read check sees every change.
+class PreferencesScope {
+public:
+    // priority: the "TagReadPriority" value, or null for a file without it (the default).
+    explicit PreferencesScope(const char* priority) {
+        static int counter = 0;
+        path_ = dir_.file("preferences-" + std::to_string(++counter));
+        std::string text = "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\n";
+        if (priority) text += std::string("TagReadPriority = string:\"") + priority + "\"\n";
+        test::WriteText(path_, text);
+        if (const char* old = std::getenv("TAGVERA_PREFERENCES")) previous_ = old, hadPrevious_ = true;
+        setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
+    }
+    ~PreferencesScope() {
+        if (hadPrevious_) setenv("TAGVERA_PREFERENCES", previous_.c_str(), 1);
+        else unsetenv("TAGVERA_PREFERENCES");
+    }
+    PreferencesScope(const PreferencesScope&) = delete;
+    PreferencesScope& operator=(const PreferencesScope&) = delete;
+
+private:
+    test::ScratchDir dir_;
+    std::string path_;
+    std::string previous_;
+    bool hadPrevious_ = false;
+};
+
+}  // namespace tagvera::testing
+
+#endif

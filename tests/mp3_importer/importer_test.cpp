@@ -1,0 +1,295 @@
+// CImportMP3File through the built library: its interfaces and result codes, the statistics it
+// gives, the light form, and files that are not what they claim to be.
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "mp3_importer/importer_support.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::testing {
+namespace {
+
+class Mp3Importer : public ::testing::Test {
+protected:
+    PreferencesScope prefs_{nullptr};
+    test::ScratchDir dir_;
+
+    std::string Write(const std::string& name, const Bytes& bytes) {
+        const std::string path = dir_.file(name);
+        test::WriteAll(path, bytes);
+        return path;
+    }
+};
+
+TEST_F(Mp3Importer, AnswersItsInterfaces) {
+    auto importer = NewImporter();
+    ASSERT_TRUE(importer);
+    for (const GUID& iid : {IID_IUnknown, IID_IKNContextUser, IID_IMPAInterrogateFile, IID_IMPAInterrogateLite,
+                            IID_IMPAHandleMetaProperties, IID_IMPAHandleMetaProperties2})
+        EXPECT_TRUE(QueryAs<IUnknown>(importer, iid));
+    EXPECT_FALSE(QueryAs<IUnknown>(importer, IID_IMPAMetaProperty));
+    // One object: every interface leads back to the same IUnknown.
+    auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
+    EXPECT_EQ(QueryAs<IUnknown>(lite, IID_IUnknown).get(), QueryAs<IUnknown>(importer, IID_IUnknown).get());
+}
+
+TEST_F(Mp3Importer, ListsItsTypesInEveryInterface) {
+    auto importer = NewImporter();
+    auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
+    auto handler = QueryAs<IMPAHandleMetaProperties2>(importer, IID_IMPAHandleMetaProperties2);
+    char buffer[64];
+    uint32_t size = 0;
+    EXPECT_EQ(importer->GetSupportedExtensions(nullptr, &size), TV_S_OK);
+    EXPECT_EQ(size, 10u);
+    size = 5;
+    EXPECT_EQ(importer->GetSupportedExtensions(buffer, &size), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ(size, 10u);
+    size = 10;
+    EXPECT_EQ(lite->GetSupportedExtensions(buffer, &size), TV_S_OK);
+    EXPECT_STREQ(buffer, "mp3;mpga;");
+    size = 10;
+    EXPECT_EQ(handler->GetSupportedMimeTypes(buffer, &size), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ(size, 23u);
+    size = sizeof buffer;
+    EXPECT_EQ(importer->GetSupportedMimeTypes(buffer, &size), TV_S_OK);
+    EXPECT_STREQ(buffer, "audio/mp3;audio/x-mp3;");
+    EXPECT_EQ(lite->GetSupportedMimeTypes(buffer, nullptr), TV_E_FAIL);
+    EXPECT_EQ(importer->SetOption(1, 2), TV_S_OK);
+    EXPECT_EQ(importer->SetOption2(3, 4), TV_S_OK);
+}
+
+TEST_F(Mp3Importer, RefusesBadArgumentsAndWorksOnlyWithAFile) {
+    auto importer = NewImporter();
+    auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
+    auto handler = QueryAs<IMPAHandleMetaProperties2>(importer, IID_IMPAHandleMetaProperties2);
+    EXPECT_EQ(importer->SetFilename(""), TV_E_INVALIDARG);
+    EXPECT_EQ(importer->SetFilename(nullptr), TV_E_INVALIDARG);
+    EXPECT_EQ(lite->SetFilename(""), TV_E_INVALIDARG);
+    EXPECT_EQ(handler->SetFilename(nullptr), TV_E_INVALIDARG);
+    EXPECT_EQ(importer->Interrogate(nullptr), TV_E_POINTER);
+    EXPECT_EQ(lite->InterrogateLite(nullptr), TV_E_POINTER);
+    ComPtr<IMPAMetaProperty> tree;
+    EXPECT_EQ(importer->Interrogate(tree.put()), TV_E_NOTLOADED);
+    EXPECT_EQ(lite->InterrogateLite(tree.put()), TV_E_NOTLOADED);
+    EXPECT_FALSE(tree);
+    auto node = HostTree();
+    uint8_t byte = 0;
+    EXPECT_EQ(handler->GetPropertyData(node.get(), &byte, 1), TV_E_NOTLOADED);
+    EXPECT_EQ(handler->SavePropertyData(node.get(), dir_.file("x").c_str()), TV_E_NOTLOADED);
+    EXPECT_EQ(handler->GetPropertyData(nullptr, &byte, 1), TV_E_POINTER);
+    EXPECT_EQ(handler->GetPropertyData(node.get(), nullptr, 1), TV_E_POINTER);
+    EXPECT_EQ(handler->SavePropertyData(node.get(), nullptr), TV_E_POINTER);
+}
+
+TEST_F(Mp3Importer, GivesTheStatistics) {
+    const Bytes audio = PlainAudio();
+    const std::string path = Write("a.mp3", Mp3File(TextFrame("TIT2", "Title")));
+    const auto got = Interrogate(path);
+    ASSERT_EQ(got.result, TV_S_OK);
+    EXPECT_EQ(got.text("Statistics:Filename"), path);
+    EXPECT_EQ(got.number("Statistics:FileSize"), std::filesystem::file_size(path));
+    EXPECT_EQ(got.number("Statistics:File Protection"), 0u);
+    EXPECT_EQ(got.text("Statistics:MimeType"), "audio/mp3");
+    EXPECT_EQ(got.number("Statistics:Quality"), 96000u);
+    EXPECT_EQ(got.number("Statistics:Channels"), 2u);
+    EXPECT_EQ(got.number("Statistics:SampleRate"), 44100u);
+    EXPECT_EQ(got.number("Statistics:VBR"), 0u);
+    EXPECT_NEAR(double(got.number("Statistics:Length")), 6000.0, 60.0);
+    uint32_t flags = 0;
+    NodeAt(got.tree.get(), "Statistics:MimeType")->GetFlags(&flags);
+    EXPECT_EQ(flags, uint32_t(kFlagReadOnly | kFlagPrivate));
+    NodeAt(got.tree.get(), "Statistics:Length")->GetFlags(&flags);
+    EXPECT_EQ(flags, uint32_t(kFlagReadOnly));
+    EXPECT_EQ(got.text("Track:Name"), "Title");
+}
+
+TEST_F(Mp3Importer, OpensEachFileAfresh) {
+    const std::string first = Write("first.mp3", Mp3File(TextFrame("TIT2", "First")));
+    const std::string second = Write("second.mp3", Mp3File(TextFrame("TIT2", "Second")));
+    auto importer = NewImporter();
+    ComPtr<IMPAMetaProperty> tree;
+    ASSERT_EQ(importer->SetFilename(first.c_str()), TV_S_OK);
+    ASSERT_EQ(importer->Interrogate(tree.put()), TV_S_OK);
+    EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "First");
+    // Asked again, the tree already read.
+    ComPtr<IMPAMetaProperty> again;
+    ASSERT_EQ(importer->Interrogate(again.put()), TV_S_OK);
+    EXPECT_EQ(TextAt(again.get(), "Track:Name"), "First");
+    ASSERT_EQ(importer->SetFilename(second.c_str()), TV_S_OK);
+    ASSERT_EQ(importer->Interrogate(tree.put()), TV_S_OK);
+    EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "Second");
+    EXPECT_EQ(TextAt(tree.get(), "Statistics:Filename"), second);
+    // A failed open leaves nothing behind.
+    EXPECT_EQ(importer->SetFilename(dir_.file("missing.mp3").c_str()), TV_E_FAIL);
+    EXPECT_EQ(importer->Interrogate(tree.put()), TV_E_NOTLOADED);
+}
+
+TEST_F(Mp3Importer, LightFormReadsOnlyTheId3v1Tag) {
+    const std::string path =
+        Write("both.mp3", Mp3File(TextFrame("TIT2", "V2 Title") + TextFrame("TPE1", "V2 Artist"),
+                                  Id3v1("V1 Title", "", "V1 Album", "1999", 4, 17)));
+    auto importer = NewImporter();
+    auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
+    ASSERT_EQ(lite->SetFilename(path.c_str()), TV_S_OK);
+    ComPtr<IMPAMetaProperty> tree;
+    ASSERT_EQ(lite->InterrogateLite(tree.put()), TV_S_OK);
+    EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "V1 Title");
+    EXPECT_EQ(TextAt(tree.get(), "Album:Name"), "V1 Album");
+    EXPECT_EQ(TextAt(tree.get(), "Track:Genre"), "Rock");
+    EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), "04");
+    EXPECT_EQ(NumberAt(tree.get(), "Track:Year"), 1999u);
+    EXPECT_FALSE(NodeAt(tree.get(), "Artist:Name"));
+    // Light and full forms find the audio in the same place.
+    EXPECT_EQ(NumberAt(tree.get(), "Statistics:Quality"), 96000u);
+    const uint32_t lightLength = NumberAt(tree.get(), "Statistics:Length");
+    // The full form, asked after a light open, reads the ID3v2 tag too.
+    ComPtr<IMPAMetaProperty> full;
+    ASSERT_EQ(importer->Interrogate(full.put()), TV_S_OK);
+    EXPECT_EQ(TextAt(full.get(), "Track:Name"), "V2 Title");
+    EXPECT_EQ(TextAt(full.get(), "Artist:Name"), "V2 Artist");
+    EXPECT_EQ(TextAt(full.get(), "Album:Name"), "V1 Album");
+    EXPECT_EQ(NumberAt(full.get(), "Statistics:Length"), lightLength);
+}
+
+TEST_F(Mp3Importer, Id3v1OnlyFileUnderEveryOrderThatNamesV1) {
+    const std::string path = Mp3DataFile("id3v1_only_v11.mp3");
+    for (const char* order : {"K1,V2,V1", "V1", "V2,V1", "V1,K1,V2", "V2,K1,V1"}) {
+        PreferencesScope prefs(order);
+        const auto got = Interrogate(path);
+        ASSERT_EQ(got.result, TV_S_OK) << order;
+        EXPECT_EQ(got.text("Track:Name"), "Caf\xc3\xa9 Title") << order;
+        EXPECT_EQ(got.text("Track:CD Track #"), "12") << order;
+        EXPECT_EQ(got.text("Track:Genre"), "Rock") << order;
+    }
+    PreferencesScope prefs("K1,V2");
+    EXPECT_FALSE(Interrogate(path).has("Track:Name"));
+}
+
+TEST_F(Mp3Importer, CoverPictureComesBackByteForByte) {
+    const Bytes picture = test::Pattern(20000, 9);
+    const std::string path = Write("cover.mp3", Mp3File(TextFrame("TIT2", "T") + PictureFrame(picture, 3, "image/png")));
+    const auto got = Interrogate(path);
+    ASSERT_EQ(got.result, TV_S_OK);
+    auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
+    ASSERT_TRUE(cover);
+    uint32_t type = 0;
+    cover->GetType(&type);
+    EXPECT_EQ(type, uint32_t(kTypeReference));
+    EXPECT_EQ(NumberAt(cover.get(), "DataSize"), picture.size());
+    EXPECT_EQ(TextAt(cover.get(), "MimeType"), "image/png");
+    Bytes buffer(picture.size());
+    ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_S_OK);
+    EXPECT_EQ(buffer, picture);
+    const std::string saved = dir_.file("cover.png");
+    ASSERT_EQ(got.handler()->SavePropertyData(cover.get(), saved.c_str()), TV_S_OK);
+    EXPECT_EQ(test::ReadAll(saved), picture);
+}
+
+TEST_F(Mp3Importer, BundledSampleCoverIsAJpeg) {
+    const auto got = Interrogate(std::string(TAGVERA_SOURCE_DIR) + "/samples/02-harbour-lights.mp3");
+    ASSERT_TRUE(Succeeded(got.result));
+    auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
+    ASSERT_TRUE(cover);
+    const uint32_t size = NumberAt(cover.get(), "DataSize");
+    ASSERT_GT(size, 100u);
+    Bytes buffer(size);
+    ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), size), TV_S_OK);
+    EXPECT_EQ(buffer[0], 0xFF);
+    EXPECT_EQ(buffer[1], 0xD8);
+    EXPECT_EQ(buffer[size - 2], 0xFF);
+    EXPECT_EQ(buffer[size - 1], 0xD9);
+    EXPECT_EQ(got.number("Statistics:VBR"), 1u);
+}
+
+TEST_F(Mp3Importer, BadFilesFailCleanly) {
+    struct Bad {
+        const char* name;
+        Bytes bytes;
+    } files[] = {
+        {"empty.mp3", {}},
+        {"zeros.mp3", Bytes(100000, 0)},
+        {"text.mp3", B(std::string(5000, 'a'))},
+        {"tag-only.mp3", Tag(3, 0, TextFrame("TIT2", "No audio"))},
+        {"korvamedia.mp3", B(".KMF") + PlainAudio()},
+    };
+    for (const Bad& bad : files) {
+        const std::string path = Write(bad.name, bad.bytes);
+        auto importer = NewImporter();
+        EXPECT_EQ(importer->SetFilename(path.c_str()), TV_E_FAIL) << bad.name;
+        ComPtr<IMPAMetaProperty> tree;
+        EXPECT_EQ(importer->Interrogate(tree.put()), TV_E_NOTLOADED) << bad.name;
+        auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
+        EXPECT_EQ(lite->SetFilename(path.c_str()), TV_E_FAIL) << bad.name;
+    }
+    auto importer = NewImporter();
+    EXPECT_EQ(importer->SetFilename(dir_.path().c_str()), TV_E_FAIL);  // a folder
+    EXPECT_EQ(importer->SetFilename("/dev/null"), TV_E_FAIL);
+    const std::string fifo = dir_.file("fifo.mp3");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    EXPECT_EQ(importer->SetFilename(fifo.c_str()), TV_E_FAIL);  // and does not block
+}
+
+TEST_F(Mp3Importer, TruncatedFilesNeverCrash) {
+    const Bytes whole = Mp3File(TextFrame("TIT2", "Cut") + PictureFrame(test::Pattern(3000)), Id3v1("V1"));
+    for (size_t cut : {size_t(5), size_t(10), size_t(200), size_t(3050), size_t(4000), size_t(20000), whole.size() - 1}) {
+        const std::string path = Write("cut.mp3", Bytes(whole.begin(), whole.begin() + cut));
+        const auto got = Interrogate(path);
+        // Either refused, or read with whatever statistics the audio left gives.
+        if (Succeeded(got.open)) {
+            EXPECT_TRUE(Succeeded(got.result)) << cut;
+        } else {
+            EXPECT_EQ(got.open, TV_E_FAIL) << cut;
+        }
+    }
+}
+
+TEST_F(Mp3Importer, UnreadableFileIsRefused) {
+    if (geteuid() == 0) GTEST_SKIP() << "root reads any file";
+    const std::string path = Write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
+    ASSERT_EQ(chmod(path.c_str(), 0), 0);
+    EXPECT_EQ(NewImporter()->SetFilename(path.c_str()), TV_E_FAIL);
+}
+
+// Bytes this process has read through system calls so far.
+uint64_t ProcessBytesRead() {
+    std::ifstream io("/proc/self/io");
+    std::string key;
+    uint64_t value = 0;
+    while (io >> key >> value)
+        if (key == "rchar:") return value;
+    return 0;
+}
+
+TEST_F(Mp3Importer, FileOver4GBClipsItsSizeAndReadsNoMore) {
+    const Bytes start = Mp3File(TextFrame("TIT2", "Huge"));
+    const std::string small = Write("small.mp3", start);
+    const std::string huge = Write("huge.mp3", start);
+    // Sparse: the rest reads as zeros and takes no disk space.
+    std::filesystem::resize_file(huge, (uint64_t(4) << 30) + 12345);
+
+    const uint64_t before = ProcessBytesRead();
+    const auto smallRead = Interrogate(small);
+    const uint64_t smallBytes = ProcessBytesRead() - before;
+    ASSERT_EQ(smallRead.result, TV_S_OK);
+
+    const uint64_t middle = ProcessBytesRead();
+    const auto hugeRead = Interrogate(huge);
+    const uint64_t hugeBytes = ProcessBytesRead() - middle;
+    ASSERT_EQ(hugeRead.open, TV_S_OK);
+    EXPECT_EQ(hugeRead.result, TV_S_INCOMPLETE);
+    EXPECT_EQ(hugeRead.number("Statistics:FileSize"), 0xFFFFFFFFu);
+    EXPECT_EQ(hugeRead.text("Track:Name"), "Huge");
+    EXPECT_GT(hugeRead.number("Statistics:Length"), smallRead.number("Statistics:Length"));
+    // The same bounded reads as for the small file, give or take the zeros at the end.
+    EXPECT_LE(hugeBytes, smallBytes + 4096) << "small " << smallBytes << ", huge " << hugeBytes;
+}
+
+}  // namespace
+}  // namespace tagvera::testing

@@ -1,0 +1,167 @@
+// The three tag sources of an MP3 file, the jukebox frame (K1), ID3v2 (V2) and ID3v1 (V1), holding
+// the same properties with different values: which wins under each "TagReadPriority", what a
+// source left out of the list does not add, and where on-demand data comes from.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "mp3_importer/importer_support.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::testing {
+namespace {
+
+// The jukebox's copy: title and artist, and a cover of its own.
+Bytes JukeboxBlock(const Bytes& cover = {}) {
+    auto tree = HostTree();
+    tree->AddText("Track:Name", "K1 Title", 0, true, nullptr);
+    tree->AddText("Artist:Name", "K1 Artist", 0, true, nullptr);
+    if (!cover.empty())
+        tree->AddProperty("Album:Cover Art", kTypeDataReference, 0, cover.data(), uint32_t(cover.size()), true,
+                          nullptr);
+    return BlockOf(tree.get());
+}
+
+// K1 holds title and artist; V2 title, album and a cover; V1 title, artist, album, comment, genre.
+Bytes ThreeSourceFile(const Bytes& jukeboxFrameData, const Bytes& v2Cover = {}) {
+    Bytes frames = TextFrame("TIT2", "V2 Title") + TextFrame("TALB", "V2 Album");
+    if (!v2Cover.empty()) frames = frames + PictureFrame(v2Cover);
+    frames = frames + JukeboxFrame(jukeboxFrameData);
+    return Mp3File(frames, Id3v1("V1 Title", "V1 Artist", "V1 Album", "2001", 0, 17, "V1 Comment"));
+}
+
+struct Case {
+    const char* priority;  // null: no value, the default
+    const char* title;     // "" where no source gives one
+    const char* artist;
+    const char* album;
+    const char* comment;
+};
+
+class TagReadPriority : public ::testing::TestWithParam<Case> {};
+
+TEST_P(TagReadPriority, FirstListedSourceWins) {
+    const Case& c = GetParam();
+    test::ScratchDir dir;
+    const std::string path = dir.file("three.mp3");
+    test::WriteAll(path, ThreeSourceFile(JukeboxBlock()));
+    PreferencesScope prefs(c.priority);
+    const auto got = Interrogate(path);
+    ASSERT_EQ(got.open, TV_S_OK);
+    ASSERT_EQ(got.result, TV_S_OK);
+    EXPECT_EQ(got.text("Track:Name"), c.title);
+    EXPECT_EQ(got.text("Artist:Name"), c.artist);
+    EXPECT_EQ(got.text("Album:Name"), c.album);
+    EXPECT_EQ(got.text("Track:Comments"), c.comment);
+    EXPECT_FALSE(got.has("KorvaJukebox"));
+    // The statistics are there whatever the tags.
+    EXPECT_EQ(got.text("Statistics:MimeType"), "audio/mp3");
+}
+
+const Case kCases[] = {
+    {nullptr, "K1 Title", "K1 Artist", "V2 Album", "V1 Comment"},
+    {"K1,V2,V1", "K1 Title", "K1 Artist", "V2 Album", "V1 Comment"},
+    {"V2,K1,V1", "V2 Title", "K1 Artist", "V2 Album", "V1 Comment"},
+    {"V2,V1,K1", "V2 Title", "V1 Artist", "V2 Album", "V1 Comment"},
+    {"V1,V2,K1", "V1 Title", "V1 Artist", "V1 Album", "V1 Comment"},
+    {"K1,V1,V2", "K1 Title", "K1 Artist", "V1 Album", "V1 Comment"},
+    {"V2", "V2 Title", "", "V2 Album", ""},
+    {"K1", "K1 Title", "K1 Artist", "", ""},
+    {"V1", "V1 Title", "V1 Artist", "V1 Album", "V1 Comment"},
+    {"", "", "", "", ""},
+    // Only the first three items count; an unknown one uses up its place.
+    {"X,V1,K1,V2", "V1 Title", "V1 Artist", "V1 Album", "V1 Comment"},
+    // Names are compared exactly.
+    {"v2,K1", "K1 Title", "K1 Artist", "", ""},
+    {"K1 ,V2", "V2 Title", "", "V2 Album", ""},
+};
+INSTANTIATE_TEST_SUITE_P(Orders, TagReadPriority, ::testing::ValuesIn(kCases));
+
+TEST(JukeboxFrame, NeverShowsEvenWhenItDoesNotParse) {
+    test::ScratchDir dir;
+    PreferencesScope prefs(nullptr);
+    const Bytes bad[] = {B("not a block at all, but long enough to look"), B("KJMD"),
+                         B("KJMD") + Bytes(60, 0xFF)};
+    for (const Bytes& data : bad) {
+        const std::string path = dir.file("bad.mp3");
+        test::WriteAll(path, ThreeSourceFile(data));
+        const auto got = Interrogate(path);
+        ASSERT_EQ(got.result, TV_S_OK);
+        EXPECT_FALSE(got.has("KorvaJukebox"));
+        // The other sources still count.
+        EXPECT_EQ(got.text("Track:Name"), "V2 Title");
+        EXPECT_EQ(got.text("Artist:Name"), "V1 Artist");
+    }
+    // A frame of that description that is not binary at all.
+    const std::string path = dir.file("text.mp3");
+    test::WriteAll(path, Mp3File(TextFrame("TIT2", "Title") + GeobFrame("text/plain", "a.txt", "KorvaJukebox:Metadata",
+                                                                          B("hello"))));
+    const auto got = Interrogate(path);
+    ASSERT_EQ(got.result, TV_S_OK);
+    EXPECT_FALSE(got.has("KorvaJukebox"));
+    EXPECT_EQ(got.text("Track:Name"), "Title");
+}
+
+TEST(JukeboxFrame, OtherObjectFramesStay) {
+    test::ScratchDir dir;
+    PreferencesScope prefs(nullptr);
+    const std::string path = dir.file("objects.mp3");
+    test::WriteAll(path, Mp3File(JukeboxFrame(JukeboxBlock()) + GeobFrame("binary", "", "Studio:Session", B("abc"))));
+    const auto got = Interrogate(path);
+    ASSERT_EQ(got.result, TV_S_OK);
+    EXPECT_EQ(got.text("Track:Name"), "K1 Title");
+    EXPECT_TRUE(got.has("Studio:Session"));
+}
+
+// The cover is in both the jukebox frame and an APIC frame, with different bytes.
+TEST(PropertyData, ComesFromTheSourceThePreferencePutsFirst) {
+    const Bytes k1Cover = test::Pattern(3000, 1);
+    const Bytes v2Cover = test::Pattern(4000, 2);
+    test::ScratchDir dir;
+    const std::string path = dir.file("covers.mp3");
+    test::WriteAll(path, ThreeSourceFile(JukeboxBlock(k1Cover), v2Cover));
+
+    struct Order {
+        const char* priority;
+        const Bytes* expected;
+    } orders[] = {{nullptr, &k1Cover}, {"K1,V2,V1", &k1Cover}, {"V1,K1,V2", &k1Cover},
+                  {"V2,K1,V1", &v2Cover}, {"V1,V2", &v2Cover}};
+    for (const Order& order : orders) {
+        PreferencesScope prefs(order.priority);
+        const auto got = Interrogate(path);
+        ASSERT_EQ(got.result, TV_S_OK);
+        auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
+        ASSERT_TRUE(cover);
+        Bytes buffer(order.expected->size());
+        ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_S_OK)
+            << (order.priority ? order.priority : "default");
+        EXPECT_EQ(buffer, *order.expected) << (order.priority ? order.priority : "default");
+        const std::string saved = dir.file("cover.out");
+        ASSERT_EQ(got.handler()->SavePropertyData(cover.get(), saved.c_str()), TV_S_OK);
+        EXPECT_EQ(test::ReadAll(saved), *order.expected);
+    }
+}
+
+TEST(PropertyData, FallsBackToTheOtherSource) {
+    // Only the APIC frame holds a cover; the jukebox frame is asked first and has none.
+    const Bytes v2Cover = test::Pattern(2500, 5);
+    test::ScratchDir dir;
+    const std::string path = dir.file("apic.mp3");
+    test::WriteAll(path, ThreeSourceFile(JukeboxBlock(), v2Cover));
+    PreferencesScope prefs(nullptr);
+    const auto got = Interrogate(path);
+    auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
+    ASSERT_TRUE(cover);
+    EXPECT_EQ(NumberAt(cover.get(), "DataSize"), v2Cover.size());
+    Bytes buffer(v2Cover.size());
+    ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_S_OK);
+    EXPECT_EQ(buffer, v2Cover);
+    // A property neither source serves.
+    auto title = NodeAt(got.tree.get(), "Track:Name");
+    ASSERT_TRUE(title);
+    EXPECT_TRUE(Failed(got.handler()->GetPropertyData(title.get(), buffer.data(), uint32_t(buffer.size()))));
+}
+
+}  // namespace
+}  // namespace tagvera::testing
