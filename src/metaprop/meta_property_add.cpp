@@ -5,6 +5,7 @@
 #include <unordered_set>
 
 #include "base/error.h"
+#include "metaprop/node_access.h"
 #include "metaprop/vocabulary.h"
 #include "platform/text.h"
 
@@ -22,25 +23,6 @@ public:
 };
 
 bool IsDisplayName(std::string_view name) { return text::EqualsNoCase(name, kPropDisplayName); }
-
-std::string NameOf(IMPAMetaProperty* node) {
-    if (CMPAMetaProperty* own = CMPAMetaProperty::FromInterface(node)) return own->name();
-    const char* name = nullptr;
-    node->GetName(&name);
-    return name ? name : "";
-}
-
-uint32_t TypeOf(IMPAMetaProperty* node) {
-    uint32_t type = kTypeNone;
-    node->GetType(&type);
-    return type;
-}
-
-uint32_t FlagsOf(IMPAMetaProperty* node) {
-    uint32_t flags = 0;
-    node->GetFlags(&flags);
-    return flags;
-}
 
 void MarkModified(IMPAMetaProperty* node) { node->SetFlags(FlagsOf(node) | kFlagModified); }
 
