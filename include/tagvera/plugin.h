@@ -3,6 +3,7 @@
 #define TAGVERA_PLUGIN_H
 
 #include "tagvera/abi.h"
+#include "tagvera/entry_points.h"
 #include "tagvera/values.h"
 
 // The host's class factory, asked for from the host context.
@@ -84,12 +85,5 @@ inline constexpr const char kSupportedExtensions[] = "metadatapluginsupportedext
 
 inline constexpr uint32_t kPackageVersion = 282;
 }  // namespace tagvera
-
-// The exported entry points.
-extern "C" {
-typedef HRESULT(TV_STDCALL* KMACreateInstanceFn)(IUnknown** out);
-typedef HRESULT(TV_STDCALL* KMAShutdownFn)();
-typedef HRESULT(TV_STDCALL* SetDLLAccessPathFn)(const char* list);
-}
 
 #endif

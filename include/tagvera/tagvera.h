@@ -1,0 +1,14 @@
+// Everything a host needs: the ABI, the entry points, every interface and id, the components.
+#ifndef TAGVERA_TAGVERA_H
+#define TAGVERA_TAGVERA_H
+
+#include "tagvera/abi.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/components.h"
+#include "tagvera/entry_points.h"
+#include "tagvera/importer.h"
+#include "tagvera/metaprop.h"
+#include "tagvera/plugin.h"
+#include "tagvera/values.h"
+
+#endif
