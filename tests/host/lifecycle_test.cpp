@@ -1,0 +1,301 @@
+// The library's whole life as a host sees it, through the exported entry points of the built
+// libtagvera.so: directory list, the one package, initialisation, the component table, component
+// creation, busy/idle notifications and shutdown.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "host/component_info.h"
+#include "host/guid_text.h"
+#include "host/host_context.h"
+#include "host/library.h"
+#include "host/objects.h"
+#include "tagvera/tagvera.h"
+
+using namespace tagvera;
+using namespace tagvera::host;
+
+namespace {
+
+struct ExpectedRow {
+    GUID classId;
+    std::vector<std::pair<std::string, std::string>> strings;  // in name order, as the list sorts them
+};
+
+// The component table as the host must see it, value by value.
+const std::vector<ExpectedRow>& ExpectedTable() {
+    static const std::vector<ExpectedRow> rows = {
+        {CLSID_CMPAMetaProperty, {}},
+        {CLSID_CImportKMJFile,
+         {{"metadatapluginsupportedextensions", "km|kmj|kms|mnd|kmvb|kmc|kax|kvx|kv|ka"},
+          {"metadatapluginsupportedmimetypes", "audio/x-zn-korvaaudio|application/x-zn-korvamedia"}}},
+        {CLSID_CImportMP3File,
+         {{"metadatapluginsupportedextensions", "mp3|mpga"}, {"metadatapluginsupportedmimetypes", "audio/mp3|audio/x-mp3"}}},
+        {CLSID_CImportCFSFile,
+         {{"metadatapluginsupportedextensions", "ivr|flv|meta"},
+          {"metadatapluginsupportedmimetypes", "application/x-zn-recordfileformat"}}},
+        {CLSID_CImportM4File, {{"metadatapluginsupportedextensions", "m4a|m4p|m4v|mp4"}}},
+        {CLSID_CImageMetadataPlugin,
+         {{"metadatapluginsupportedextensions", "jpg|jpeg|bmp|png|gif|tif|tiff"},
+          {"metadatapluginsupportedmimetypes", "image/jpeg|image/bmp|image/png|image/gif|image/tiff"}}},
+        {CLSID_CImportWMAFile,
+         {{"metadatapluginsupportedextensions", "asf|wma|wmv"},
+          {"metadatapluginsupportedmimetypes", "video/x-ms-asf|audio/x-ms-wma|video/x-ms-wmv|application/x-mplayer2"}}},
+        {CLSID_KMAInterrogatePlugin, {}},
+    };
+    return rows;
+}
+
+// An outer object for aggregation: counts references and answers only IUnknown itself.
+struct Outer : IUnknown {
+    int refs = 1;
+    HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {
+        if (iid == IID_IUnknown) {
+            *out = this;
+            AddRef();
+            return TV_S_OK;
+        }
+        *out = nullptr;
+        return TV_E_NOINTERFACE;
+    }
+    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs); }
+    uint32_t TV_STDCALL Release() override { return static_cast<uint32_t>(--refs); }
+};
+
+// A context that has no class factory to give.
+struct BareContext : IUnknown {
+    HRESULT TV_STDCALL QueryInterface(const GUID&, void** out) override {
+        *out = nullptr;
+        return TV_E_NOINTERFACE;
+    }
+    uint32_t TV_STDCALL AddRef() override { return 1; }
+    uint32_t TV_STDCALL Release() override { return 1; }
+};
+
+uint32_t RefCount(IUnknown* p) {
+    p->AddRef();
+    return p->Release();
+}
+
+class Lifecycle : public ::testing::Test {
+protected:
+    // A failed test may leave the library's reference behind; the next test loads afresh anyway.
+    void TearDown() override { lib.Shutdown(); }
+    Library lib{TAGVERA_LIBRARY_PATH};
+};
+
+TEST_F(Lifecycle, WholeLifeThroughTheEntryPoints) {
+    EXPECT_EQ(lib.Shutdown(), TV_E_FAIL) << "no package yet";
+    EXPECT_EQ(lib.SetAccessPath({{"DT_Codecs", "/opt/codecs"}, {"DT_Common", "C:\\common"}, {"DT_Plugins", ""}}), TV_S_OK);
+    EXPECT_EQ(lib.SetAccessPathBlock("no equals sign\0DT_Codecs=/again\0\0"), TV_S_OK);
+    EXPECT_EQ(lib.SetAccessPathBlock(nullptr), TV_S_OK);
+    EXPECT_EQ(lib.CreateInstance(nullptr), TV_E_INVALIDARG);
+
+    // Two calls: the same object, each with its own reference (plus the library's own).
+    IUnknown* first = nullptr;
+    IUnknown* second = nullptr;
+    ASSERT_EQ(lib.CreateInstance(&first), TV_S_OK);
+    ASSERT_EQ(lib.CreateInstance(&second), TV_S_OK);
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(RefCount(first), 3u);
+    second->Release();
+    auto unknown = ComPtr<IUnknown>::Adopt(first);
+
+    auto plugin = QueryAs<IKMAPlugin>(unknown, IID_IKMAPlugin);
+    auto package = QueryAs<IKMAComponentPlugin>(unknown, IID_IKMAComponentPlugin);
+    auto ns = QueryAs<IKMAPluginNamespace>(unknown, IID_IKMAPluginNamespace);
+    ASSERT_TRUE(plugin && package && ns);
+
+    // Before InitializePlugin there is no host factory to make values with.
+    ComPtr<IKMAValues> info;
+    EXPECT_EQ(package->GetComponentInfo(0, info.put()), TV_E_FAIL);
+    ComPtr<IKMABuffer> uri;
+    EXPECT_EQ(ns->GetPluginNamespace(uri.put()), TV_E_NOCLASSFACTORY);
+    EXPECT_EQ(uri.get(), nullptr);
+
+    BareContext bare;
+    EXPECT_EQ(plugin->InitializePlugin(nullptr), TV_E_POINTER);
+    EXPECT_EQ(plugin->InitializePlugin(&bare), TV_E_NOINTERFACE);
+
+    auto context = HostContext::Create();
+    context->AttachPackage(package.get());
+    ASSERT_EQ(plugin->InitializePlugin(context.get()), TV_S_OK);
+    const PackageEvents& events = *context->events();
+    EXPECT_EQ(events.calls, (std::vector<std::string>{"Register(tagvera)", "Configure(2000,1)"}));
+    EXPECT_EQ(events.liveLifetimeObjects, 1);
+    EXPECT_EQ(events.liveRegistrationObjects, 1);
+
+    // Describing itself.
+    bool loadMultiple = false;
+    const char *description = nullptr, *rights = nullptr, *more = nullptr;
+    uint32_t version = 0;
+    ASSERT_EQ(plugin->DescribePlugin(&loadMultiple, &description, &rights, &more, &version), TV_S_OK);
+    EXPECT_TRUE(loadMultiple);
+    EXPECT_STREQ(description, "tagvera");
+    EXPECT_GT(std::strlen(rights), 0u);
+    EXPECT_STREQ(more, "");
+    EXPECT_EQ(version, 282u);
+    EXPECT_EQ(plugin->DescribePlugin(nullptr, &description, &rights, &more, &version), TV_E_POINTER);
+    EXPECT_EQ(package->GetComponentCount(), 8);
+    EXPECT_STREQ(package->GetPackageName(), "tagvera");
+    ASSERT_EQ(ns->GetPluginNamespace(uri.put()), TV_S_OK);
+    const std::string nsText = ReadText(uri.get());
+    EXPECT_EQ(uri->GetSize(), nsText.size() + 1) << "the namespace carries its NUL";
+    EXPECT_EQ(nsText.rfind("http", 0), 0u);
+
+    // The component table, value by value.
+    for (uint32_t i = 0; i < 8; ++i) {
+        SCOPED_TRACE("component " + std::to_string(i));
+        ASSERT_EQ(package->GetComponentInfo(i, info.put()), TV_S_OK);
+        const ValueSnapshot v = SnapshotValues(info.get());
+        EXPECT_EQ(v.numbers, (std::vector<std::pair<std::string, uint32_t>>{{"LoadMultiple", 1}}));
+        ASSERT_EQ(v.buffers.size(), 1u);
+        EXPECT_EQ(v.buffers[0].first, "ComponentCLSID");
+        GUID id{};
+        ASSERT_EQ(v.buffers[0].second.size(), 16u);
+        std::memcpy(&id, v.buffers[0].second.data(), 16);
+        EXPECT_EQ(GuidToString(id), GuidToString(ExpectedTable()[i].classId));
+        EXPECT_EQ(v.strings, ExpectedTable()[i].strings);
+    }
+    EXPECT_EQ(package->GetComponentInfo(8, info.put()), TV_E_FAIL);
+    EXPECT_EQ(info.get(), nullptr);
+    EXPECT_EQ(package->GetComponentInfo(0, nullptr), TV_E_POINTER);
+
+    // Creating components: built ones are new, independent objects; the rest are not implemented.
+    EXPECT_FALSE(events.busy);
+    for (const auto& row : ExpectedTable()) {
+        SCOPED_TRACE(GuidToString(row.classId));
+        ComPtr<IUnknown> a, b;
+        const HRESULT hr = package->CreateComponent(row.classId, a.put(), nullptr);
+        if (hr == TV_E_NOTIMPL) {
+            EXPECT_EQ(a.get(), nullptr);
+            continue;
+        }
+        ASSERT_EQ(hr, TV_S_OK);
+        EXPECT_TRUE(events.busy);
+        ASSERT_EQ(package->CreateComponent(row.classId, b.put(), nullptr), TV_S_OK);
+        EXPECT_NE(a.get(), b.get());
+        EXPECT_EQ(RefCount(a.get()), 1u);
+        EXPECT_TRUE(QueryAs<IKNContextUser>(a, IID_IKNContextUser)) << "every component takes the host context";
+        a.reset();
+        EXPECT_TRUE(events.busy) << "one component still lives";
+        b.reset();
+        EXPECT_FALSE(events.busy);
+    }
+    {
+        ComPtr<IUnknown> tree;
+        EXPECT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, tree.put(), nullptr), TV_S_OK)
+            << "the property tree is always built";
+    }
+    IUnknown* none = reinterpret_cast<IUnknown*>(0x1);
+    EXPECT_EQ(package->CreateComponent(IID_IKMAPlugin, &none, nullptr), TV_E_FAIL);
+    EXPECT_EQ(none, nullptr);
+    EXPECT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, nullptr, nullptr), TV_E_POINTER);
+
+    // Shutdown while the host still holds references: refused, and the package stays usable.
+    const int busyBefore = events.busyCount;
+    EXPECT_EQ(lib.Shutdown(), TV_E_FAIL);
+    EXPECT_EQ(events.busyCount, busyBefore + 1) << "shutdown tells the lifetime object it is busy";
+    EXPECT_EQ(lib.Shutdown(), TV_E_FAIL) << "the library's own reference is gone already";
+    EXPECT_EQ(package->GetComponentCount(), 8);
+
+    // The last reference goes: the package unregisters and lets the host objects go.
+    context->DetachPackage();
+    plugin.reset();
+    ns.reset();
+    package.reset();
+    info.reset();
+    uri.reset();
+    unknown.reset();
+    EXPECT_EQ(events.calls.back(), "Unregister");
+    EXPECT_EQ(events.liveLifetimeObjects, 0);
+    EXPECT_EQ(events.liveRegistrationObjects, 0);
+    EXPECT_EQ(lib.Shutdown(), TV_E_FAIL) << "no package any more";
+
+    // A fresh package after shutdown: not initialised, and gone with KMAShutdown when alone.
+    ComPtr<IUnknown> fresh;
+    ASSERT_EQ(lib.CreateInstance(fresh.put()), TV_S_OK);
+    auto freshPackage = QueryAs<IKMAComponentPlugin>(fresh, IID_IKMAComponentPlugin);
+    EXPECT_EQ(freshPackage->GetComponentInfo(0, info.put()), TV_E_FAIL);
+    freshPackage.reset();
+    fresh.reset();
+    EXPECT_EQ(lib.Shutdown(), TV_S_OK);
+    EXPECT_EQ(lib.Shutdown(), TV_E_FAIL);
+}
+
+TEST_F(Lifecycle, PackageInterfaceLookupFollowsTheRules) {
+    ComPtr<IUnknown> unknown;
+    ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
+    for (const GUID* iid : {&IID_IKMAPlugin, &IID_IKMAComponentPlugin, &IID_IKMAPluginNamespace}) {
+        auto itf = QueryAs<IUnknown>(unknown, *iid);
+        ASSERT_TRUE(itf);
+        EXPECT_EQ(QueryAs<IUnknown>(itf, IID_IUnknown).get(), unknown.get()) << "one IUnknown from every interface";
+    }
+    void* out = reinterpret_cast<void*>(0x1);
+    EXPECT_EQ(unknown->QueryInterface(IID_IKMAValues, &out), TV_E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(unknown->QueryInterface(IID_IKNContextUser, &out), TV_E_NOINTERFACE);
+    EXPECT_EQ(unknown->QueryInterface(IID_IKMAPlugin, nullptr), TV_E_POINTER);
+    unknown.reset();
+    EXPECT_EQ(lib.Shutdown(), TV_S_OK);
+}
+
+TEST_F(Lifecycle, ComponentsKeepThePackageUntilTheyGo) {
+    ComPtr<IUnknown> unknown;
+    ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
+    auto package = QueryAs<IKMAComponentPlugin>(unknown, IID_IKMAComponentPlugin);
+    auto context = HostContext::Create();
+    ASSERT_EQ(QueryAs<IKMAPlugin>(unknown, IID_IKMAPlugin)->InitializePlugin(context.get()), TV_S_OK);
+    const PackageEvents& events = *context->events();
+
+    ComPtr<IUnknown> tree;
+    ASSERT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, tree.put(), nullptr), TV_S_OK);
+    package.reset();
+    unknown.reset();
+    EXPECT_EQ(lib.Shutdown(), TV_E_FAIL) << "a live component still needs the package";
+    EXPECT_TRUE(events.registered);
+    auto node = QueryAs<IMPAMetaProperty>(tree, IID_IMPAMetaProperty);
+    ASSERT_TRUE(node);
+    EXPECT_EQ(node->SetName("still usable"), TV_S_OK);
+    node.reset();
+    tree.reset();
+    EXPECT_FALSE(events.registered) << "the package went with its last component";
+    EXPECT_EQ(events.calls.back(), "Unregister");
+    EXPECT_EQ(events.liveLifetimeObjects, 0);
+}
+
+TEST_F(Lifecycle, AggregatedPropertyTreeCountsOnItsOuterObject) {
+    ComPtr<IUnknown> unknown;
+    ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
+    auto package = QueryAs<IKMAComponentPlugin>(unknown, IID_IKMAComponentPlugin);
+    auto context = HostContext::Create();
+    ASSERT_EQ(QueryAs<IKMAPlugin>(unknown, IID_IKMAPlugin)->InitializePlugin(context.get()), TV_S_OK);
+
+    Outer outer;
+    IUnknown* inner = nullptr;
+    ASSERT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, &inner, &outer), TV_S_OK);
+    ASSERT_NE(inner, nullptr);
+    EXPECT_NE(inner, static_cast<IUnknown*>(&outer));
+    EXPECT_TRUE(context->events()->busy);
+
+    IMPAMetaProperty* node = nullptr;
+    ASSERT_EQ(inner->QueryInterface(IID_IMPAMetaProperty, reinterpret_cast<void**>(&node)), TV_S_OK);
+    EXPECT_EQ(outer.refs, 2) << "the interface counts on the outer object";
+    void* viaNode = nullptr;
+    ASSERT_EQ(node->QueryInterface(IID_IUnknown, &viaNode), TV_S_OK);
+    EXPECT_EQ(viaNode, &outer) << "and asks the outer object for other interfaces";
+    outer.Release();
+    node->Release();
+    EXPECT_EQ(outer.refs, 1);
+
+    EXPECT_EQ(inner->Release(), 0u);
+    EXPECT_FALSE(context->events()->busy);
+    package.reset();
+    unknown.reset();
+    EXPECT_EQ(lib.Shutdown(), TV_S_OK);
+}
+
+}  // namespace
