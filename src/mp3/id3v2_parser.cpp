@@ -17,12 +17,15 @@
 #include "mp3/id3v2/fields.h"
 #include "mp3/id3v2/normalize.h"
 #include "mp3/id3v2/tag_reader.h"
+#include "mp3/id3v2_file_write.h"
 #include "mp3/id3v2_frame_map.h"
 #include "mp3/id3v2_read_rules.h"
+#include "mp3/id3v2_tree_writer.h"
 #include "platform/file.h"
 #include "platform/safe_write.h"
 #include "platform/text.h"
 #include "tagvera/com_ptr.h"
+#include "tagvera/mp3.h"
 #include "tagvera/plugin.h"
 #include "tagvera/vocabulary.h"
 
@@ -175,8 +178,9 @@ public:
         });
     }
 
-    HRESULT TV_STDCALL WriteAllProperties(IMPAMetaProperty*, IMPAHandleMetaProperties*, bool, bool) override {
-        return TV_E_NOTIMPL;
+    HRESULT TV_STDCALL WriteAllProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource, bool force,
+                                          bool createAll) override {
+        return WriteProperties(tree, dataSource, force, createAll, true);
     }
 
     HRESULT TV_STDCALL GetRenderedSize(uint32_t* size) override {
@@ -206,10 +210,38 @@ public:
         });
     }
 
-    HRESULT TV_STDCALL Update(uint32_t, uint32_t) override { return TV_E_NOTIMPL; }
-    HRESULT TV_STDCALL Strip() override { return TV_E_NOTIMPL; }
-    HRESULT TV_STDCALL WriteProperties(IMPAMetaProperty*, IMPAHandleMetaProperties*, bool, bool, bool) override {
-        return TV_E_NOTIMPL;
+    // Writing is in id3v2_tree_writer.cpp and id3v2_file_write.cpp; the library renders, the
+    // safe-write helper writes.
+    HRESULT TV_STDCALL Update(uint32_t flags, uint32_t option) override {
+        return Guard([&]() -> HRESULT {
+            if (!linked()) return TV_E_FAIL;
+            if (flags & 1) Library().markChanged();
+            if (!library_ || !library_->changed()) return TV_S_OK;
+            mp3::Id3v2WriteOptions options;
+            options.growPadding = library_->padding();
+            options.inPlaceOnly = (option & kMp3WriteInPlaceOnly) != 0;
+            mp3::WriteId3v2Tag(path_, library_->Render(0), options);
+            frames_ = library_->Frames();
+            return TV_S_OK;
+        });
+    }
+    HRESULT TV_STDCALL Strip() override {
+        return Guard([&]() -> HRESULT {
+            if (!linked()) return TV_E_FAIL;
+            mp3::StripId3v2Tags(path_);
+            frames_.clear();
+            tagSize_ = 0;
+            if (library_) library_->Clear();
+            return TV_S_OK;
+        });
+    }
+    HRESULT TV_STDCALL WriteProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource, bool force,
+                                       bool createAll, bool includeUnmapped) override {
+        return Guard([&]() -> HRESULT {
+            if (!tree) return TV_E_POINTER;
+            if (!linked()) return TV_E_FAIL;
+            return mp3::WriteTreeToTag(Library(), tree, dataSource, {force, createAll, includeUnmapped});
+        });
     }
 
     HRESULT TV_STDCALL SaveFrameDataToFile(IMPAMetaProperty* property, const char* path) override {

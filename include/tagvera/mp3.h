@@ -1,0 +1,41 @@
+// What the MP3 importer (the component for "audio/mp3") offers a host beyond the common importer
+// interfaces: its settings, the options of its tag writing, and a report of what it wrote.
+#ifndef TAGVERA_MP3_H
+#define TAGVERA_MP3_H
+
+#include "tagvera/abi.h"
+
+namespace tagvera {
+
+// IMPAInterrogateFile::SetOption(kMp3OptionXingRepair, value), before SetFilename.
+// Opening a writable file whose VBR stream has no Xing header, or one that states a wrong frame
+// count, writes a corrected header into the file (the one change reading makes; the audio
+// frames it replaces carry no sound). 1, the default, allows that; 0 makes opening and
+// interrogating leave every file as it is, as a viewer should. Other values: E_INVALIDARG.
+inline constexpr uintptr_t kMp3OptionXingRepair = 0x4B4D5801;
+
+// Options of IMPAHandleMetaProperties2::WriteMetaProperties2.
+// The ID3v2 tag may only be written over the space of the old one (its padding included):
+// a tag that would need the file to be rewritten fails with E_FAIL, and nothing is written.
+inline constexpr uint32_t kMp3WriteInPlaceOnly = 0x1;
+
+}  // namespace tagvera
+
+// What the importer's last write (WriteMetaProperties, Prepare) or Xing repair did to the file,
+// as lines of "name: value" text, the last line ending in "\n":
+//     id3v2: in place, 2048 bytes written, 1500 bytes of padding
+//     id3v2: file rewritten, 5301242 bytes written, 1024 bytes of padding
+//     id3v1: written
+//     lost: XYZ1: empty frame           (a frame of the old tag that could not be kept)
+//     xing: frame count corrected        (or "xing: header written")
+// Empty (a size of 1) when nothing was written since the file was opened. Size in and out as
+// for GetSupportedMimeTypes: 0x8004000D with the size needed when the buffer is too small.
+struct IMPAWriteReport : IUnknown {
+    TV_METHOD(GetWriteReport)(char* buffer, uint32_t* size) = 0;  // 3
+};
+
+namespace tagvera {
+inline constexpr GUID IID_IMPAWriteReport = TV_GUID(5E0C7A31, 2B44, 4C1D, 9A, 7E, 3F, 61, C2, 08, D4, 95);
+}  // namespace tagvera
+
+#endif
