@@ -10,6 +10,8 @@
 #include "metaprop/metaprop_component.h"
 #include "mp3/id3v1_map.h"
 #include "mp3/mp3_tag_writer.h"
+#include "mp3/mp3_xing_repair.h"
+#include "platform/safe_write.h"
 #include "tagvera/plugin.h"
 #include "tagvera/vocabulary.h"
 
@@ -48,6 +50,7 @@ HRESULT CImportMP3File::InternalQueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IMPAHandleMetaProperties2 || iid == IID_IMPAHandleMetaProperties)
         return Hand(static_cast<IMPAHandleMetaProperties2*>(this), out);
     if (iid == IID_IMPAInterrogateLite) return Hand(static_cast<IMPAInterrogateLite*>(this), out);
+    if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
     return NoInterface(out);
 }
 
@@ -62,6 +65,7 @@ void CImportMP3File::Forget() {
     fileSize_ = 0;
     id3v2TagSize_ = 0;
     audio_ = Mp3AudioInfo{};
+    writeReport_.clear();
 }
 
 void CImportMP3File::ReleaseTags() {
@@ -103,10 +107,15 @@ HRESULT CImportMP3File::Open(const char* path, bool full) {
             }
         }
         Mp3AudioInfo audio;
-        if (const HRESULT hr = ScanMp3Audio(*file_, tagSize, &audio); Failed(hr)) {
+        Mp3ScanOptions scan;
+        scan.fileWritable = xingRepair_ && platform::IsWritableFile(path);
+        if (const HRESULT hr = ScanMp3Audio(*file_, tagSize, &audio, scan); Failed(hr)) {
             Forget();
             return hr;
         }
+        // The one change reading makes (mp3_xing_repair.h); a file that refuses it is read as it is.
+        if (audio.xingRepair && ApplyXingRepair(path, *audio.xingRepair, fileSize_) == XingRepairResult::Written)
+            writeReport_ = std::string("xing: ") + XingRepairText(*audio.xingRepair) + "\n";
         audio_ = audio;
         id3v2TagSize_ = tagSize;
         path_ = path;
@@ -185,7 +194,17 @@ HRESULT CImportMP3File::InterrogateLite(IMPAMetaProperty** tree) {
     });
 }
 
-HRESULT CImportMP3File::SetOption(uintptr_t, uintptr_t) { return TV_S_OK; }
+HRESULT CImportMP3File::SetOption(uintptr_t option, uintptr_t value) {
+    if (option == kMp3OptionXingRepair) {
+        if (value > 1) return TV_E_INVALIDARG;
+        xingRepair_ = value == 1;
+    }
+    return TV_S_OK;
+}
+
+HRESULT CImportMP3File::GetWriteReport(char* buffer, uint32_t* size) {
+    return CopyList(writeReport_.c_str(), buffer, size);
+}
 HRESULT CImportMP3File::SetOption2(uintptr_t, uintptr_t) { return TV_S_OK; }
 
 HRESULT CImportMP3File::GetSupportedMimeTypes(char* buffer, uint32_t* size) {

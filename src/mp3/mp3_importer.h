@@ -20,6 +20,7 @@
 #include "tagvera/com_ptr.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
+#include "tagvera/mp3.h"
 
 namespace tagvera {
 
@@ -43,7 +44,8 @@ class CImportMP3File : public CUnknownIMP,
                        public CKCAContextUserMixin,
                        public Mp3InterrogateFileShim,
                        public Mp3HandleMetaPropertiesShim,
-                       public Mp3InterrogateLiteShim {
+                       public Mp3InterrogateLiteShim,
+                       public IMPAWriteReport {
 public:
     static constexpr const char* kMimeTypes = "audio/mp3;audio/x-mp3;";
     static constexpr const char* kExtensions = "mp3;mpga;";
@@ -69,6 +71,9 @@ public:
 
     // IMPAInterrogateLite
     HRESULT TV_STDCALL InterrogateLite(IMPAMetaProperty** tree) override;
+
+    // IMPAWriteReport
+    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
 
     // IMPAHandleMetaProperties2
     HRESULT TV_STDCALL Prepare(uint32_t what) override;
@@ -96,6 +101,9 @@ public:
     HRESULT CreateTree(ComPtr<IMPAMetaProperty>& out) const;
     // The host context's class factory as a context for the parsers (null without a host).
     IUnknown* parserContext() const;
+    // What GetWriteReport answers.
+    const std::string& writeReport() const { return writeReport_; }
+    void SetWriteReport(std::string report) { writeReport_ = std::move(report); }
 
 private:
     HRESULT Open(const char* path, bool full);
@@ -120,6 +128,9 @@ private:
     ComPtr<IMPAID3v2Parser> id3v2_;
     ComPtr<IMPAKJMDParser> jukebox_;
     bool tagsLoaded_ = false;
+    // kMp3OptionXingRepair: opening a writable file may correct its Xing header.
+    bool xingRepair_ = true;
+    std::string writeReport_;
 };
 
 // The component-table creator.

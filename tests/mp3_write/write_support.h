@@ -1,0 +1,217 @@
+// The MP3 importer's write side as a host drives it: open, interrogate, edit the tree, write,
+// read back; preferences in a file of the test's own; what other tools read from the result.
+#ifndef TAGVERA_TESTS_MP3_WRITE_WRITE_SUPPORT_H
+#define TAGVERA_TESTS_MP3_WRITE_WRITE_SUPPORT_H
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "mp3/id3v2_file_write.h"
+#include "mp3/mp3_importer.h"
+#include "mp3_importer/tree_support.h"
+#include "platform/file.h"
+#include "platform/scratch_dir.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/mp3.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::testing {
+
+inline std::string DataFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/" + name; }
+inline std::string FixtureFile(const std::string& name) { return std::string(TAGVERA_FIXTURES_DIR) + "/id3/" + name; }
+
+inline std::string CopyTo(const test::ScratchDir& dir, const std::string& from, const std::string& name = "") {
+    const std::string to = dir.file(name.empty() ? std::filesystem::path(from).filename().string() : name);
+    std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
+    std::filesystem::permissions(to, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    return to;
+}
+
+// The importer, linked into the test (so that platform fault injection reaches its file calls).
+inline ComPtr<IMPAInterrogateFile> NewMp3Importer() {
+    ComPtr<IUnknown> unknown;
+    EXPECT_EQ(CreateImportMP3File(nullptr, nullptr, unknown.put()), TV_S_OK);
+    return QueryAs<IMPAInterrogateFile>(unknown.get(), IID_IMPAInterrogateFile);
+}
+
+struct Mp3Session {
+    ComPtr<IMPAInterrogateFile> importer;
+    ComPtr<IMPAMetaProperty> tree;
+    HRESULT open = TV_E_FAIL;
+    HRESULT interrogate = TV_E_FAIL;
+
+    ComPtr<IMPAHandleMetaProperties2> writer() const {
+        return QueryAs<IMPAHandleMetaProperties2>(importer.get(), IID_IMPAHandleMetaProperties2);
+    }
+    HRESULT Write(uint32_t force = 0, uint32_t options = 0, bool withDataSource = true) const {
+        auto w = writer();
+        return w->WriteMetaProperties2(tree.get(), withDataSource ? w.get() : nullptr, force, options);
+    }
+    std::string Report() const {
+        auto r = QueryAs<IMPAWriteReport>(importer.get(), IID_IMPAWriteReport);
+        char buffer[4096] = {};
+        uint32_t size = sizeof buffer;
+        if (!r || Failed(r->GetWriteReport(buffer, &size))) return "?";
+        return buffer;
+    }
+    std::string text(const char* path) const { return tree ? TextAt(tree.get(), path) : ""; }
+    uint32_t number(const char* path) const { return tree ? NumberAt(tree.get(), path) : UINT32_MAX; }
+    bool has(const char* path) const { return tree && NodeAt(tree.get(), path); }
+    // The bytes of an on-demand property, through the importer.
+    std::vector<uint8_t> Data(const char* path) const {
+        auto node = NodeAt(tree.get(), path);
+        if (!node) return {};
+        uint32_t size = 0;
+        if (!ChildNumberOf(node.get(), "DataSize", &size)) return {};
+        std::vector<uint8_t> out(size);
+        if (Failed(writer()->GetPropertyData(node.get(), out.data(), size))) return {};
+        return out;
+    }
+    static bool ChildNumberOf(IMPAMetaProperty* node, const char* name, uint32_t* value) {
+        auto child = NodeAt(node, name);
+        if (!child) return false;
+        const uint8_t* d = nullptr;
+        uint32_t n = 0;
+        if (Failed(child->GetValue(&d, &n)) || n != 4) return false;
+        *value = uint32_t(d[0]) | uint32_t(d[1]) << 8 | uint32_t(d[2]) << 16 | uint32_t(d[3]) << 24;
+        return true;
+    }
+};
+
+inline Mp3Session OpenMp3(const std::string& path, bool xingRepair = true) {
+    Mp3Session s;
+    s.importer = NewMp3Importer();
+    if (!s.importer) return s;
+    s.importer->SetOption(kMp3OptionXingRepair, xingRepair ? 1 : 0);
+    s.open = s.importer->SetFilename(path.c_str());
+    if (Failed(s.open)) return s;
+    s.interrogate = s.importer->Interrogate(s.tree.put());
+    return s;
+}
+
+// The group at the path's first part, created when missing.
+inline ComPtr<IMPAMetaProperty> GroupOf(IMPAMetaProperty* tree, const std::string& group) {
+    ComPtr<IMPAMetaProperty> g;
+    if (Failed(tree->FindFirstChild(group.c_str(), g.put())) || !g) {
+        EXPECT_EQ(tree->AddGroup(group.c_str(), 0, false, g.put()), TV_S_OK);
+    }
+    return g;
+}
+
+inline std::pair<std::string, std::string> SplitPath(const std::string& path) {
+    const size_t colon = path.find(':');
+    return {path.substr(0, colon), path.substr(colon + 1)};
+}
+
+// As a host edits: a new node replaces the old one and is marked changed.
+inline ComPtr<IMPAMetaProperty> SetProperty(IMPAMetaProperty* tree, const std::string& path, uint32_t type,
+                                            const std::vector<uint8_t>& value) {
+    auto [group, name] = SplitPath(path);
+    auto g = GroupOf(tree, group);
+    ComPtr<IMPAMetaProperty> node;
+    EXPECT_EQ(g->AddProperty(name.c_str(), type, 0, value.data(), static_cast<uint32_t>(value.size()), true, node.put()),
+              TV_S_OK);
+    if (node) node->SetChanged(kChanged);
+    return node;
+}
+
+inline ComPtr<IMPAMetaProperty> SetText(IMPAMetaProperty* tree, const std::string& path, const std::string& value) {
+    std::vector<uint8_t> bytes(value.begin(), value.end());
+    bytes.push_back(0);
+    return SetProperty(tree, path, kTypeText, bytes);
+}
+
+inline ComPtr<IMPAMetaProperty> SetNumber(IMPAMetaProperty* tree, const std::string& path, uint32_t n) {
+    return SetProperty(tree, path, kTypeNumber, {uint8_t(n), uint8_t(n >> 8), uint8_t(n >> 16), uint8_t(n >> 24)});
+}
+
+// A picture named by a file (type 11), as a host hands over a new cover.
+inline ComPtr<IMPAMetaProperty> SetPictureFile(IMPAMetaProperty* tree, const std::string& path, const std::string& file,
+                                               const char* mime = "image/jpeg") {
+    std::vector<uint8_t> name(file.begin(), file.end());
+    name.push_back(0);
+    auto node = SetProperty(tree, path, kTypeFileReference, name);
+    if (node) node->AddText("MimeType", mime, 0, true, nullptr);
+    return node;
+}
+
+inline void MarkDeleted(IMPAMetaProperty* tree, const std::string& path) {
+    auto node = NodeAt(tree, path.c_str());
+    ASSERT_TRUE(node) << path;
+    node->SetChanged(kDeleted);
+}
+
+// Every byte of the file from the first byte after the ID3v2 tags to the start of the trailing tags.
+inline std::vector<uint8_t> AudioOf(const std::string& path) {
+    platform::File file(path, platform::OpenMode::Read);
+    const auto place = mp3::PlaceId3v2Tags(file);
+    uint64_t end = place.fileSize - (place.hasId3v1 ? 128 : 0);
+    if (place.lyrics3Size) end = place.lyrics3Offset;
+    if (place.appendedSize && place.appendedOffset < end) end = place.appendedOffset;
+    return file.readExact(place.prependedSize, static_cast<size_t>(end - place.prependedSize));
+}
+
+inline uint64_t PrependedSize(const std::string& path) {
+    platform::File file(path, platform::OpenMode::Read);
+    return mp3::PlaceId3v2Tags(file).prependedSize;
+}
+
+// Points the library at a preferences file holding lines while alive.
+class EditPreferences {
+public:
+    explicit EditPreferences(const std::string& lines) {
+        path_ = dir_.file("preferences");
+        test::WriteText(path_, "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\n" + lines);
+        if (const char* old = std::getenv("TAGVERA_PREFERENCES")) previous_ = old, had_ = true;
+        setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
+    }
+    ~EditPreferences() {
+        if (had_) setenv("TAGVERA_PREFERENCES", previous_.c_str(), 1);
+        else unsetenv("TAGVERA_PREFERENCES");
+    }
+
+private:
+    test::ScratchDir dir_;
+    std::string path_, previous_;
+    bool had_ = false;
+};
+
+// A command's standard output, and whether it ran at all.
+struct CommandOutput {
+    bool ran = false;
+    int status = -1;
+    std::string out;
+};
+
+inline CommandOutput RunCommand(const std::string& command) {
+    CommandOutput r;
+    FILE* p = popen((command + " 2>/dev/null").c_str(), "r");
+    if (!p) return r;
+    std::array<char, 4096> buf;
+    size_t n;
+    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0) r.out.append(buf.data(), n);
+    const int status = pclose(p);
+    r.ran = true;
+    r.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return r;
+}
+
+inline bool HaveTool(const std::string& probe) { return RunCommand(probe + " >/dev/null").status == 0; }
+
+inline std::string Quote(const std::string& s) {
+    std::string out = "'";
+    for (char c : s) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return out + "'";
+}
+
+}  // namespace tagvera::testing
+
+#endif

@@ -1,0 +1,320 @@
+// Writing tags as a host does, read back through the importer and the frame layer: what is
+// written, where (in place or a rewrite), what survives, the ID3v1 record and the preferences.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+
+#include "mp3/id3v1_tag.h"
+#include "mp3/id3v2/fields.h"
+#include "mp3/id3v2/normalize.h"
+#include "mp3/id3v2/tag_reader.h"
+#include "mp3_write/write_support.h"
+
+namespace tagvera::testing {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+std::vector<id3v2::Frame> FramesOf(const std::string& path) {
+    platform::File file(path, platform::OpenMode::Read);
+    return id3v2::NormalizeToV23(id3v2::ReadFileTags(file)).frames;
+}
+
+std::vector<std::string> IdsOf(const std::string& path) {
+    std::vector<std::string> ids;
+    for (const auto& f : FramesOf(path)) ids.push_back(f.id);
+    return ids;
+}
+
+const id3v2::Frame* FindFrame(const std::vector<id3v2::Frame>& frames, const std::string& id) {
+    for (const auto& f : frames)
+        if (f.id == id) return &f;
+    return nullptr;
+}
+
+Bytes LastRecord(const std::string& path) {
+    const Bytes all = test::ReadAll(path);
+    return Bytes(all.end() - 128, all.end());
+}
+
+class Mp3Write : public ::testing::Test {
+protected:
+    test::ScratchDir dir;
+    // Every tag on: the defaults.
+    EditPreferences prefs{""};
+};
+
+TEST_F(Mp3Write, NewTagGrowsOnceWithPaddingThenEditsInPlaceAndTheAudioStaysByteForByte) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const Bytes audio = AudioOf(path);
+    {
+        auto s = OpenMp3(path);
+        ASSERT_EQ(s.open, TV_S_OK);
+        SetText(s.tree.get(), "Track:Name", "Blue in Green");
+        SetText(s.tree.get(), "Artist:Name", "Miles Davis");
+        SetText(s.tree.get(), "Album:Name", "Kind of Blue");
+        SetText(s.tree.get(), "Track:CD Track #", "3/12");
+        SetText(s.tree.get(), "Track:Genre", "Jazz");
+        SetNumber(s.tree.get(), "Track:Year", 1959);
+        ASSERT_EQ(s.Write(), TV_S_OK);
+        EXPECT_NE(s.Report().find("id3v2: file rewritten"), std::string::npos) << s.Report();
+        EXPECT_NE(s.Report().find("id3v1: written"), std::string::npos) << s.Report();
+    }
+    EXPECT_EQ(AudioOf(path), audio);
+    const uint64_t space = PrependedSize(path);
+    const uint64_t size = platform::FileSize(path);
+    {
+        auto s = OpenMp3(path);
+        EXPECT_EQ(s.text("Track:Name"), "Blue in Green");
+        EXPECT_EQ(s.text("Artist:Name"), "Miles Davis");
+        EXPECT_EQ(s.text("Album:Name"), "Kind of Blue");
+        EXPECT_EQ(s.text("Track:CD Track #"), "3/12");
+        EXPECT_EQ(s.text("Track:Genre"), "Jazz");
+        EXPECT_EQ(s.number("Track:Year"), 1959u);
+        SetText(s.tree.get(), "Track:Name", "So What");
+        ASSERT_EQ(s.Write(), TV_S_OK);
+        EXPECT_NE(s.Report().find("id3v2: in place"), std::string::npos) << s.Report();
+    }
+    EXPECT_EQ(PrependedSize(path), space);
+    EXPECT_EQ(platform::FileSize(path), size);
+    EXPECT_EQ(AudioOf(path), audio);
+    EXPECT_EQ(OpenMp3(path).text("Track:Name"), "So What");
+    EXPECT_EQ(dir.entries().size(), 1u);  // no temporary file left behind
+}
+
+TEST_F(Mp3Write, TextOutsideLatin1IsWrittenAsUtf16AndReadsBackExactly) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string title = "Ελληνικά – 日本語 – Ünïcödé";
+    {
+        auto s = OpenMp3(path);
+        SetText(s.tree.get(), "Track:Name", title);
+        SetText(s.tree.get(), "Artist:Name", "Café");  // Latin-1 is enough here
+        ASSERT_EQ(s.Write(), TV_S_OK);
+    }
+    const auto frames = FramesOf(path);
+    const auto* tit2 = FindFrame(frames, "TIT2");
+    ASSERT_TRUE(tit2);
+    EXPECT_EQ(tit2->payload[0], 1);  // UTF-16 with BOM
+    EXPECT_EQ(id3v2::DecodeFields(*tit2).values, std::vector<std::string>{title});
+    EXPECT_EQ(FindFrame(frames, "TPE1")->payload[0], 0);
+    EXPECT_EQ(OpenMp3(path).text("Track:Name"), title);
+}
+
+TEST_F(Mp3Write, CommentsWithLanguageLyricsAndUrlsRoundTripAndDeletedOnesGo) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    {
+        auto s = OpenMp3(path);
+        auto comment = SetText(s.tree.get(), "Track:Comments", "Recorded in one take");
+        comment->AddText("Language", "fra", 0, true, nullptr);
+        SetText(s.tree.get(), "Track:Lyrics", "So what\nso what");
+        SetProperty(s.tree.get(), "Web Links:Artist URL", kTypeUrl, {'h', 't', 't', 'p', ':', '/', '/', 'a', '.', 'b', 0});
+        ASSERT_EQ(s.Write(), TV_S_OK);
+    }
+    {
+        auto s = OpenMp3(path);
+        EXPECT_EQ(s.text("Track:Comments"), "Recorded in one take");
+        EXPECT_EQ(s.text("Track:Comments:Language"), "fra");
+        // The jukebox frame (read first by default) holds it as text; USLT holds it too.
+        EXPECT_EQ(s.text("Track:Lyrics"), "So what\nso what");
+        EXPECT_EQ(id3v2::DecodeFields(*FindFrame(FramesOf(path), "USLT")).values, std::vector<std::string>{"So what\nso what"});
+        EXPECT_EQ(s.text("Web Links:Artist URL"), "http://a.b");
+        MarkDeleted(s.tree.get(), "Track:Comments");
+        ASSERT_EQ(s.Write(), TV_S_OK);
+    }
+    auto s = OpenMp3(path);
+    EXPECT_FALSE(s.has("Track:Comments"));
+    EXPECT_TRUE(s.has("Track:Lyrics"));
+    EXPECT_EQ(LastRecord(path)[97], 0);  // the ID3v1 comment went too
+}
+
+TEST_F(Mp3Write, FramesWeDoNotMapSurviveWithTheirBytes) {
+    // v2.4 tag: RVA2, an unknown XYZW frame, two pictures, TSOP, TMOO, TDRC, a GEOB.
+    const std::string path = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"));
+    const auto before = FramesOf(path);
+    {
+        auto s = OpenMp3(path);
+        ASSERT_EQ(s.open, TV_S_OK);
+        SetText(s.tree.get(), "Track:Name", "New title");
+        ASSERT_EQ(s.Write(), TV_S_OK);
+        EXPECT_EQ(s.Report().find("lost:"), std::string::npos) << s.Report();
+    }
+    const auto after = FramesOf(path);
+    std::multimap<std::string, Bytes> kept;
+    for (const auto& f : after) kept.emplace(f.id, f.payload);
+    for (const auto& f : before) {
+        if (f.id == "TIT2") continue;
+        bool same = false;
+        for (auto [it, end] = kept.equal_range(f.id); it != end; ++it) same = same || it->second == f.payload;
+        EXPECT_TRUE(same) << f.id << " changed or went missing";
+    }
+    EXPECT_EQ(id3v2::DecodeFields(*FindFrame(after, "TIT2")).values, std::vector<std::string>{"New title"});
+    auto s = OpenMp3(path);
+    EXPECT_EQ(s.text("Artist:Name"), "Björk & 坂本龍一");
+    EXPECT_EQ(s.Data("Album:Cover Art").size(), 6498u);
+}
+
+TEST_F(Mp3Write, Id3v1RecordFollowsTheTree) {
+    const std::string path = CopyTo(dir, DataFile("id3v1_only_v11.mp3"));
+    auto write = [&](const char* genre, const char* track) {
+        auto s = OpenMp3(path);
+        SetText(s.tree.get(), "Track:Genre", genre);
+        SetText(s.tree.get(), "Track:CD Track #", track);
+        SetText(s.tree.get(), "Track:Comments", std::string(30, 'c'));
+        ASSERT_EQ(s.Write(), TV_S_OK);
+    };
+    write("Rock", "12");
+    Bytes r = LastRecord(path);
+    EXPECT_EQ(r[127], 17);
+    EXPECT_EQ(r[125], 0);
+    EXPECT_EQ(r[126], 12);  // the track survives a 30-byte comment written before it
+    write("rock", "120");
+    r = LastRecord(path);
+    EXPECT_EQ(r[127], 17);
+    EXPECT_EQ(r[125], 0);
+    EXPECT_EQ(r[126], 0);
+    write("Not A Genre", "7");
+    r = LastRecord(path);
+    EXPECT_EQ(r[127], 255);
+    EXPECT_EQ(r[126], 7);
+}
+
+TEST_F(Mp3Write, Id3v1PreferenceOffLeavesTheRecordAlone) {
+    EditPreferences off("TagEditID3V1 = dword:0\n");
+    const std::string path = CopyTo(dir, DataFile("id3v1_only_v11.mp3"));
+    const Bytes record = LastRecord(path);
+    auto s = OpenMp3(path);
+    SetText(s.tree.get(), "Track:Name", "Changed");
+    ASSERT_EQ(s.Write(), TV_S_OK);
+    EXPECT_EQ(LastRecord(path), record);
+    EXPECT_EQ(OpenMp3(path).text("Track:Name"), "Changed");  // from the ID3v2 tag
+}
+
+struct CoverCase {
+    const char* prefs;
+    bool inApic;
+    bool inJukebox;
+};
+
+class CoverRule : public Mp3Write, public ::testing::WithParamInterface<CoverCase> {};
+
+TEST_P(CoverRule, ChangedCoverGoesToApicOrTheJukeboxFrame) {
+    EditPreferences p(GetParam().prefs);
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string jpeg = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"), "cover.jpg");  // any bytes do
+    const Bytes picture = test::ReadAll(jpeg);
+    {
+        auto s = OpenMp3(path);
+        SetText(s.tree.get(), "Track:Name", "With cover");
+        SetPictureFile(s.tree.get(), "Album:Cover Art", jpeg);
+        ASSERT_EQ(s.Write(), TV_S_OK);
+    }
+    const auto frames = FramesOf(path);
+    const auto* apic = FindFrame(frames, "APIC");
+    EXPECT_EQ(apic != nullptr, GetParam().inApic);
+    if (apic) {
+        EXPECT_TRUE(std::ranges::equal(id3v2::DecodeFields(*apic).data, picture));
+    }
+    const id3v2::Frame* geob = FindFrame(frames, "GEOB");
+    ASSERT_TRUE(geob);
+    const auto block = id3v2::DecodeFields(*geob);
+    EXPECT_EQ(block.desc, "KorvaJukebox:Metadata");
+    EXPECT_EQ(block.mime, "binary");
+    const bool pictureInBlock = std::search(block.data.begin(), block.data.end(), picture.begin(), picture.begin() + 64) !=
+                                block.data.end();
+    EXPECT_EQ(pictureInBlock, GetParam().inJukebox);
+    auto s = OpenMp3(path);
+    EXPECT_EQ(s.text("Track:Name"), "With cover");
+    EXPECT_EQ(s.Data("Album:Cover Art"), picture);
+}
+
+INSTANTIATE_TEST_SUITE_P(Preferences, CoverRule,
+                         ::testing::Values(CoverCase{"", true, false},
+                                           CoverCase{"TagEditID3V2 = dword:0\n", false, true}));
+
+TEST_F(Mp3Write, JukeboxOffWritesNoJukeboxFrame) {
+    EditPreferences p("TagEditKorvaOne = dword:0\n");
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    auto s = OpenMp3(path);
+    SetText(s.tree.get(), "Track:Name", "Plain");
+    ASSERT_EQ(s.Write(), TV_S_OK);
+    EXPECT_EQ(IdsOf(path), std::vector<std::string>{"TIT2"});
+}
+
+TEST_F(Mp3Write, PrepareStripsTheId3v2TagAndBlanksTheId3v1Record) {
+    const std::string path = CopyTo(dir, FixtureFile("r_v23_plus_v11.mp3"));
+    const Bytes audio = AudioOf(path);
+    auto s = OpenMp3(path);
+    ASSERT_EQ(s.writer()->Prepare(0), TV_S_OK);
+    EXPECT_EQ(PrependedSize(path), 0u);
+    EXPECT_EQ(AudioOf(path), audio);
+    Bytes blank(128, 0);
+    blank[0] = 'T', blank[1] = 'A', blank[2] = 'G', blank[127] = 255;
+    EXPECT_EQ(LastRecord(path), blank);
+    auto again = OpenMp3(path);
+    EXPECT_FALSE(again.has("Track:Name"));
+    EXPECT_FALSE(again.has("Artist:Name"));
+}
+
+TEST_F(Mp3Write, ReadOnlyFileGivesAnErrorAndStaysAsItWas) {
+    const std::string path = CopyTo(dir, FixtureFile("r_v23_padded.mp3"));
+    const Bytes before = test::ReadAll(path);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_read);
+    auto s = OpenMp3(path);
+    SetText(s.tree.get(), "Track:Name", "Nope");
+    EXPECT_EQ(s.Write(), TV_E_FAIL);
+    EXPECT_EQ(test::ReadAll(path), before);
+    EXPECT_EQ(s.writer()->Prepare(0), TV_E_FAIL);
+    EXPECT_EQ(test::ReadAll(path), before);
+}
+
+TEST_F(Mp3Write, InPlaceOnlyRefusesARewrite) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const Bytes before = test::ReadAll(path);
+    auto s = OpenMp3(path);
+    SetText(s.tree.get(), "Track:Name", "Needs room");
+    EXPECT_EQ(s.Write(0, kMp3WriteInPlaceOnly), TV_E_FAIL);
+    EXPECT_EQ(test::ReadAll(path), before);
+}
+
+// Every shared fixture as a starting file: the written values come back, the old ones stay.
+class FixtureRoundTrip : public Mp3Write, public ::testing::WithParamInterface<std::string> {};
+
+TEST_P(FixtureRoundTrip, WrittenValuesComeBack) {
+    const std::string path = CopyTo(dir, FixtureFile(GetParam()));
+    const Bytes audio = AudioOf(path);
+    std::string artist;
+    {
+        auto s = OpenMp3(path);
+        ASSERT_TRUE(Succeeded(s.open)) << GetParam();
+        artist = s.text("Artist:Name");
+        SetText(s.tree.get(), "Track:Name", "Round trip ✓");
+        SetText(s.tree.get(), "Album:Name", "Álbum");
+        SetText(s.tree.get(), "Track:CD Track #", "7/9");
+        ASSERT_EQ(s.Write(), TV_S_OK) << GetParam();
+    }
+    auto s = OpenMp3(path);
+    EXPECT_EQ(s.text("Track:Name"), "Round trip ✓");
+    EXPECT_EQ(s.text("Album:Name"), "Álbum");
+    EXPECT_EQ(s.text("Track:CD Track #"), "7/9");
+    EXPECT_EQ(s.text("Artist:Name"), artist);
+    EXPECT_EQ(AudioOf(path), audio);
+}
+
+std::vector<std::string> Fixtures() {
+    std::vector<std::string> names;
+    for (const auto& e : std::filesystem::directory_iterator(std::string(TAGVERA_FIXTURES_DIR) + "/id3"))
+        if (e.path().extension() == ".mp3") names.push_back(e.path().filename().string());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+INSTANTIATE_TEST_SUITE_P(Shared, FixtureRoundTrip, ::testing::ValuesIn(Fixtures()),
+                         [](const auto& test) {
+                             std::string n = test.param.substr(0, test.param.size() - 4);
+                             std::replace_if(n.begin(), n.end(), [](char c) { return !std::isalnum(static_cast<unsigned char>(c)); }, '_');
+                             return n;
+                         });
+
+}  // namespace
+}  // namespace tagvera::testing
