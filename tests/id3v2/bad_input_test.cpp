@@ -195,7 +195,8 @@ TEST_F(ParserBadInput, ResultCodes) {
     EXPECT_EQ(parser_->GetRenderedSize(&size), TV_E_FAIL);
     uint8_t byte = 0;
     EXPECT_EQ(parser_->GetFrameData(root.get(), &byte, 1), TV_E_FAIL);
-    EXPECT_EQ(parser_->Update(0, 0), TV_E_NOTIMPL);
+    EXPECT_EQ(parser_->Update(0, 0), TV_E_FAIL);
+    EXPECT_EQ(parser_->Strip(), TV_E_FAIL);
 
     for (const Bytes& bytes : {Bytes{}, Bytes(5000, 0)}) {
         const std::string path = WriteTemp("plain.mp3", bytes);
