@@ -14,10 +14,12 @@ namespace {
 const uint8_t kEmptyString[1] = {0};
 
 // The file's size and, when asked, its bytes; false when it cannot be opened or is too large
-// for a 32-bit size.
+// for a 32-bit size. Only regular files: a name read from a block must not make writing wait on
+// a pipe or read a device.
 bool ReadReferencedFile(const std::string& path, bool wantBytes, uint32_t* size, std::vector<uint8_t>* bytes,
                         bool* bytesRead) {
     *bytesRead = false;
+    if (!platform::IsRegularFile(path)) return false;
     try {
         platform::File file(path, platform::OpenMode::Read);
         if (file.size() > std::numeric_limits<uint32_t>::max()) return false;
