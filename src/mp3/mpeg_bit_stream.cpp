@@ -1,6 +1,7 @@
 #include "mp3/mpeg_bit_stream.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "base/error.h"
@@ -69,23 +70,26 @@ uint32_t CBitStream::FillFromSource() {
     return total;
 }
 
-uint32_t CBitStream::ReadBits(uint32_t n) {
+uint32_t CBitStream::PeekBits(uint32_t n) const {
     if (n > 32 || n > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream read past its data");
     const uint32_t mask = CapacityBits() - 1;
+    uint32_t position = readPos_;
     uint32_t value = 0;
     uint32_t left = n;
     while (left > 0) {
-        const uint32_t bitInByte = readPos_ & 7;
+        const uint32_t bitInByte = position & 7;
         const uint32_t take = std::min(left, 8 - bitInByte);
-        const uint8_t byte = ring_[readPos_ >> 3];
-        const uint32_t bits = (byte >> (8 - bitInByte - take)) & ((1u << take) - 1);
-        value = (value << take) | bits;
-        readPos_ = (readPos_ + take) & mask;
+        const uint8_t byte = ring_[position >> 3];
+        value = (value << take) | ((byte >> (8 - bitInByte - take)) & ((1u << take) - 1));
+        position = (position + take) & mask;
         left -= take;
     }
-    bitsAvailable_ -= n;
-    consumedSinceMark_ += n;
-    bitsConsumed_ += n;
+    return value;
+}
+
+uint32_t CBitStream::ReadBits(uint32_t n) {
+    const uint32_t value = PeekBits(n);
+    Skip(n);
     return value;
 }
 
@@ -115,28 +119,34 @@ void CMpegBitStream::Reset() {
 
 MpegStatus CMpegBitStream::SearchSync() {
     while (BitsAvailable() >= 32) {
-        const uint32_t available = BitsAvailable();
-        Mark();
-        const uint32_t h = ReadBits(32);
-        // At the end of the stream a header whose frame runs past the data is no frame; before
-        // it, more data decides.
-        const bool candidate = header_.Decode(h) && FitsRing(header_);
-        if (candidate && available < header_.frameBits + 32 && !IsEndOfStream()) {
-            RewindToMark();
-            return MPEG_NOSYNC_NEEDDATA;
+        // Eleven set bits starting inside this byte run through its last bits: a start before the
+        // byte's trailing ones is impossible, so those positions are passed over at once.
+        const uint32_t firstPossible = 8 - static_cast<uint32_t>(std::countr_one(CurrentByte()));
+        if (BitInByte() < firstPossible) {
+            const uint32_t pass = firstPossible - BitInByte();
+            Skip(pass);
+            skippedBits_ += pass;
+            continue;
         }
-        if (candidate && available >= header_.frameBits + 32) {
-            Skip(header_.frameBits - 32);
-            const uint32_t next = ReadBits(32);
-            if ((next & kMpegStableHeaderMask) == (h & kMpegStableHeaderMask)) {
-                reference_ = h & kMpegStableHeaderMask;
-                lookAhead_ = 10;
+        const uint32_t available = BitsAvailable();
+        const uint32_t h = PeekBits(32);
+        if ((h >> 21) == 0x7FF && header_.Decode(h) && FitsRing(header_)) {
+            if (available >= header_.frameBits + 32) {
+                Mark();
+                Skip(header_.frameBits);
+                const uint32_t next = ReadBits(32);
                 RewindToMark();
-                return MPEG_FRAME_OK;
+                if ((next & kMpegStableHeaderMask) == (h & kMpegStableHeaderMask)) {
+                    reference_ = h & kMpegStableHeaderMask;
+                    lookAhead_ = 10;
+                    return MPEG_FRAME_OK;
+                }
+            } else if (!IsEndOfStream()) {
+                // More data decides; at the end of the stream a frame running past it is none.
+                return MPEG_NOSYNC_NEEDDATA;
             }
         }
         // Frames need not start on a byte boundary in a damaged stream: move on by one bit.
-        RewindToMark();
         Skip(1);
         ++skippedBits_;
     }

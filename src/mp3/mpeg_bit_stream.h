@@ -55,6 +55,8 @@ public:
 
     // Up to 32 bits, big-endian, from the read position; never more than BitsAvailable().
     uint32_t ReadBits(uint32_t n);
+    // The same without consuming them.
+    uint32_t PeekBits(uint32_t n) const;
     void Skip(uint32_t bits);
     void Unskip(uint32_t bits);
 
@@ -69,6 +71,9 @@ protected:
     void Mark() { consumedSinceMark_ = 0; }
     void RewindToMark() { Unskip(consumedSinceMark_); }
     bool HasSource() const { return source_ != nullptr; }
+    // The byte under the read position, and how many of its bits are already consumed.
+    uint8_t CurrentByte() const { return ring_[readPos_ >> 3]; }
+    uint32_t BitInByte() const { return readPos_ & 7; }
 
 private:
     std::unique_ptr<uint8_t[]> ring_;

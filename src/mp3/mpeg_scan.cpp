@@ -172,7 +172,7 @@ private:
 
     void CountVbrWithoutHeader(uint64_t audioEnd) {
         const MpegFrameWalk& walk = Walk(audioEnd);
-        ApplyFrameCount(walk.frames);
+        ApplyFrameCount(IsTagFrame() ? AudioFramesOf(walk) : walk.frames);
         if (options_.fileWritable)
             info_.xingRepair = PlanXingRepair(walk, info_.firstFrameOffset, info_.firstHeader, nullptr, false);
     }
