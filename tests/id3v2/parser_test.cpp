@@ -1,0 +1,182 @@
+// CMPAID3v2Parser as the MP3 importer uses it: linking files and buffers, reading into a tree,
+// on-demand data by property, loading and saving frame data, and the interface rules.
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "id3v2/tag_builder.h"
+#include "metaprop/metaprop_component.h"
+#include "mp3/id3v2/fields.h"
+#include "mp3/id3v2/tag_reader.h"
+#include "mp3/id3v2_parser.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::testing {
+namespace {
+
+Bytes Picture(uint8_t type, const std::string& mime, const std::string& desc, uint8_t fill, size_t n) {
+    return Bytes{0} + B(mime) + Bytes{0, type} + B(desc) + Bytes{0} + Bytes(n, fill);
+}
+
+// A v2.4 tag with a title, front and back covers, long lyrics and a private frame.
+Bytes SampleFile() {
+    const Bytes body = Frame24("TIT2", Utf8Text("Blue in Green")) +
+                       Frame24("APIC", Picture(3, "image/jpeg", "front", 0x11, 300)) +
+                       Frame24("APIC", Picture(4, "image/png", "back", 0x22, 200)) +
+                       Frame24("USLT", Bytes{3} + B("eng") + Bytes{0} + B("la la la")) +
+                       Frame24("PRIV", B("owner") + Bytes{0, 1, 2}) + Bytes(64, 0);
+    return Tag(4, 0, body) + Audio();
+}
+
+std::string WriteTemp(const std::string& name, const Bytes& bytes) {
+    const std::string path = ::testing::TempDir() + "id3v2_parser_" + name;
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    return path;
+}
+
+class Parser : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_EQ(CreateID3v2Parser(nullptr, parser_.put()), TV_S_OK);
+        ASSERT_EQ(CreateStandaloneMetaProperty(root_.put()), TV_S_OK);
+    }
+    ComPtr<IMPAMetaProperty> Find(const char* path) {
+        ComPtr<IMPAMetaProperty> node;
+        root_->FindFirstChild(path, node.put());
+        return node;
+    }
+    ComPtr<IMPAID3v2Parser> parser_;
+    ComPtr<IMPAMetaProperty> root_;
+};
+
+TEST_F(Parser, AnswersOnlyItsOwnInterfaces) {
+    ComPtr<IUnknown> unknown;
+    EXPECT_EQ(parser_->QueryInterface(IID_IUnknown, unknown.putVoid()), TV_S_OK);
+    ComPtr<IMPAID3v2Parser> again;
+    EXPECT_EQ(unknown->QueryInterface(IID_IMPAID3v2Parser, again.putVoid()), TV_S_OK);
+    EXPECT_EQ(again.get(), parser_.get());
+    ComPtr<IUnknown> other;
+    EXPECT_EQ(parser_->QueryInterface(IID_IMPAMetaProperty, other.putVoid()), TV_E_NOINTERFACE);
+    EXPECT_EQ(CreateID3v2Parser(nullptr, nullptr), TV_E_POINTER);
+}
+
+TEST_F(Parser, LinkFileReportsWhereTheAudioStarts) {
+    const Bytes file = SampleFile();
+    const std::string path = WriteTemp("sample.mp3", file);
+    uint32_t tagSize = 0;
+    ASSERT_EQ(parser_->LinkFile(path.c_str(), &tagSize, 0), TV_S_OK);
+    EXPECT_EQ(tagSize, file.size() - Audio().size());
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    ASSERT_TRUE(Find("Track:Name"));
+    // Clear forgets the file.
+    ASSERT_EQ(parser_->Clear(), TV_S_OK);
+    EXPECT_EQ(parser_->ReadProperties(root_.get()), TV_E_FAIL);
+}
+
+TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
+    ASSERT_EQ(parser_->LinkBuffer(SampleFile().data(), uint32_t(SampleFile().size())), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    auto cover = Find("Album:Cover Art");
+    ASSERT_TRUE(cover);
+    uint32_t count = 0;
+    ComPtr<IMPAMetaProperty> album = Find("Album");
+    album->GetChildCount("Cover Art", &count);
+    EXPECT_EQ(count, 1u);  // the front cover came first and stays
+    std::vector<uint8_t> buffer(300);
+    ASSERT_EQ(parser_->GetFrameData(cover.get(), buffer.data(), 300), TV_S_OK);
+    EXPECT_EQ(buffer, Bytes(300, 0x11));
+    EXPECT_EQ(parser_->GetFrameData(cover.get(), buffer.data(), 299), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ(parser_->GetFrameData(nullptr, buffer.data(), 300), TV_E_POINTER);
+    // A text property has no frame data behind it.
+    EXPECT_EQ(parser_->GetFrameData(Find("Track:Name").get(), buffer.data(), 300), TV_E_FAIL);
+
+    // The data goes to a file as it is.
+    const std::string out = ::testing::TempDir() + "id3v2_parser_cover.jpg";
+    ASSERT_EQ(parser_->SaveFrameDataToFile(cover.get(), out.c_str()), TV_S_OK);
+    EXPECT_EQ(ReadFileBytes(out), Bytes(300, 0x11));
+
+    auto lyrics = Find("Track:Lyrics");
+    ASSERT_TRUE(lyrics);
+    std::vector<uint8_t> text(9);
+    ASSERT_EQ(parser_->GetFrameData(lyrics.get(), text.data(), 9), TV_S_OK);
+    EXPECT_EQ(std::string(reinterpret_cast<char*>(text.data())), "la la la");
+}
+
+TEST_F(Parser, FrameDataLoadedFromAFileIsRendered) {
+    ASSERT_EQ(parser_->LinkBuffer(SampleFile().data(), uint32_t(SampleFile().size())), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    const std::string picture = WriteTemp("new.jpg", Bytes(50, 0x33));
+    ASSERT_EQ(parser_->SetFrameDataFromFile(Find("Album:Cover Art").get(), picture.c_str()), TV_S_OK);
+    const std::string lyrics = WriteTemp("lyrics.txt", B("new words ü"));
+    ASSERT_EQ(parser_->SetFrameDataFromFile(Find("Track:Lyrics").get(), lyrics.c_str()), TV_S_OK);
+    EXPECT_EQ(parser_->SetFrameDataFromFile(Find("Track:Name").get(), lyrics.c_str()), TV_E_FAIL);
+
+    uint32_t size = 0;
+    ASSERT_EQ(parser_->GetRenderedSize(&size), TV_S_OK);
+    std::vector<uint8_t> tag(size);
+    uint32_t written = 0;
+    ASSERT_EQ(parser_->Render(tag.data(), size, &written, 0), TV_S_OK);
+    const auto parsed = id3v2::ParseTag(tag);
+    std::vector<std::string> ids;
+    bool sawNewCover = false, sawNewLyrics = false;
+    for (const auto& f : parsed.frames) {
+        ids.push_back(f.id);
+        const auto fields = id3v2::DecodeFields(f);
+        if (f.id == "APIC" && fields.pictureType == 3) sawNewCover = Bytes(fields.data.begin(), fields.data.end()) == Bytes(50, 0x33);
+        if (f.id == "USLT") sawNewLyrics = fields.values.at(0) == "new words ü";
+    }
+    EXPECT_TRUE(sawNewCover);
+    EXPECT_TRUE(sawNewLyrics);
+    // Nothing was lost on the way through the tag library: the private frame and the back cover too.
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "APIC"), 2);
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "PRIV"), 1);
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "TIT2"), 1);
+}
+
+TEST_F(Parser, TrailingTagsOnlyWhenAskedFor) {
+    Bytes v1 = B("TAG") + B("V1 Title");
+    v1.resize(128, 0);
+    v1[127] = 17;
+    const Bytes file = Tag(3, 0, Frame23("TALB", Latin1Text("Album"))) + Audio() + v1;
+    const std::string path = WriteTemp("v1.mp3", file);
+    uint32_t tagSize = 0;
+    ASSERT_EQ(parser_->LinkFile(path.c_str(), &tagSize, kLinkId3v2Only), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    EXPECT_TRUE(Find("Album:Name"));
+    EXPECT_FALSE(Find("Track:Name"));
+    ComPtr<IMPAMetaProperty> root2;
+    ASSERT_EQ(CreateStandaloneMetaProperty(root2.put()), TV_S_OK);
+    ASSERT_EQ(parser_->LinkFile(path.c_str(), &tagSize, kLinkTrailingTags), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root2.get()), TV_S_OK);
+    ComPtr<IMPAMetaProperty> title, genre;
+    EXPECT_EQ(root2->FindFirstChild("Track:Name", title.put()), TV_S_OK);
+    ASSERT_EQ(root2->FindFirstChild("Track:Genre", genre.put()), TV_S_OK);
+    const uint8_t* d = nullptr;
+    uint32_t n = 0;
+    genre->GetValue(&d, &n);
+    EXPECT_STREQ(reinterpret_cast<const char*>(d), "Rock");
+}
+
+TEST_F(Parser, V24DatesAndPeopleReadAsTheirV23Properties) {
+    const Bytes body = Frame24("TDRC", Utf8Text("2004-07-09T10:30")) +
+                       Frame24("TIPL", Utf8Text(std::string("producer\0Ann", 12))) +
+                       Frame24("TMCL", Utf8Text(std::string("bass\0Bob", 8)));
+    const Bytes file = Tag(4, 0, body) + Audio();
+    ASSERT_EQ(parser_->LinkBuffer(file.data(), uint32_t(file.size())), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    auto year = Find("Track:Year");
+    ASSERT_TRUE(year);
+    const uint8_t* d = nullptr;
+    uint32_t n = 0;
+    year->GetValue(&d, &n);
+    ASSERT_EQ(n, 4u);
+    EXPECT_EQ(d[0] | d[1] << 8, 2004);
+    auto people = Find("Credits:All Other Credits");
+    ASSERT_TRUE(people);
+    people->GetValue(&d, &n);
+    EXPECT_EQ(Bytes(d, d + n), B(std::string("producer\0Ann\0bass\0Bob\0\0", 23)));
+}
+
+}  // namespace
+}  // namespace tagvera::testing
