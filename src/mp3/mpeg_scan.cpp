@@ -19,7 +19,8 @@ constexpr int kMaxStackedId3v2Tags = 64;
 // A Xing header whose frame count gives a lower bit rate than this is not trusted: walk instead.
 constexpr double kXingPlausibleBitRate = 50000;
 
-uint32_t ToU32(double v) {
+uint32_t ToU32(double v, bool* clipped = nullptr) {
+    if (clipped) *clipped = v >= 4294967295.0;
     if (!(v > 0)) return 0;
     return v >= 4294967295.0 ? UINT32_MAX : static_cast<uint32_t>(v);
 }
@@ -58,15 +59,25 @@ public:
 
     void Run(uint64_t startOffset) {
         const uint64_t audioEnd = AudioEnd(file_);
-        uint64_t offset = FindFirstFrame(startOffset, audioEnd);
-        Analyse(offset, audioEnd);
+        uint64_t offset = SkipTags(startOffset, audioEnd);
+        // One read serves the sync search (its first 32 KB) and the analysis.
+        window_ = ReadUpTo(file_, offset, std::min<uint64_t>(kMp3AnalysisWindow, audioEnd - offset));
+        const uint64_t first = FindFirstFrame(offset);
+        if (first > offset) {
+            // The analysis starts at the frame: drop what precedes it and read as much more.
+            const uint64_t readEnd = offset + window_.size();
+            window_.erase(window_.begin(), window_.begin() + static_cast<ptrdiff_t>(first - offset));
+            const auto more = ReadUpTo(file_, readEnd, std::min(audioEnd, first + kMp3AnalysisWindow) - readEnd);
+            window_.insert(window_.end(), more.begin(), more.end());
+        }
+        Analyse(first, audioEnd);
         if (!ReadVbrHeader(audioEnd) && info_.isVbr) CountVbrWithoutHeader(audioEnd);
     }
 
 private:
-    uint64_t FindFirstFrame(uint64_t offset, uint64_t audioEnd) {
+    uint64_t SkipTags(uint64_t offset, uint64_t audioEnd) {
         if (offset >= audioEnd) throw Error(TV_E_FAIL, "no audio after the tags");
-        std::vector<uint8_t> head = ReadUpTo(file_, offset, std::min<uint64_t>(kHeadBytes, audioEnd - offset));
+        std::vector<uint8_t> head = ReadUpTo(file_, offset, std::min<uint64_t>(10, audioEnd - offset));
         if (head.size() >= 4 && std::memcmp(head.data(), ".KMF", 4) == 0)
             throw Error(TV_E_FAIL, "a KorvaMedia file, not MPEG audio");
         // Taggers sometimes leave several ID3v2 tags in a row.
@@ -76,12 +87,16 @@ private:
             // A size past the audio is a damaged tag: let the sync search pass over it instead.
             if (tagSize >= audioEnd - offset) break;
             offset += tagSize;
-            head = ReadUpTo(file_, offset, std::min<uint64_t>(kHeadBytes, audioEnd - offset));
+            head = ReadUpTo(file_, offset, std::min<uint64_t>(10, audioEnd - offset));
         }
+        return offset;
+    }
 
+    // The first frame in the window's first 32 KB, searched through a 2 KB ring.
+    uint64_t FindFirstFrame(uint64_t offset) {
+        MemorySource window(window_);
+        ByteSourceCursor cursor(window, 0, kMp3SyncSearchLimit);
         CMpegBitStream stream(kHeadBytes);
-        stream.PutBytes(head.data(), static_cast<uint32_t>(head.size()));
-        ByteSourceCursor cursor(file_, offset + head.size(), std::min(audioEnd, offset + kMp3SyncSearchLimit));
         stream.SetSource(&cursor);
         for (;;) {
             const MpegStatus status = stream.GetFrame();
@@ -91,7 +106,6 @@ private:
     }
 
     void Analyse(uint64_t offset, uint64_t audioEnd) {
-        window_ = ReadUpTo(file_, offset, std::min<uint64_t>(kMp3AnalysisWindow, audioEnd - offset));
         const int32_t skipped = AnalyzeMpegAudio(window_, &info_.waveFormat, true, &info_.firstHeader);
         if (skipped < 0) throw Error(TV_E_FAIL, "no MPEG audio frame in the analysis window");
         const MpegLayer3WaveFormat& wf = info_.waveFormat;
@@ -107,7 +121,7 @@ private:
         // A first frame that carries only a VBR header is no audio.
         if (IsTagFrame() && info_.audioBytes > info_.firstHeader.frameBytes())
             info_.audioBytes -= info_.firstHeader.frameBytes();
-        info_.durationMs = ToU32(double(info_.audioBytes) / wf.nAvgBytesPerSec * 1000.0);
+        info_.durationMs = ToU32(double(info_.audioBytes) / wf.nAvgBytesPerSec * 1000.0, &info_.durationClipped);
     }
 
     std::span<const uint8_t> FirstFrameBytes() const {
@@ -127,7 +141,7 @@ private:
     bool ApplyFrameCount(uint32_t frames) {
         if (frames == 0) return false;
         info_.frameCount = frames;
-        info_.durationMs = ToU32(frames * msPerFrame_);
+        info_.durationMs = ToU32(frames * msPerFrame_, &info_.durationClipped);
         if (info_.durationMs > 0) info_.bitRate = ToU32(double(info_.audioBytes) * 8.0 / (info_.durationMs / 1000.0));
         return true;
     }

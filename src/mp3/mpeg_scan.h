@@ -31,6 +31,7 @@ struct Mp3AudioInfo {
     uint32_t bitRate = 0;     // bits per second
     uint32_t channels = 0;
     uint32_t durationMs = 0;  // UINT32_MAX when the true figure does not fit
+    bool durationClipped = false;
     bool isVbr = false;
     uint32_t sampleRate = 0;
     MpegLayer3WaveFormat waveFormat;
