@@ -261,13 +261,21 @@ HRESULT CMPAMetaProperty::SetNext(IMPAMetaPropertyLinkedList* next) {
 
 // --- IMPAMetaPropertyParentMgr -------------------------------------------------------------------
 
+std::vector<CMPAMetaProperty::ParentLink>::iterator CMPAMetaProperty::FindParent(IMPAMetaProperty* parent) {
+    return std::find_if(parents_.begin(), parents_.end(), [&](const ParentLink& p) { return p.node == parent; });
+}
+
 void CMPAMetaProperty::AddParentNode(IMPAMetaProperty* parent) {
-    if (std::find(parents_.begin(), parents_.end(), parent) == parents_.end()) parents_.push_back(parent);
+    auto at = FindParent(parent);
+    if (at != parents_.end())
+        ++at->links;
+    else
+        parents_.push_back({parent, 1});
 }
 
 void CMPAMetaProperty::RemoveParentNode(IMPAMetaProperty* parent) {
-    auto at = std::find(parents_.begin(), parents_.end(), parent);
-    if (at != parents_.end()) parents_.erase(at);
+    auto at = FindParent(parent);
+    if (at != parents_.end() && --at->links == 0) parents_.erase(at);
 }
 
 HRESULT CMPAMetaProperty::DetachFromParents() {
@@ -276,7 +284,7 @@ HRESULT CMPAMetaProperty::DetachFromParents() {
         ComPtr<IMPAMetaProperty> self = ComPtr<IMPAMetaProperty>::Share(AsProperty());
         std::vector<ComPtr<IMPAMetaProperty>> parents;
         parents.reserve(parents_.size());
-        for (IMPAMetaProperty* parent : parents_) parents.push_back(ComPtr<IMPAMetaProperty>::Share(parent));
+        for (const ParentLink& parent : parents_) parents.push_back(ComPtr<IMPAMetaProperty>::Share(parent.node));
         HRESULT result = TV_S_OK;
         for (const auto& parent : parents) {
             const HRESULT hr = parent->RemoveChild(self.get());
@@ -289,14 +297,15 @@ HRESULT CMPAMetaProperty::DetachFromParents() {
 HRESULT CMPAMetaProperty::AddParent(IMPAMetaProperty* parent) {
     if (!parent) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {
-        AddParentNode(parent);
+        if (FindParent(parent) == parents_.end()) parents_.push_back({parent, 1});
         return TV_S_OK;
     });
 }
 
 HRESULT CMPAMetaProperty::RemoveParent(IMPAMetaProperty* parent) {
     if (!parent) return TV_E_POINTER;
-    RemoveParentNode(parent);
+    auto at = FindParent(parent);
+    if (at != parents_.end()) parents_.erase(at);
     return TV_S_OK;
 }
 
@@ -310,7 +319,7 @@ HRESULT CMPAMetaProperty::GetParent(uint32_t index, IMPAMetaProperty** parent) {
     if (!parent) return TV_E_POINTER;
     *parent = nullptr;
     if (index >= parents_.size()) return TV_E_FAIL;
-    *parent = parents_[index];
+    *parent = parents_[index].node;
     (*parent)->AddRef();
     return TV_S_OK;
 }

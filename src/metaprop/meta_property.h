@@ -195,6 +195,13 @@ public:
     HRESULT TV_STDCALL GetParent(uint32_t index, IMPAMetaProperty** parent) override;
 
 private:
+    // A parent, not owned, and how many of its entries hold this node (a node may stand under two
+    // names), so taking it out of one entry keeps the parent while another still holds it.
+    struct ParentLink {
+        IMPAMetaProperty* node;
+        uint32_t links;
+    };
+
     // Fields and values (meta_property.cpp).
     void StoreValue(const uint8_t* data, uint32_t size);
     void DisposePointerValue();
@@ -222,8 +229,10 @@ private:
     HRESULT PutFirstInChain(Entry& entry, IMPAMetaProperty* child);
     HRESULT MergeFromImpl(IMPAMetaProperty* source, bool replace, uint32_t addFlags);
     bool IsSelfOrAncestor(IMPAMetaProperty* candidate) const;
+    // One entry of parent more or less holds this node.
     void AddParentNode(IMPAMetaProperty* parent);
     void RemoveParentNode(IMPAMetaProperty* parent);
+    std::vector<ParentLink>::iterator FindParent(IMPAMetaProperty* parent);
 
     // Cloning (meta_property_clone.cpp).
     HRESULT CopyFieldsInto(IMPAMetaProperty* target) const;
@@ -257,7 +266,7 @@ private:
 
     IMPAMetaPropertyLinkedList* next_ = nullptr;  // owned: one reference
     CMPAMetaProperty* nextNode_ = nullptr;        // next_ as this class, or null
-    std::vector<IMPAMetaProperty*> parents_;      // not owned
+    std::vector<ParentLink> parents_;  // not owned
 };
 
 }  // namespace tagvera

@@ -161,7 +161,7 @@ bool CMPAMetaProperty::IsSelfOrAncestor(IMPAMetaProperty* candidate) const {
     while (true) {
         if (const_cast<CMPAMetaProperty*>(node)->AsProperty() == candidate) return true;
         if (node->parents_.size() != 1) break;
-        const CMPAMetaProperty* parent = FromInterface(node->parents_[0]);
+        const CMPAMetaProperty* parent = FromInterface(node->parents_[0].node);
         if (!parent) return false;
         node = parent;
     }
@@ -171,9 +171,9 @@ bool CMPAMetaProperty::IsSelfOrAncestor(IMPAMetaProperty* candidate) const {
     while (!pending.empty()) {
         const CMPAMetaProperty* at = pending.back();
         pending.pop_back();
-        for (IMPAMetaProperty* parent : at->parents_) {
-            if (parent == candidate) return true;
-            const CMPAMetaProperty* own = FromInterface(parent);
+        for (const ParentLink& parent : at->parents_) {
+            if (parent.node == candidate) return true;
+            const CMPAMetaProperty* own = FromInterface(parent.node);
             if (own && seen.insert(own).second) pending.push_back(own);
         }
     }

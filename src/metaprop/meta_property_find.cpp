@@ -1,6 +1,9 @@
 // Paths, lookup by name and by path, and the enumerations of child names and children.
 #include "metaprop/meta_property.h"
 
+#include <algorithm>
+#include <unordered_set>
+
 #include "base/error.h"
 
 namespace tagvera {
@@ -40,22 +43,28 @@ void CMPAMetaProperty::UpdatePaths(const NodePath& parentPath) {
     UpdateChildPaths();
 }
 
-// Walks the subtree with a stack of its own, so depth costs heap rather than call stack.
+// Walks the subtree in the order of nested calls, with a stack of its own so that depth costs heap
+// rather than call stack. A node met a second time below the same parent (a node may stand under
+// two names) already has its path from this walk; its subtree is not walked again, which keeps a
+// tree of such doubled nodes from costing 2^depth.
 void CMPAMetaProperty::UpdateChildPaths() {
     std::vector<CMPAMetaProperty*> pending{this};
     while (!pending.empty()) {
         CMPAMetaProperty* node = pending.back();
         pending.pop_back();
+        const size_t firstChild = pending.size();
         for (const auto& [childName, entry] : node->children_) {
             ForEachInChain(entry, [&](IMPAMetaProperty* child, CMPAMetaProperty* own) {
-                if (own) {
-                    own->ComposePath(node->path_);
-                    pending.push_back(own);
-                } else {
+                if (!own) {
                     child->SetParentPath(node->path().c_str());
+                    return;
                 }
+                if (own->path_.DerivesFrom(node->path_, own->name_, own->flags_ & kFlagFlatten)) return;
+                own->ComposePath(node->path_);
+                pending.push_back(own);
             });
         }
+        std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(firstChild), pending.end());
     }
 }
 
@@ -219,9 +228,13 @@ HRESULT CMPAMetaProperty::SearchByName(std::string_view name, ComPtr<IMPAMetaPro
     OrderedChildrenForSearch(ordered);
     pending.assign(ordered.rbegin(), ordered.rend());
     const std::string nameText(name);
+    // A node reached again (it stands under two parents or two names) failed the first time and
+    // would fail again.
+    std::unordered_set<IMPAMetaProperty*> searched;
     while (!pending.empty()) {
         IMPAMetaProperty* node = pending.back();
         pending.pop_back();
+        if (!searched.insert(node).second) continue;
         CMPAMetaProperty* own = FromInterface(node);
         HRESULT hr;
         if (!own) {

@@ -30,6 +30,12 @@ NodePath NodePath::Child(std::string_view name) const {
     return NodePath(std::make_shared<Part>(part_, name, part_->length + 1 + name.size()));
 }
 
+bool NodePath::DerivesFrom(const NodePath& parent, std::string_view name, bool flatten) const {
+    if (!parent.part_ || !part_) return false;
+    if (flatten) return part_ == parent.part_;
+    return part_->prefix == parent.part_ && part_->text == name;
+}
+
 size_t NodePath::length() const { return part_ ? part_->length : 0; }
 
 std::string NodePath::Spell() const {

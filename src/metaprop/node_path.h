@@ -21,6 +21,10 @@ public:
     // not empty, then the name (so an unnamed child of "Track" has the path "Track:").
     NodePath Child(std::string_view name) const;
 
+    // Whether this path was made by Child(name) (or, with flatten, is the very path) of parent, the
+    // same parts and not just the same text. Never for an empty parent.
+    bool DerivesFrom(const NodePath& parent, std::string_view name, bool flatten) const;
+
     bool empty() const { return !part_; }
     size_t length() const;
     std::string Spell() const;

@@ -189,6 +189,22 @@ TEST(TreeAdd, CyclesAreRefused) {
     EXPECT_EQ(link->SetNext(link.get()), TV_E_INVALIDARG);
 }
 
+TEST(TreeAdd, ANodeUnderTwoNamesKeepsItsParentUntilBothGo) {
+    Node root = NewTree();
+    Node group = Loose("G", kTypeGroup);
+    AddText(group.get(), "Leaf", "x");
+    ASSERT_EQ(root->AddChild(group.get(), true, "First", 0), TV_S_OK);
+    ASSERT_EQ(root->AddChild(group.get(), true, "Second", 0), TV_S_OK);
+    ASSERT_EQ(root->RemoveByPath("Second"), TV_S_OK);
+    EXPECT_EQ(ParentCount(group.get()), 1u);
+    // Still below the root, so the root cannot go below it.
+    EXPECT_EQ(group->AddChild(root.get(), true, "Loop", 0), TV_E_INVALIDARG);
+    ASSERT_EQ(root->RemoveByPath("First"), TV_E_PROP_NOTFOUND);  // the node is named "Second" now
+    group->SetName("First");
+    ASSERT_EQ(root->RemoveByPath("First"), TV_S_OK);
+    EXPECT_EQ(ParentCount(group.get()), 0u);
+}
+
 TEST(TreeAdd, AddingANodeWhereItStandsChangesNothing) {
     Node root = NewTree();
     Node name = AddText(root.get(), "Name", "x");

@@ -125,6 +125,25 @@ TEST(TreeFind, FallbackOverNestedPriorityGroupsStaysLinear) {
     EXPECT_EQ(TextOf(FindByPath(root.get(), "Leaf").get()), "x");
 }
 
+TEST(TreeFind, NodesStandingUnderTwoNamesAreWalkedOnce) {
+    // Each level holds the next one under two names: walking every occurrence would cost 2^50.
+    constexpr int kLevels = 50;
+    Node root = NewTree();
+    Node level = root;
+    for (int i = 0; i < kLevels; ++i) {
+        Node next = Loose("b", kTypeGroup);
+        ASSERT_EQ(level->AddChild(next.get(), true, "a", 0), TV_S_OK);
+        ASSERT_EQ(level->AddChild(next.get(), true, "b", 0), TV_S_OK);
+        level = next;
+    }
+    Node leaf = AddText(level.get(), "Leaf", "x");
+    ASSERT_EQ(root->SetParentPath("R"), TV_S_OK);
+    EXPECT_EQ(PathOf(leaf.get()).substr(0, 6), "R::b:b");  // the root has no name
+    IMPAMetaProperty* out = nullptr;
+    EXPECT_EQ(root->FindByPath("Absent", &out), TV_E_PROP_NOTFOUND);
+    EXPECT_EQ(FindByPath(root.get(), "Leaf").get(), leaf.get());
+}
+
 TEST(TreeEnumeration, ChildrenComeByNameThenInChainOrder) {
     Node root = NewTree();
     Node b = AddText(root.get(), "B", "b1");
