@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -170,6 +171,9 @@ public:
     explicit EditPreferences(const std::string& lines) {
         path_ = dir_.file("preferences");
         test::WriteText(path_, "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\n" + lines);
+        // An old time stamp lets the library cache the file instead of reading it on every use
+        // (which a fault test would otherwise fail).
+        std::filesystem::last_write_time(path_, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
         if (const char* old = std::getenv("TAGVERA_PREFERENCES")) previous_ = old, had_ = true;
         setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
     }

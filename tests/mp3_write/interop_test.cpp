@@ -1,0 +1,111 @@
+// After our writes, other readers see exactly what we wrote: mutagen, exiftool, and ffmpeg's
+// decoder (the audio decodes to the same samples). Skipped with a message where a tool is missing.
+#include <gtest/gtest.h>
+
+#include "mp3_write/write_support.h"
+
+namespace tagvera::testing {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+const char* kMutagen = "/usr/bin/python3";
+
+std::string ScriptPath() { return std::string(TAGVERA_SOURCE_DIR) + "/tests/mp3_write/mutagen_dump.py"; }
+
+// "KEY\tvalue" lines as tests/mp3_write/mutagen_dump.py prints them.
+std::map<std::string, std::string> MutagenView(const std::string& path) {
+    std::map<std::string, std::string> out;
+    const auto r = RunCommand(std::string(kMutagen) + " " + Quote(ScriptPath()) + " " + Quote(path));
+    EXPECT_EQ(r.status, 0) << r.out;
+    size_t start = 0;
+    while (start < r.out.size()) {
+        size_t end = r.out.find('\n', start);
+        if (end == std::string::npos) end = r.out.size();
+        const std::string line = r.out.substr(start, end - start);
+        const size_t tab = line.find('\t');
+        if (tab != std::string::npos) out[line.substr(0, tab)] = line.substr(tab + 1);
+        start = end + 1;
+    }
+    return out;
+}
+
+std::string ExifTool(const std::string& path, const std::string& tag) {
+    return RunCommand("exiftool -s3 -charset UTF8 -" + tag + " " + Quote(path)).out;
+}
+
+std::string PcmDigest(const std::string& path) {
+    return RunCommand("ffmpeg -v error -i " + Quote(path) + " -map 0:a -f md5 -").out;
+}
+
+std::string Sha1(const std::string& path) { return RunCommand("sha1sum " + Quote(path) + " | cut -c1-40").out; }
+
+class Interop : public ::testing::Test {
+protected:
+    void SetUp() override {
+        haveMutagen = HaveTool(std::string(kMutagen) + " -c 'import mutagen'");
+        haveExiftool = HaveTool("exiftool -ver");
+        haveFfmpeg = HaveTool("ffmpeg -version");
+    }
+    test::ScratchDir dir;
+    EditPreferences prefs{""};
+    bool haveMutagen = false, haveExiftool = false, haveFfmpeg = false;
+};
+
+TEST_F(Interop, OtherReadersSeeWhatWeWrote) {
+    if (!haveMutagen && !haveExiftool && !haveFfmpeg) GTEST_SKIP() << "none of mutagen, exiftool, ffmpeg is installed";
+    for (const char* start : {"cbr_96k_44k_notag.mp3", "vbr_xing_44k_v7.mp3"}) {
+        SCOPED_TRACE(start);
+        const std::string path = CopyTo(dir, DataFile(start), "song.mp3");
+        const std::string cover = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"), "cover.jpg");
+        const std::string pcm = haveFfmpeg ? PcmDigest(path) : "";
+        {
+            auto s = OpenMp3(path);
+            ASSERT_EQ(s.open, TV_S_OK);
+            SetText(s.tree.get(), "Track:Name", "Blue in Green – 青");
+            SetText(s.tree.get(), "Artist:Name", "Miles Davis/John Coltrane");
+            SetText(s.tree.get(), "Album:Name", "Kind of Blue");
+            SetText(s.tree.get(), "Track:CD Track #", "3/5");
+            SetText(s.tree.get(), "Track:Genre", "Jazz");
+            SetNumber(s.tree.get(), "Track:Year", 1959);
+            SetText(s.tree.get(), "Track:Comments", "Une prise")->AddText("Language", "fra", 0, true, nullptr);
+            SetText(s.tree.get(), "Track:Lyrics", "So what");
+            SetPictureFile(s.tree.get(), "Album:Cover Art", cover);
+            ASSERT_EQ(s.Write(), TV_S_OK);
+        }
+        if (haveMutagen) {
+            auto m = MutagenView(path);
+            EXPECT_EQ(m["TIT2"], "Blue in Green – 青");
+            EXPECT_EQ(m["TPE1"], "Miles Davis/John Coltrane");
+            EXPECT_EQ(m["TALB"], "Kind of Blue");
+            EXPECT_EQ(m["TRCK"], "3/5");
+            EXPECT_EQ(m["TCON"], "Jazz");
+            EXPECT_EQ(m["TYER"], "1959");
+            EXPECT_EQ(m["COMM:fra"], "Une prise");
+            EXPECT_EQ(m["USLT:eng"], "So what");
+            EXPECT_EQ(m["APIC"] + "\n", Sha1(cover));
+            EXPECT_EQ(m["version"], "2.3");
+        }
+        if (haveExiftool) {
+            EXPECT_EQ(ExifTool(path, "Title"), "Blue in Green – 青\n");
+            EXPECT_EQ(ExifTool(path, "Artist"), "Miles Davis/John Coltrane\n");
+            EXPECT_EQ(ExifTool(path, "Album"), "Kind of Blue\n");
+            EXPECT_EQ(ExifTool(path, "Track"), "3/5\n");
+            EXPECT_EQ(ExifTool(path, "Genre"), "Jazz\n");
+            EXPECT_EQ(ExifTool(path, "Year"), "1959\n");
+            EXPECT_EQ(ExifTool(path, "Lyrics"), "So what\n");
+            const std::string picture = dir.file("picture.out");
+            RunCommand("exiftool -b -Picture " + Quote(path) + " > " + Quote(picture));
+            EXPECT_EQ(Sha1(picture), Sha1(cover));
+        }
+        if (haveFfmpeg) {
+            EXPECT_EQ(PcmDigest(path), pcm);
+        }
+    }
+    if (!haveMutagen) GTEST_SKIP() << "python3-mutagen is not installed: its checks were skipped";
+    if (!haveExiftool) GTEST_SKIP() << "exiftool is not installed: its checks were skipped";
+    if (!haveFfmpeg) GTEST_SKIP() << "ffmpeg is not installed: the audio was not decoded";
+}
+
+}  // namespace
+}  // namespace tagvera::testing
