@@ -1,0 +1,60 @@
+// The id3lib adapter: what the library cannot hold is kept aside and still rendered; edits go
+// through the library and mark the tag changed.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "id3v2/tag_builder.h"
+#include "mp3/id3lib_adapter.h"
+#include "mp3/id3v2/fields.h"
+#include "mp3/id3v2/normalize.h"
+#include "mp3/id3v2/tag_reader.h"
+
+namespace tagvera::testing {
+namespace {
+
+id3v2::Frame MakeFrame(const std::string& id, const Bytes& payload) {
+    id3v2::Frame f;
+    f.id = f.sourceId = id;
+    f.payload = payload;
+    return id3v2::NormalizeFrame(f);
+}
+
+std::vector<std::string> Ids(const std::vector<id3v2::Frame>& frames) {
+    std::vector<std::string> ids;
+    for (const auto& f : frames) ids.push_back(f.id);
+    std::sort(ids.begin(), ids.end());
+    return ids;
+}
+
+TEST(Id3libAdapter, UnknownFramesAreKeptAsideAndRendered) {
+    mp3::Id3libTag lib;
+    lib.Load({MakeFrame("TIT2", Latin1Text("Title")), MakeFrame("TSOP", Latin1Text("Sort")),
+              MakeFrame("XYZW", Bytes{1, 2, 3}), MakeFrame("COMM", Bytes{1} + B("eng") + Bytes{0, 0} + Bytes{0xFF, 0xFE, 'c', 0})});
+    auto aside = lib.AsideIds();
+    std::sort(aside.begin(), aside.end());
+    EXPECT_EQ(aside, (std::vector<std::string>{"TSOP", "XYZW"}));
+    EXPECT_EQ(lib.FrameCount(), 4u);
+    EXPECT_FALSE(lib.changed());
+    const auto tag = id3v2::ParseTag(lib.Render(0));
+    EXPECT_EQ(Ids(tag.frames), (std::vector<std::string>{"COMM", "TIT2", "TSOP", "XYZW"}));
+    EXPECT_EQ(tag.paddingSize, 0u);
+}
+
+TEST(Id3libAdapter, EditsMarkTheTagChanged) {
+    mp3::Id3libTag lib;
+    lib.Load({MakeFrame("TIT2", Latin1Text("Title")), MakeFrame("TPE1", Latin1Text("Artist"))});
+    EXPECT_EQ(lib.RemoveFramesIf([](const id3v2::Frame& f) { return f.id == "TIT2"; }), 1u);
+    EXPECT_TRUE(lib.changed());
+    lib.AddFrame(MakeFrame("TALB", Latin1Text("Album")));
+    EXPECT_EQ(Ids(lib.Frames()), (std::vector<std::string>{"TALB", "TPE1"}));
+    EXPECT_FALSE(lib.padding());
+    lib.setPadding(true);
+    EXPECT_TRUE(lib.padding());
+    lib.Clear();
+    EXPECT_EQ(lib.FrameCount(), 0u);
+    EXPECT_TRUE(lib.Render(100).empty());
+}
+
+}  // namespace
+}  // namespace tagvera::testing
