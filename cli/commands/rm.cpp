@@ -1,0 +1,44 @@
+// tagvera rm: remove properties from media files' tags.
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "cli/command_registry.h"
+#include "cli/property_view.h"
+#include "cli/tag_edit.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::cli {
+namespace {
+
+int Run(CommandContext& ctx, const Args& args) {
+    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive"});
+    const EditRun run = ParseEditFlags(parsed);
+    std::vector<std::string> files, properties;
+    for (const auto& arg : parsed.positional) (IsPropertyArgument(arg) ? properties : files).push_back(arg);
+    if (properties.empty()) throw UsageError("name the properties to remove (Track:Comments)");
+    return ForEachFile(ctx, run, files, [&](const std::string& file) {
+        const MediaFile media = OpenForEdit(ctx.host(), file);
+        bool any = false;
+        for (const auto& path : properties) {
+            auto node = ChildAt(media.tree.get(), path);
+            if (!node) {
+                ctx.out << file << ": " << path << ": not there\n";
+                continue;
+            }
+            if (run.dryRun) ctx.out << file << ": " << path << ": " << ShownValue(media.tree.get(), path) << " -> (removed)\n";
+            node->SetChanged(kDeleted);
+            any = true;
+        }
+        if (any && !run.dryRun) WriteBack(ctx, media);
+    });
+}
+
+}  // namespace
+
+TAGVERA_REGISTER_COMMAND({"rm", "remove properties from the files' tags",
+                          "rm [--dry-run] [--progress] [-r] FILE... GROUP:NAME...\n"
+                          "  Removes each property (\"Track:Comments\") from every tag that holds it.",
+                          Run});
+
+}  // namespace tagvera::cli

@@ -1,0 +1,100 @@
+// tagvera set: change properties of media files and write them into the files' tags, as a host
+// does with an edited tree.
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "cli/command_registry.h"
+#include "cli/property_view.h"
+#include "cli/tag_edit.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::cli {
+namespace {
+
+struct Assignment {
+    std::string group, name, value;
+    bool picture = false;
+    std::string path() const { return group + ":" + name; }
+};
+
+Assignment ParseAssignment(const std::string& arg, bool picture) {
+    const size_t eq = arg.find('=');
+    const size_t colon = arg.find(':');
+    if (eq == std::string::npos || colon == std::string::npos || colon > eq)
+        throw UsageError("\"" + arg + "\" is not GROUP:NAME=VALUE");
+    Assignment a{arg.substr(0, colon), arg.substr(colon + 1, eq - colon - 1), arg.substr(eq + 1), picture};
+    if (a.group.empty() || a.name.empty()) throw UsageError("\"" + arg + "\" names no property");
+    return a;
+}
+
+const char* PictureMime(const std::string& file) {
+    std::string ext = std::filesystem::path(file).extension().string();
+    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (ext == ".jpg" || ext == ".jpeg") return "image/jpeg";
+    if (ext == ".png") return "image/png";
+    if (ext == ".gif") return "image/gif";
+    if (ext == ".bmp") return "image/bmp";
+    return "application/octet-stream";
+}
+
+// As a host edits: the new node replaces the old one and is marked changed.
+void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file) {
+    ComPtr<IMPAMetaProperty> group;
+    if (Failed(tree->FindFirstChild(a.group.c_str(), group.put())) || !group) {
+        if (Failed(tree->AddGroup(a.group.c_str(), 0, false, group.put())) || !group)
+            throw DataError(file, "cannot add the group " + a.group);
+    }
+    ComPtr<IMPAMetaProperty> node;
+    if (a.picture) {
+        const std::string source = std::filesystem::absolute(a.value).string();
+        HRESULT hr = group->AddProperty(a.name.c_str(), kTypeFileReference, 0, reinterpret_cast<const uint8_t*>(source.c_str()),
+                                        static_cast<uint32_t>(source.size() + 1), true, node.put());
+        if (Succeeded(hr) && node) hr = node->AddText("MimeType", PictureMime(a.value), 0, true, nullptr);
+        if (Failed(hr) || !node) throw DataError(file, "cannot set " + a.path());
+    } else if (Failed(group->AddText(a.name.c_str(), a.value.c_str(), 0, true, node.put())) || !node) {
+        throw DataError(file, "cannot set " + a.path());
+    }
+    node->SetChanged(kChanged);
+}
+
+int Run(CommandContext& ctx, const Args& args) {
+    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive"}, {"--picture"});
+    const EditRun run = ParseEditFlags(parsed);
+    std::vector<std::string> files;
+    std::vector<Assignment> changes;
+    for (const auto& arg : parsed.positional) {
+        if (arg.find('=') != std::string::npos && IsPropertyArgument(arg)) changes.push_back(ParseAssignment(arg, false));
+        else files.push_back(arg);
+    }
+    if (auto picture = parsed.option("--picture")) {
+        Assignment a = ParseAssignment(*picture, true);
+        std::error_code ec;
+        if (!std::filesystem::is_regular_file(a.value, ec)) throw UsageError("no picture file \"" + a.value + "\"");
+        changes.push_back(a);
+    }
+    if (changes.empty()) throw UsageError("name what to set: GROUP:NAME=VALUE or --picture GROUP:NAME=FILE");
+    return ForEachFile(ctx, run, files, [&](const std::string& file) {
+        const MediaFile media = OpenForEdit(ctx.host(), file);
+        if (run.dryRun) {
+            for (const auto& a : changes)
+                ctx.out << file << ": " << a.path() << ": " << ShownValue(media.tree.get(), a.path()) << " -> "
+                        << (a.picture ? "picture from " + a.value : "\"" + a.value + "\"") << '\n';
+            return;
+        }
+        for (const auto& a : changes) Apply(media.tree.get(), a, file);
+        WriteBack(ctx, media);
+    });
+}
+
+}  // namespace
+
+TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the files' tags",
+                          "set [--dry-run] [--progress] [-r] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
+                          "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\") and writes the\n"
+                          "  tags as a host does; --picture takes the bytes of a picture file (\"Album:Cover Art=c.jpg\").\n"
+                          "  --dry-run shows old and new values without writing; -r takes the files in folders.",
+                          Run});
+
+}  // namespace tagvera::cli

@@ -1,0 +1,37 @@
+// tagvera strip: remove the tags of media files (the importer's Prepare).
+#include <ostream>
+#include <string>
+
+#include "cli/command_registry.h"
+#include "cli/tag_edit.h"
+#include "host/result_text.h"
+
+namespace tagvera::cli {
+namespace {
+
+int Run(CommandContext& ctx, const Args& args) {
+    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive"});
+    const EditRun run = ParseEditFlags(parsed);
+    return ForEachFile(ctx, run, parsed.positional, [&](const std::string& file) {
+        const MediaFile media = OpenForEdit(ctx.host(), file);
+        if (run.dryRun) {
+            ctx.out << file << ": would remove its tags (an ID3v1 record stays, blank)\n";
+            return;
+        }
+        auto handler = media.handler();
+        const HRESULT hr = handler ? handler->Prepare(0) : TV_E_NOINTERFACE;
+        if (hr == TV_E_NOTIMPL) throw DataError(file, "removing tags of this kind of file is not built yet");
+        if (Failed(hr)) throw DataError(file, "tags not removed: " + host::ResultText(hr));
+        const std::string report = WriteReportOf(media);
+        ctx.out << file << ": " << (report.empty() ? "no tags to remove\n" : "tags removed\n");
+    });
+}
+
+}  // namespace
+
+TAGVERA_REGISTER_COMMAND({"strip", "remove the files' tags",
+                          "strip [--dry-run] [--progress] [-r] FILE...\n"
+                          "  Removes the ID3v2 tags and blanks the ID3v1 record (its 128 bytes stay).",
+                          Run});
+
+}  // namespace tagvera::cli

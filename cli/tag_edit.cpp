@@ -1,0 +1,108 @@
+#include "cli/tag_edit.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <ostream>
+
+#include "cli/property_view.h"
+#include "host/result_text.h"
+#include "tagvera/mp3.h"
+#include "tagvera/plugin.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::cli {
+
+bool IsPropertyArgument(const std::string& arg) {
+    const std::string name = arg.substr(0, arg.find('='));
+    const size_t colon = name.find(':');
+    if (colon == std::string::npos || colon == 0 || colon + 1 == name.size()) return false;
+    std::error_code ec;
+    return !std::filesystem::exists(arg, ec);
+}
+
+EditRun ParseEditFlags(const ParsedArgs& parsed) {
+    EditRun run;
+    run.dryRun = parsed.has("--dry-run") || parsed.has("-n");
+    run.recursive = parsed.has("-r") || parsed.has("--recursive");
+    run.progress = parsed.has("--progress") || ::isatty(STDERR_FILENO) == 1;
+    return run;
+}
+
+int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::string>& names,
+                const std::function<void(const std::string&)>& edit) {
+    if (names.empty()) throw UsageError("name at least one file");
+    const auto inputs = CollectInputs(ctx.host(), names, run.recursive);
+    int status = kExitOk;
+    const bool showProgress = run.progress && inputs.size() > 1;
+    for (size_t i = 0; i < inputs.size(); ++i) {
+        const MediaInput& input = inputs[i];
+        if (showProgress) ctx.err << "\r\033[K[" << i + 1 << "/" << inputs.size() << "] " << input.path << std::flush;
+        try {
+            if (!input.error.empty()) throw DataError(input.path, input.error);
+            edit(input.path);
+        } catch (const DataError& e) {
+            if (showProgress) ctx.err << "\r\033[K";
+            ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
+            status = kExitDataError;
+        }
+    }
+    if (showProgress) ctx.err << "\r\033[K" << inputs.size() << " files\n";
+    return status;
+}
+
+MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xingRepair) {
+    MediaFile media = ReadMediaFile(host, path);
+    if (!xingRepair) return media;
+    // Opened again, this time allowing the one change reading may make.
+    media.importer->SetOption(kMp3OptionXingRepair, 1);
+    if (const HRESULT hr = media.importer->SetFilename(path.c_str()); Failed(hr))
+        throw DataError(path, "cannot be opened: " + host::ResultText(hr));
+    media.tree.reset();
+    media.result = media.importer->Interrogate(media.tree.put());
+    if (Failed(media.result)) throw DataError(path, "cannot be interrogated: " + host::ResultText(media.result));
+    return media;
+}
+
+std::string WriteReportOf(const MediaFile& media) {
+    auto report = QueryAs<IMPAWriteReport>(media.importer.get(), IID_IMPAWriteReport);
+    if (!report) return {};
+    uint32_t size = 0;
+    if (Failed(report->GetWriteReport(nullptr, &size)) || size <= 1) return {};
+    std::string text(size, '\0');
+    if (Failed(report->GetWriteReport(text.data(), &size))) return {};
+    text.resize(text.find('\0') == std::string::npos ? text.size() : text.find('\0'));
+    return text;
+}
+
+void WriteBack(CommandContext& ctx, const MediaFile& media) {
+    auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2);
+    if (!writer) throw DataError(media.path, "its importer cannot write tags");
+    const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, 0);
+    if (hr == TV_E_NOTIMPL) throw DataError(media.path, "writing this kind of file is not built yet");
+    if (Failed(hr)) {
+        std::string reason = "not written: " + host::ResultText(hr);
+        if (std::string why = UnreadableReason(media.path); !why.empty()) reason += " (" + why + ")";
+        else if (::access(media.path.c_str(), W_OK) != 0) reason += " (the file is read-only)";
+        throw DataError(media.path, reason);
+    }
+    ctx.out << media.path << ": written\n";
+    const std::string report = WriteReportOf(media);
+    size_t start = 0;
+    while (start < report.size()) {
+        const size_t end = report.find('\n', start);
+        ctx.out << "  " << report.substr(start, end - start) << '\n';
+        if (end == std::string::npos) break;
+        start = end + 1;
+    }
+}
+
+std::string ShownValue(IMPAMetaProperty* tree, const std::string& path) {
+    auto node = ChildAt(tree, path);
+    if (!node) return "(none)";
+    if (IsReference(node.get())) return "(data)";
+    if (auto n = NumberOf(node.get()); n && TypeOf(node.get()) == kTypeNumber) return std::to_string(*n);
+    return "\"" + OneLine(TextOf(node.get())) + "\"";
+}
+
+}  // namespace tagvera::cli

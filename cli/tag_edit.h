@@ -1,0 +1,48 @@
+// What the tag-changing subcommands (set, rm, strip, repair) share: telling files from property
+// arguments, running over many files with a progress line, and saying what a write did.
+#ifndef TAGVERA_CLI_TAG_EDIT_H
+#define TAGVERA_CLI_TAG_EDIT_H
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "cli/args.h"
+#include "cli/command.h"
+#include "cli/media_file.h"
+
+namespace tagvera::cli {
+
+// "Track:Name" in "Track:Name=Blue in Green" or in rm's "Track:Comments": a group, a colon and a
+// name, and no file of that name.
+bool IsPropertyArgument(const std::string& arg);
+
+struct EditRun {
+    bool dryRun = false;
+    bool progress = false;  // a progress line on standard error
+    bool recursive = false;
+};
+
+// The shared flags: --dry-run, --progress (also on when standard error is a terminal), -r.
+EditRun ParseEditFlags(const ParsedArgs& parsed);
+
+// Runs edit over every file the names give (folders with -r), reporting failures as
+// "tagvera: FILE: REASON" and going on; kExitDataError when any file failed.
+int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::string>& names,
+                const std::function<void(const std::string& file)>& edit);
+
+// A file opened for writing through its importer (the MP3 importer's Xing repair as asked).
+MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xingRepair = false);
+
+// Writes tree back (the importer itself serves on-demand data) and prints what the write did.
+void WriteBack(CommandContext& ctx, const MediaFile& media);
+
+// The importer's IMPAWriteReport text, "" when it has none.
+std::string WriteReportOf(const MediaFile& media);
+
+// The value of a property as one line, for --dry-run.
+std::string ShownValue(IMPAMetaProperty* tree, const std::string& path);
+
+}  // namespace tagvera::cli
+
+#endif
