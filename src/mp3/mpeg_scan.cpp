@@ -27,6 +27,7 @@ uint32_t ToU32(double v, bool* clipped = nullptr) {
 
 std::vector<uint8_t> ReadUpTo(ByteSource& file, uint64_t offset, uint64_t limit) {
     std::vector<uint8_t> buffer(static_cast<size_t>(limit));
+    if (buffer.empty()) return buffer;  // an empty buffer has no address to hand a reader
     buffer.resize(file.readAt(offset, buffer));
     return buffer;
 }
