@@ -1,5 +1,132 @@
-#include <cstdio>
-int main() {
-    std::fputs("tagvera: not built yet\n", stderr);
-    return 1;
+// tagvera: a host like any other, on the library's exported entry points.
+#include <exception>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+#include "base/error.h"
+#include "cli/command.h"
+#include "cli/command_registry.h"
+#include "host/library.h"
+
+namespace tagvera::cli {
+namespace {
+
+void PrintCommandUsage(std::ostream& os, const CommandSpec& spec) {
+    os << "usage: tagvera " << spec.usage << '\n';
+}
+
+void PrintHelp(std::ostream& os) {
+    os << "usage: tagvera [--library PATH] COMMAND [ARGS...]\n"
+          "       tagvera --help | --version\n"
+          "\n"
+          "Reads and writes the metadata of media files through the tagvera plug-in package.\n"
+          "\n"
+          "Commands:\n";
+    size_t width = 0;
+    for (const auto* c : CommandRegistry::Instance().All()) width = std::max(width, c->name.size());
+    for (const auto* c : CommandRegistry::Instance().All())
+        os << "  " << c->name << std::string(width - c->name.size() + 2, ' ') << c->summary << '\n';
+    os << "\n"
+          "Options:\n"
+          "  --library PATH  the libtagvera to load (default: $TAGVERA_LIBRARY, else the installed one)\n"
+          "  --help          this text; COMMAND --help for a command's own\n"
+          "  --version       the command's version and the library's\n"
+          "\n"
+          "Exit status: 0 success, 1 a file or data error, 2 a usage error.\n";
+}
+
+int PrintVersion(CommandContext& ctx) {
+    ctx.out << "tagvera " << TAGVERA_VERSION << '\n';
+    try {
+        const host::PluginDescription d = ctx.host().Describe();
+        ctx.out << "library " << ctx.host().library().path() << ": package " << d.packageName << ", version "
+                << d.version << ", " << d.componentCount << " components\n";
+    } catch (const DataError& e) {
+        ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
+    }
+    return kExitOk;
+}
+
+int Main(int argc, char** argv) {
+    Args args(argv + 1, argv + argc);
+    std::string libraryPath = host::Library::DefaultPath();
+    size_t i = 0;
+    // Global options come before the command.
+    for (; i < args.size() && args[i].size() > 1 && args[i][0] == '-'; ++i) {
+        const std::string& a = args[i];
+        if (a == "--help" || a == "-h") {
+            PrintHelp(std::cout);
+            return kExitOk;
+        }
+        if (a == "--version") {
+            CommandContext ctx(std::cout, std::cerr, libraryPath);
+            return PrintVersion(ctx);
+        }
+        if (a == "--library" && i + 1 < args.size()) {
+            libraryPath = args[++i];
+        } else if (a.rfind("--library=", 0) == 0) {
+            libraryPath = a.substr(10);
+        } else {
+            std::cerr << "tagvera: unknown option " << a << "\n";
+            PrintHelp(std::cerr);
+            return kExitUsageError;
+        }
+    }
+    if (i == args.size()) {
+        std::cerr << "tagvera: no command given\n";
+        PrintHelp(std::cerr);
+        return kExitUsageError;
+    }
+    const std::string name = args[i];
+    const CommandSpec* spec = name == "help" && i + 1 < args.size() ? CommandRegistry::Instance().Find(args[i + 1])
+                                                                    : CommandRegistry::Instance().Find(name);
+    if (name == "help") {
+        if (spec) {
+            PrintCommandUsage(std::cout, *spec);
+        } else {
+            PrintHelp(std::cout);
+        }
+        return kExitOk;
+    }
+    if (!spec) {
+        std::cerr << "tagvera: unknown command \"" << name << "\"\n";
+        PrintHelp(std::cerr);
+        return kExitUsageError;
+    }
+    Args rest(args.begin() + static_cast<std::ptrdiff_t>(i) + 1, args.end());
+    for (const auto& a : rest) {
+        if (a == "--") break;
+        if (a == "--help" || a == "-h") {
+            PrintCommandUsage(std::cout, *spec);
+            return kExitOk;
+        }
+    }
+
+    CommandContext ctx(std::cout, std::cerr, libraryPath);
+    try {
+        return spec->run(ctx, rest);
+    } catch (const UsageError& e) {
+        std::cerr << "tagvera " << spec->name << ": " << e.what() << '\n';
+        PrintCommandUsage(std::cerr, *spec);
+        return kExitUsageError;
+    } catch (const DataError& e) {
+        std::cerr << "tagvera: " << e.file() << ": " << e.what() << '\n';
+        return kExitDataError;
+    } catch (const Error& e) {
+        std::cerr << "tagvera " << spec->name << ": " << e.what() << '\n';
+        return kExitDataError;
+    }
+}
+
+}  // namespace
+}  // namespace tagvera::cli
+
+int main(int argc, char** argv) {
+    try {
+        return tagvera::cli::Main(argc, argv);
+    } catch (const std::exception& e) {
+        std::cerr << "tagvera: " << e.what() << '\n';
+        return tagvera::cli::kExitDataError;
+    }
 }

@@ -1,0 +1,65 @@
+// The one JSON writer for every subcommand's --json output: well-formed UTF-8 whatever the input
+// (invalid sequences become U+FFFD), control characters escaped, two-space indentation.
+//
+//     JsonWriter json(ctx.out);
+//     json.beginObject().field("package", "tagvera").key("components").beginArray();
+//     ...
+//     json.endArray().endObject();  // ends the line too
+#ifndef TAGVERA_CLI_JSON_H
+#define TAGVERA_CLI_JSON_H
+
+#include <cstdint>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tagvera::cli {
+
+// The quoted JSON string for text.
+std::string JsonQuote(std::string_view text);
+
+class JsonWriter {
+public:
+    explicit JsonWriter(std::ostream& out) : out_(out) {}
+
+    JsonWriter& beginObject();
+    JsonWriter& endObject();
+    JsonWriter& beginArray();
+    JsonWriter& endArray();
+    JsonWriter& key(std::string_view name);
+
+    JsonWriter& value(std::string_view text);
+    JsonWriter& value(const char* text) { return value(std::string_view(text)); }
+    JsonWriter& value(const std::string& text) { return value(std::string_view(text)); }
+    JsonWriter& value(bool b);
+    JsonWriter& value(int64_t n);
+    JsonWriter& value(uint64_t n);
+    JsonWriter& value(int n) { return value(static_cast<int64_t>(n)); }
+    JsonWriter& value(uint32_t n) { return value(static_cast<uint64_t>(n)); }
+    JsonWriter& null();
+
+    template <class T>
+    JsonWriter& field(std::string_view name, const T& v) {
+        key(name);
+        return value(v);
+    }
+    JsonWriter& field(std::string_view name, const std::vector<std::string>& list);
+
+private:
+    struct Level {
+        bool object;
+        size_t count = 0;
+    };
+    void beforeValue();
+    void close(char bracket);
+    void indent();
+
+    std::ostream& out_;
+    std::vector<Level> levels_;
+    bool afterKey_ = false;
+};
+
+}  // namespace tagvera::cli
+
+#endif

@@ -1,0 +1,205 @@
+// The `tagvera` command as people and scripts use it: help, version, components (table and JSON),
+// preferences, and the exit status of every kind of failure.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "host/guid_text.h"
+#include "json_reader.h"
+#include "platform/preferences.h"
+#include "run_cli.h"
+#include "tagvera/components.h"
+
+namespace fs = std::filesystem;
+using tagvera::host::GuidToString;
+
+namespace {
+
+const std::map<std::string, std::string> kLibrary = {{"TAGVERA_LIBRARY", TAGVERA_LIBRARY_PATH}};
+
+TEST(Cli, HelpAndVersion) {
+    CliResult r = RunCli({"--help"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("components"), std::string::npos);
+    EXPECT_NE(r.out.find("prefs"), std::string::npos);
+
+    r = RunCli({"--version"}, kLibrary);
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out.rfind("tagvera 2.8.2\n", 0), 0u) << r.out;
+    EXPECT_NE(r.out.find("version 282"), std::string::npos) << r.out;
+
+    r = RunCli({"components", "--help"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("usage: tagvera components"), std::string::npos);
+    r = RunCli({"help", "prefs"});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_NE(r.out.find("usage: tagvera prefs"), std::string::npos);
+}
+
+TEST(Cli, UsageErrorsExitWithTwo) {
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {}, {"no-such-command"}, {"--no-such-option"}, {"components", "--bogus"}, {"components", "extra"},
+             {"prefs"}, {"prefs", "frobnicate"}, {"prefs", "get"}, {"prefs", "set", "TagEditID3V1"},
+             {"prefs", "set", "TagEditID3V1", "yes"}, {"prefs", "set", "TagEditID3V1", "4294967296"},
+             {"prefs", "set", "NoSuchPreference", "1"}, {"prefs", "get", "--json", "X"}}) {
+        std::string line;
+        for (const auto& a : args) line += a + " ";
+        const CliResult r = RunCli(args, kLibrary);
+        EXPECT_EQ(r.status, 2) << line << "\n" << r.err;
+        EXPECT_FALSE(r.err.empty()) << line;
+        EXPECT_TRUE(r.out.empty()) << line;
+    }
+}
+
+TEST(Cli, ComponentsTableNamesEveryComponent) {
+    const CliResult r = RunCli({"components"}, kLibrary);
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const auto& c : tagvera::kKnownComponents) {
+        EXPECT_NE(r.out.find(GuidToString(*c.classId)), std::string::npos) << c.className;
+        EXPECT_NE(r.out.find(c.className), std::string::npos);
+    }
+    EXPECT_NE(r.out.find("mp3,mpga"), std::string::npos);
+    EXPECT_NE(r.out.find("audio/x-zn-korvaaudio,application/x-zn-korvamedia"), std::string::npos);
+}
+
+TEST(Cli, ComponentsJsonMatchesTheTable) {
+    const CliResult r = RunCli({"components", "--json"}, kLibrary);
+    ASSERT_EQ(r.status, 0) << r.err;
+    const Json doc = JsonReader::Parse(r.out);
+    EXPECT_EQ(doc["package"].text, "tagvera");
+    EXPECT_EQ(doc["version"].number, 282);
+    const Json& list = doc["components"];
+    ASSERT_EQ(list.items.size(), 8u);
+    for (size_t i = 0; i < 8; ++i) {
+        const Json& c = list[i];
+        EXPECT_EQ(c["index"].number, static_cast<double>(i));
+        EXPECT_EQ(c["class"].text, tagvera::kKnownComponents[i].className);
+        EXPECT_EQ(c["classId"].text, GuidToString(*tagvera::kKnownComponents[i].classId));
+        EXPECT_TRUE(c["loadMultiple"].b);
+        EXPECT_EQ(c["available"].b, c["status"].text == "ready");
+    }
+    EXPECT_TRUE(list[0]["available"].b) << "the property tree is always built";
+    EXPECT_EQ(list[2]["mimeTypes"].strings(), (std::vector<std::string>{"audio/mp3", "audio/x-mp3"}));
+    EXPECT_EQ(list[6]["extensions"].strings(), (std::vector<std::string>{"asf", "wma", "wmv"}));
+    EXPECT_TRUE(list[4]["mimeTypes"].items.empty());
+}
+
+TEST(Cli, MissingLibraryIsADataErrorNamingIt) {
+    const CliResult r = RunCli({"components"}, {{"TAGVERA_LIBRARY", "/nonexistent/libtagvera.so"}});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err.rfind("tagvera: /nonexistent/libtagvera.so: ", 0), 0u) << r.err;
+    const CliResult viaOption = RunCli({"--library", "/nonexistent/x.so", "components"});
+    EXPECT_EQ(viaOption.status, 1);
+    EXPECT_NE(viaOption.err.find("/nonexistent/x.so"), std::string::npos);
+}
+
+class Prefs : public ::testing::Test {
+protected:
+    void SetUp() override {
+        dir_ = fs::temp_directory_path() / ("tagvera-prefs-" + std::to_string(::getpid()) + "-" +
+                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir_);
+        fs::create_directories(dir_);
+        file_ = (dir_ / "preferences").string();
+        env_ = kLibrary;
+        env_["TAGVERA_PREFERENCES"] = file_;
+    }
+    void TearDown() override { fs::remove_all(dir_); }
+    CliResult Run(const std::vector<std::string>& args) { return RunCli(args, env_); }
+
+    fs::path dir_;
+    std::string file_;
+    std::map<std::string, std::string> env_;
+};
+
+TEST_F(Prefs, SetThenGetAndTheLibrarySideSeesIt) {
+    CliResult r = Run({"prefs", "get", "TagEditID3V1"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "1\n") << "the default";
+    r = Run({"prefs", "set", "TagEditID3V1", "0"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    r = Run({"prefs", "get", "TagEditID3V1"});
+    EXPECT_EQ(r.out, "0\n");
+    r = Run({"prefs", "get", "tageditid3v1"});
+    EXPECT_EQ(r.out, "0\n") << "names compare without regard to case";
+
+    // The reader the library uses, pointed at the same file.
+    ::setenv("TAGVERA_PREFERENCES", file_.c_str(), 1);
+    EXPECT_EQ(tagvera::platform::prefs::GetNumber(tagvera::platform::prefs::kTagEditID3V1), 0u);
+    EXPECT_EQ(tagvera::platform::prefs::GetNumber(tagvera::platform::prefs::kTagEditID3V2), 1u);
+    ::unsetenv("TAGVERA_PREFERENCES");
+
+    ASSERT_EQ(Run({"prefs", "set", "TagReadPriority", "V2,K1,V1"}).status, 0);
+    ASSERT_EQ(Run({"prefs", "set", "TagEditKorvaOne", "0x10"}).status, 0);
+    EXPECT_EQ(Run({"prefs", "get", "TagReadPriority"}).out, "V2,K1,V1\n");
+    EXPECT_EQ(Run({"prefs", "get", "TagEditKorvaOne"}).out, "16\n");
+}
+
+TEST_F(Prefs, ListShowsEveryPreferenceAndItsSource) {
+    ASSERT_EQ(Run({"prefs", "set", "XMLEncoding", "UTF-8"}).status, 0);
+    CliResult r = Run({"prefs", "list"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const char* name : {"TagReadPriority", "TagEditKorvaOne", "TagEditID3V2", "TagEditID3V1", "XMLEncoding",
+                             "WriteDBFields"})
+        EXPECT_NE(r.out.find(name), std::string::npos) << name;
+
+    r = Run({"prefs", "list", "--json"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const Json doc = JsonReader::Parse(r.out);
+    EXPECT_EQ(doc["file"].text, file_);
+    bool sawEncoding = false;
+    for (const Json& p : doc["preferences"].items) {
+        if (p["name"].text == "XMLEncoding") {
+            sawEncoding = true;
+            EXPECT_EQ(p["value"].text, "UTF-8");
+            EXPECT_FALSE(p["default"].b);
+        }
+        if (p["name"].text == "TagEditID3V2") {
+            EXPECT_EQ(p["value"].number, 1);
+            EXPECT_TRUE(p["default"].b);
+        }
+    }
+    EXPECT_TRUE(sawEncoding);
+    EXPECT_EQ(Run({"prefs", "path"}).out, file_ + "\n");
+}
+
+TEST_F(Prefs, ResetBringsBackTheDefaults) {
+    ASSERT_EQ(Run({"prefs", "set", "TagEditID3V1", "0"}).status, 0);
+    ASSERT_EQ(Run({"prefs", "set", "TagEditID3V2", "0"}).status, 0);
+    ASSERT_EQ(Run({"prefs", "reset", "TagEditID3V1"}).status, 0);
+    EXPECT_EQ(Run({"prefs", "get", "TagEditID3V1"}).out, "1\n");
+    EXPECT_EQ(Run({"prefs", "get", "TagEditID3V2"}).out, "0\n");
+    ASSERT_EQ(Run({"prefs", "reset"}).status, 0);
+    EXPECT_EQ(Run({"prefs", "get", "TagEditID3V2"}).out, "1\n");
+    EXPECT_FALSE(fs::exists(file_));
+}
+
+TEST_F(Prefs, DamagedFileIsADataErrorNamingTheFile) {
+    {
+        std::ofstream f(file_);
+        f << "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\nTagEditID3V1 = dword:banana\n";
+    }
+    for (const auto& args : std::vector<std::vector<std::string>>{
+             {"prefs", "list"}, {"prefs", "get", "TagEditID3V1"}, {"prefs", "set", "TagEditID3V1", "0"}}) {
+        const CliResult r = Run(args);
+        EXPECT_EQ(r.status, 1) << args[1];
+        EXPECT_EQ(r.err.rfind("tagvera: " + file_ + ": ", 0), 0u) << r.err;
+    }
+    // The library reads the defaults meanwhile, never a half-understood file.
+    ::setenv("TAGVERA_PREFERENCES", file_.c_str(), 1);
+    EXPECT_EQ(tagvera::platform::prefs::GetNumber(tagvera::platform::prefs::kTagEditID3V1), 1u);
+    ::unsetenv("TAGVERA_PREFERENCES");
+    ASSERT_EQ(Run({"prefs", "reset"}).status, 0);
+    EXPECT_EQ(Run({"prefs", "list"}).status, 0);
+}
+
+TEST_F(Prefs, UnknownNameIsNotFound) {
+    const CliResult r = Run({"prefs", "get", "NoSuchPreference"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("NoSuchPreference"), std::string::npos);
+}
+
+}  // namespace
