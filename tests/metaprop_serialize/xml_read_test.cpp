@@ -33,6 +33,17 @@ TEST(XmlRead, EveryTypeTreeSurvivesBothLayouts) {
     }
 }
 
+TEST(XmlRead, LengthMayCountTheNulWriteXmlHandsOut) {
+    Node tree = EveryTypeTree();
+    char* text = nullptr;
+    uint32_t length = 0;
+    ASSERT_EQ(Serialize(tree.get())->WriteXML(&text, &length, false), TV_S_OK);
+    Node back = NewTree();
+    EXPECT_EQ(Serialize2(back.get())->ReadXMLWithEncoding(text, length, "US-ASCII"), TV_S_OK);
+    delete[] text;
+    EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(tree.get(), XmlRules()));
+}
+
 TEST(XmlRead, DocumentOfAnIndependentWriterGivesTheSameTree) {
     Node back = Read(Slurp(TAGVERA_TEST_DATA_DIR "/metaprop/every_type.xml"));
     EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(EveryTypeTree().get(), XmlRules()));
