@@ -6,3 +6,5 @@ tools/setup-debian.sh
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$(nproc)" --target tagvera tagvera_cli
 build/cli/tagvera components
+echo
+build/cli/tagvera info samples/*.mp3
