@@ -36,8 +36,6 @@ bool FindEntry(const block::Record& parent, std::string_view name, block::Record
     return false;
 }
 
-HRESULT NewStandaloneNode(IMPAMetaProperty** out) { return CreateStandaloneMetaProperty(out); }
-
 constexpr const char* kSearchFirst[] = {kGroupTrack, kGroupAlbum, kGroupArtist};
 
 }  // namespace
@@ -77,7 +75,7 @@ HRESULT CFastMetaProperty::EnsureFull() {
     if (Failed(CreateStandaloneMetaProperty(node.put())) || !node) return TV_E_NOTIMPL;
     const HRESULT hr = Guard([&] {
         // Everything the record holds goes into the node, reference data included.
-        ReadRecordInto(node.get(), record_, NewStandaloneNode, true);
+        ReadRecordInto(node.get(), record_, CreateStandaloneMetaProperty, true);
         return node->SetParentPath(parentPath_.c_str());
     });
     if (Failed(hr)) return TV_E_NOTIMPL;

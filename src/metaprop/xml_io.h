@@ -3,6 +3,7 @@
 #define TAGVERA_METAPROP_XML_IO_H
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "metaprop/block_io.h"

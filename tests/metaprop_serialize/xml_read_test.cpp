@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "component/value_objects.h"
 #include "serialize_support.h"
 #include "tagvera/xml.h"
 
@@ -162,6 +163,35 @@ TEST(XmlRead, ReadXmlTakesTheEncodingFromThePreference) {
     prefs.Set("XMLEncoding", "Shift-JIS");
     EXPECT_EQ(read(&hr), "\"A\" t=1 f=0 v=812220783d00\n");
     EXPECT_EQ(hr, TV_S_OK);
+}
+
+TEST(XmlRead, TreeAnswersAParserOfTheHostsOwn) {
+    // A host that runs its own parser drives the tree through IKMAXMLParserResponse.
+    Node tree = NewTree();
+    auto response = QueryAs<IKMAXMLParserResponse>(tree, IID_IKMAXMLParserResponse);
+    ASSERT_TRUE(response);
+    auto attributes = [](std::initializer_list<std::pair<const char*, const char*>> pairs) {
+        ComPtr<IKMAValues> list;
+        EXPECT_EQ(NewValueList(list.put()), TV_S_OK);
+        for (const auto& [name, value] : pairs) {
+            ComPtr<IKMABuffer> text;
+            EXPECT_EQ(NewTextBuffer(value, text.put()), TV_S_OK);
+            list->SetStringValue(name, text.get());
+        }
+        return list;
+    };
+    EXPECT_EQ(response->OnBeginElement("KJMETADATA", attributes({}).get(), 1, 1), TV_S_OK);
+    EXPECT_EQ(response->OnBeginElement("PROP", attributes({{"name", "Album"}, {"type", "group"}}).get(), 1, 13), TV_S_OK);
+    EXPECT_EQ(response->OnBeginElement("PROP", attributes({{"name", "Year"}, {"type", "number"}, {"value", "1959"}}).get(),
+                                       1, 40),
+              TV_S_OK);
+    EXPECT_EQ(response->OnEndElement("PROP", 0, 0), TV_S_OK);
+    EXPECT_EQ(response->OnComment("ignored", 0, 0), TV_S_OK);
+    EXPECT_EQ(response->OnEndElement("PROP", 0, 0), TV_S_OK);
+    EXPECT_EQ(response->OnEndElement("KJMETADATA", 0, 0), TV_S_OK);
+    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"Album\" t=9 f=0 v=-\n"
+              "  \"Year\" t=4 f=0 v=a7070000\n");
 }
 
 TEST(XmlRead, TreeIsReleasedAfterAFailedRead) {
