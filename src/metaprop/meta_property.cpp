@@ -13,6 +13,15 @@
 #include "tagvera/plugin.h"
 
 namespace tagvera {
+namespace {
+
+template <class T>
+void EraseOne(std::vector<T>& list, const T& value) {
+    auto at = std::find(list.begin(), list.end(), value);
+    if (at != list.end()) list.erase(at);
+}
+
+}  // namespace
 
 HRESULT CMPAMetaProperty::InternalQueryInterface(const GUID& iid, void** out) {
     if (!out) return TV_E_POINTER;
@@ -53,6 +62,23 @@ HRESULT CMPAMetaProperty::CreateNode(ComPtr<IMPAMetaProperty>& out) const {
     return TV_S_OK;
 }
 
+// The cursor is found by walking the chain, so a step costs its position in the chain: nothing for
+// the usual chain of one node, and chains only grow through SetNext by hand.
+ComPtr<IMPAMetaProperty> CMPAMetaProperty::AfterCursor(const Entry& entry, IMPAMetaProperty* cursor) {
+    if (!cursor) return entry.first;
+    IMPAMetaProperty* node = entry.first.get();
+    CMPAMetaProperty* own = entry.firstNode;
+    ComPtr<IMPAMetaProperty> hold;
+    while (node) {
+        ComPtr<IMPAMetaProperty> next = NextInChain(node, own);
+        if (node == cursor) return next;
+        hold = std::move(next);
+        node = hold.get();
+        own = FromInterface(node);
+    }
+    return {};
+}
+
 ComPtr<IMPAMetaProperty> CMPAMetaProperty::NextInChain(IMPAMetaProperty* node, CMPAMetaProperty* own) {
     if (own) {
         if (own->nextNode_) return ComPtr<IMPAMetaProperty>::Share(own->nextNode_->AsProperty());
@@ -71,6 +97,7 @@ CMPAMetaProperty::~CMPAMetaProperty() {
     } catch (...) {
     }
     DeferredReleases releases;
+    if (nextNode_) EraseOne(nextNode_->chainOwners_, this);
     releases.Add(next_);
     next_ = nullptr;
     nextNode_ = nullptr;
@@ -85,8 +112,6 @@ CMPAMetaProperty::~CMPAMetaProperty() {
             }
         });
         releases.Add(entry.first.detach());
-        releases.Add(entry.findCursor.detach());
-        releases.Add(entry.enumCursor.detach());
     }
 }
 
@@ -244,16 +269,23 @@ IMPAMetaPropertyLinkedList* CMPAMetaProperty::GetNext() {
 
 HRESULT CMPAMetaProperty::SetNext(IMPAMetaPropertyLinkedList* next) {
     return Guard([&]() -> HRESULT {
-        // A chain that leads back here would make every enumeration endless.
+        CMPAMetaProperty* nextNode = FromInterface(next);
+        // The link owns next: refused when next already owns this node, which includes a chain that
+        // leads back here. A next that owns nothing cannot.
+        if (nextNode && (nextNode == this || !nextNode->children_.empty() || nextNode->next_) &&
+            IsSelfOrOwner(nextNode->AsProperty()))
+            return TV_E_INVALIDARG;
         IMPAMetaPropertyLinkedList* self = this;
         for (auto at = ComPtr<IMPAMetaPropertyLinkedList>::Share(next); at;
              at = ComPtr<IMPAMetaPropertyLinkedList>::Adopt(at->GetNext())) {
             if (at.get() == self) return TV_E_INVALIDARG;
         }
+        if (nextNode) nextNode->chainOwners_.push_back(this);
         if (next) next->AddRef();
         IMPAMetaPropertyLinkedList* previous = next_;
+        if (nextNode_) EraseOne(nextNode_->chainOwners_, this);
         next_ = next;
-        nextNode_ = FromInterface(next);
+        nextNode_ = nextNode;
         if (previous) previous->Release();
         return TV_S_OK;
     });

@@ -44,8 +44,10 @@ public:
     struct Entry {
         ComPtr<IMPAMetaProperty> first;
         CMPAMetaProperty* firstNode = nullptr;  // first as this class, null for a node of another class
-        ComPtr<IMPAMetaProperty> findCursor;    // last node given by FindFirstChild/FindNextChild
-        ComPtr<IMPAMetaProperty> enumCursor;    // last node given by GetFirstChild/GetNextChild
+        // Cursors hold no reference: a node cut out of the chain through SetNext must not stay owned
+        // here unseen, so they are looked up in the chain before use.
+        IMPAMetaProperty* findCursor = nullptr;  // last node given by FindFirstChild/FindNextChild
+        IMPAMetaProperty* enumCursor = nullptr;  // last node given by GetFirstChild/GetNextChild
     };
     using Children = std::map<std::string, Entry, std::less<>>;
 
@@ -77,6 +79,9 @@ public:
     const Children& children() const { return children_; }
     // The node after node in its same-name chain, or empty; own is node as this class, or null.
     static ComPtr<IMPAMetaProperty> NextInChain(IMPAMetaProperty* node, CMPAMetaProperty* own);
+    // The node after cursor in the entry's chain; the first node for no cursor; empty at the end or
+    // when cursor has left the chain.
+    static ComPtr<IMPAMetaProperty> AfterCursor(const Entry& entry, IMPAMetaProperty* cursor);
     // Calls visit(node, node as this class or null) for every node of an entry's chain, in order.
     // visit must not change the chain.
     template <class Visit>
@@ -215,7 +220,8 @@ private:
     HRESULT SearchByName(std::string_view name, ComPtr<IMPAMetaProperty>& out);
     HRESULT FindPath(std::string_view path, ComPtr<IMPAMetaProperty>& out);
     void OrderedChildrenForSearch(std::vector<IMPAMetaProperty*>& out) const;
-    // Follows all but the last ":"-part of path by first nodes, leaving cursors alone.
+    // Follows all but the last ":"-part of path by first nodes, leaving cursors alone; a path that is
+    // the name of a child here is taken whole.
     HRESULT WalkToLastPart(std::string_view& path, ComPtr<IMPAMetaProperty>& node);
     void EraseEntry(Children::iterator at, Entry& taken);
 
@@ -228,7 +234,8 @@ private:
                          bool updatePaths, ComPtr<IMPAMetaProperty>* placed);
     HRESULT PutFirstInChain(Entry& entry, IMPAMetaProperty* child);
     HRESULT MergeFromImpl(IMPAMetaProperty* source, bool replace, uint32_t addFlags);
-    bool IsSelfOrAncestor(IMPAMetaProperty* candidate) const;
+    // Whether candidate is this node or owns it through children and next-sibling links.
+    bool IsSelfOrOwner(IMPAMetaProperty* candidate) const;
     // One entry of parent more or less holds this node.
     void AddParentNode(IMPAMetaProperty* parent);
     void RemoveParentNode(IMPAMetaProperty* parent);
@@ -267,6 +274,8 @@ private:
     IMPAMetaPropertyLinkedList* next_ = nullptr;  // owned: one reference
     CMPAMetaProperty* nextNode_ = nullptr;        // next_ as this class, or null
     std::vector<ParentLink> parents_;  // not owned
+    // Nodes whose next-sibling link holds this node (not owned): owners too, for the cycle check.
+    std::vector<CMPAMetaProperty*> chainOwners_;
 };
 
 }  // namespace tagvera

@@ -154,27 +154,34 @@ HRESULT CMPAMetaProperty::AddChildImpl(IMPAMetaProperty* child, bool replace, co
     return own->AddChildHere(child, replace, last.c_str(), addFlags, updatePaths, placed);
 }
 
-// Whether candidate is this node or one of its ancestors: adding it here would make a cycle.
-bool CMPAMetaProperty::IsSelfOrAncestor(IMPAMetaProperty* candidate) const {
+// Owners are parents and nodes whose next-sibling link holds this one; the walk goes up through
+// both, usually a single line of parents to the root.
+bool CMPAMetaProperty::IsSelfOrOwner(IMPAMetaProperty* candidate) const {
     const CMPAMetaProperty* node = this;
-    // The usual shape: a single line of parents up to the root.
     while (true) {
         if (const_cast<CMPAMetaProperty*>(node)->AsProperty() == candidate) return true;
-        if (node->parents_.size() != 1) break;
-        const CMPAMetaProperty* parent = FromInterface(node->parents_[0].node);
-        if (!parent) return false;
-        node = parent;
+        if (node->parents_.size() + node->chainOwners_.size() != 1) break;
+        const CMPAMetaProperty* owner =
+            node->parents_.empty() ? node->chainOwners_[0] : FromInterface(node->parents_[0].node);
+        if (!owner) return false;
+        node = owner;
     }
-    if (node->parents_.empty()) return false;
+    if (node->parents_.empty() && node->chainOwners_.empty()) return false;
     std::vector<const CMPAMetaProperty*> pending{node};
     std::unordered_set<const CMPAMetaProperty*> seen{node};
+    auto visit = [&](const CMPAMetaProperty* owner) {
+        if (owner && seen.insert(owner).second) pending.push_back(owner);
+    };
     while (!pending.empty()) {
         const CMPAMetaProperty* at = pending.back();
         pending.pop_back();
         for (const ParentLink& parent : at->parents_) {
             if (parent.node == candidate) return true;
-            const CMPAMetaProperty* own = FromInterface(parent.node);
-            if (own && seen.insert(own).second) pending.push_back(own);
+            visit(FromInterface(parent.node));
+        }
+        for (const CMPAMetaProperty* owner : at->chainOwners_) {
+            if (const_cast<CMPAMetaProperty*>(owner)->AsProperty() == candidate) return true;
+            visit(owner);
         }
     }
     return false;
@@ -183,13 +190,15 @@ bool CMPAMetaProperty::IsSelfOrAncestor(IMPAMetaProperty* candidate) const {
 HRESULT CMPAMetaProperty::AddChildHere(IMPAMetaProperty* child, bool replace, const char* name, uint32_t addFlags,
                                        bool updatePaths, ComPtr<IMPAMetaProperty>* placed) {
     CMPAMetaProperty* childNode = FromInterface(child);
-    // Only a node with children can be an ancestor; leaves, the common case, skip the walk up.
-    uint32_t childNames = 0;
-    if (childNode)
-        childNames = static_cast<uint32_t>(childNode->children_.size());
-    else
-        child->GetChildNameCount(&childNames);
-    if (child == AsProperty() || (childNames && IsSelfOrAncestor(child))) return TV_E_INVALIDARG;
+    // Only a node that owns others can own this one; leaves, the common case, skip the walk up.
+    bool ownsOthers = true;
+    if (childNode) {
+        ownsOthers = !childNode->children_.empty() || childNode->next_;
+    } else {
+        uint32_t childNames = 0;
+        ownsOthers = Failed(child->GetChildNameCount(&childNames)) || childNames;
+    }
+    if (child == AsProperty() || (ownsOthers && IsSelfOrOwner(child))) return TV_E_INVALIDARG;
     std::string key;
     if (!name) {
         key = NameOf(child);
@@ -277,8 +286,8 @@ HRESULT CMPAMetaProperty::PutFirstInChain(Entry& entry, IMPAMetaProperty* child)
     }
     entry.first = ComPtr<IMPAMetaProperty>::Share(child);
     entry.firstNode = FromInterface(child);
-    if (entry.findCursor == old) entry.findCursor = entry.first;
-    if (entry.enumCursor == old) entry.enumCursor = entry.first;
+    if (entry.findCursor == old.get()) entry.findCursor = entry.first.get();
+    if (entry.enumCursor == old.get()) entry.enumCursor = entry.first.get();
     if (CMPAMetaProperty* oldNode = FromInterface(old.get()))
         oldNode->RemoveParentNode(AsProperty());
     else

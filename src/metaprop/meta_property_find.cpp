@@ -83,7 +83,7 @@ HRESULT CMPAMetaProperty::FindDirect(std::string_view name, ComPtr<IMPAMetaPrope
     auto at = children_.find(name);
     if (at == children_.end()) return TV_E_PROP_NOTFOUND;
     if (!at->second.first) return TV_E_PROP_ENDOFLIST;
-    at->second.findCursor = at->second.first;
+    at->second.findCursor = at->second.first.get();
     out = at->second.first;
     return TV_S_OK;
 }
@@ -93,9 +93,16 @@ HRESULT CMPAMetaProperty::FindFirstChild(const char* name, IMPAMetaProperty** ou
     *out = nullptr;
     if (!name) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {
+        // A child whose own name holds ":" (added under its own name) is still found by that name.
+        std::string_view rest = name, first;
+        if (rest.find(kPathSeparator) != std::string_view::npos && children_.count(rest)) {
+            ComPtr<IMPAMetaProperty> found;
+            const HRESULT hr = FindDirect(rest, found);
+            *out = found.detach();
+            return hr;
+        }
         // Each leading part is found with FindFirstChild on the node reached, as a nested call would.
         ComPtr<IMPAMetaProperty> node = ComPtr<IMPAMetaProperty>::Share(AsProperty());
-        std::string_view rest = name, first;
         while (SplitFirst(rest, first, rest)) {
             ComPtr<IMPAMetaProperty> next;
             CMPAMetaProperty* own = FromInterface(node.get());
@@ -115,6 +122,7 @@ HRESULT CMPAMetaProperty::FindFirstChild(const char* name, IMPAMetaProperty** ou
 
 HRESULT CMPAMetaProperty::WalkToLastPart(std::string_view& path, ComPtr<IMPAMetaProperty>& node) {
     node = ComPtr<IMPAMetaProperty>::Share(AsProperty());
+    if (children_.count(path)) return TV_S_OK;  // a child's own name may hold ":"
     std::string_view first;
     while (SplitFirst(path, first, path)) {
         CMPAMetaProperty* own = FromInterface(node.get());
@@ -148,10 +156,9 @@ HRESULT CMPAMetaProperty::FindNextChild(const char* name, IMPAMetaProperty** out
         if (at == own->children_.end()) return TV_E_PROP_NOTFOUND;
         Entry& entry = at->second;
         // Before any FindFirstChild the first node is next; at the end the cursor stays on the last.
-        ComPtr<IMPAMetaProperty> next =
-            entry.findCursor ? NextInChain(entry.findCursor.get(), FromInterface(entry.findCursor.get())) : entry.first;
+        ComPtr<IMPAMetaProperty> next = AfterCursor(entry, entry.findCursor);
         if (!next) return TV_E_PROP_ENDOFLIST;
-        entry.findCursor = next;
+        entry.findCursor = next.get();
         *out = next.detach();
         return TV_S_OK;
     });
@@ -321,10 +328,10 @@ HRESULT CMPAMetaProperty::GetNextChild(IMPAMetaProperty** out) {
             if (childFresh_)
                 next = entry.first;
             else if (entry.enumCursor)
-                next = NextInChain(entry.enumCursor.get(), FromInterface(entry.enumCursor.get()));
+                next = AfterCursor(entry, entry.enumCursor);
             childFresh_ = false;
             if (next) {
-                entry.enumCursor = next;
+                entry.enumCursor = next.get();
                 *out = next.detach();
                 return TV_S_OK;
             }

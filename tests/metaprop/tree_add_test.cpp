@@ -184,9 +184,19 @@ TEST(TreeAdd, CyclesAreRefused) {
     EXPECT_FALSE(Find(inner.get(), "Up"));
     EXPECT_EQ(NameOf(root.get()), "");
 
-    // Same-name chains refuse loops as well.
+    // A next-sibling link owns its target too: no loops through chains, and no chain link to an
+    // owner (found by the tree-operations fuzzer: the root behind its grandchild leaked both).
     auto link = QueryAs<IMPAMetaPropertyLinkedList>(root, IID_IMPAMetaPropertyLinkedList);
     EXPECT_EQ(link->SetNext(link.get()), TV_E_INVALIDARG);
+    auto innerLink = QueryAs<IMPAMetaPropertyLinkedList>(inner, IID_IMPAMetaPropertyLinkedList);
+    EXPECT_EQ(innerLink->SetNext(link.get()), TV_E_INVALIDARG);
+    Node other = Loose("H", kTypeGroup);
+    auto otherLink = QueryAs<IMPAMetaPropertyLinkedList>(other, IID_IMPAMetaPropertyLinkedList);
+    ASSERT_EQ(innerLink->SetNext(otherLink.get()), TV_S_OK);
+    EXPECT_EQ(other->AddChild(root.get(), true, "Loop", 0), TV_E_INVALIDARG);
+    ASSERT_EQ(innerLink->SetNext(nullptr), TV_S_OK);
+    EXPECT_EQ(other->AddChild(root.get(), true, "Fine", 0), TV_S_OK);
+    ASSERT_EQ(other->RemoveByPath("Fine"), TV_S_OK);
 }
 
 TEST(TreeAdd, ANodeUnderTwoNamesKeepsItsParentUntilBothGo) {

@@ -78,6 +78,23 @@ TEST(TreeFind, MissingNamesAndEmptyNodesGiveTheirCodes) {
     EXPECT_EQ(root->FindByPath(nullptr, &out), TV_E_POINTER);
 }
 
+TEST(TreeFind, AChildNamedWithASeparatorIsFoundByItsName) {
+    Node root = NewTree();
+    Node odd = Loose("a:b", kTypeText, "odd");
+    ASSERT_EQ(root->AddChild(odd.get(), true, nullptr, 0), TV_S_OK);
+    AddText(root.get(), "a:c", "nested");
+    EXPECT_EQ(ChildNames(root.get()), (std::vector<std::string>{"a", "a:b"}));
+    // Every name the enumeration gives can be asked for.
+    EXPECT_EQ(Find(root.get(), "a:b").get(), odd.get());
+    uint32_t count = 0;
+    ASSERT_EQ(root->GetChildCount("a:b", &count), TV_S_OK);
+    EXPECT_EQ(count, 1u);
+    ASSERT_EQ(root->GetChildCount("a:c", &count), TV_S_OK);
+    EXPECT_EQ(TextOf(Find(root.get(), "a:c").get()), "nested");
+    Node next;
+    EXPECT_EQ(root->FindNextChild("a:b", next.put()), TV_E_PROP_ENDOFLIST);
+}
+
 TEST(TreeFind, PlainNameFallsBackToTrackThenAlbumThenArtist) {
     Node root = NewTree();
     AddText(root.get(), "Artist:Name", "artist");
