@@ -1,4 +1,9 @@
 // The metadata property tree: typed, flagged, named nodes with children keyed by case-sensitive name.
+// Type codes, flag bits, AddChild options and the standard names are in tagvera/vocabulary.h.
+//
+// Out-pointers are set to null first; interfaces handed out carry one reference. Lookups that find
+// nothing give TV_E_PROP_NOTFOUND, exhausted enumerations TV_E_PROP_ENDOFLIST; an empty name, path
+// or value reads as TV_E_PROP_EMPTY. Paths join names with ':' ("Album:Cover Art").
 #ifndef TAGVERA_METAPROP_H
 #define TAGVERA_METAPROP_H
 
@@ -17,6 +22,7 @@ struct IMPAMetaProperty : IUnknown {
     TV_METHOD(SetFlags)(uint32_t flags) = 0;                                // 12
     TV_METHOD(SetParentPath)(const char* parentPath) = 0;                   // 13
     TV_METHOD(SetChanged)(uint32_t changed) = 0;                            // 14
+    // A plain name not found here is searched under "Track", "Album", "Artist", then every child.
     TV_METHOD(FindByPath)(const char* path, IMPAMetaProperty** out) = 0;    // 15
     TV_METHOD(GetFirstChildName)(const char** name) = 0;                    // 16
     TV_METHOD(GetNextChildName)(const char** name) = 0;                     // 17
@@ -27,8 +33,13 @@ struct IMPAMetaProperty : IUnknown {
     TV_METHOD(GetFirstChild)(IMPAMetaProperty** out) = 0;                   // 22
     TV_METHOD(GetNextChild)(IMPAMetaProperty** out) = 0;                    // 23
     TV_METHOD(GetTotalChildCount)(uint32_t* count) = 0;                     // 24
+    // newNode (may be null) receives the node standing under the name afterwards: the new one, or
+    // the existing one when it was kept (TV_S_PROP_EXISTS) or a group was merged into it.
     TV_METHOD(AddProperty)(const char* name, uint32_t type, uint32_t flags, const uint8_t* data, uint32_t size,
                            bool replace, IMPAMetaProperty** newNode) = 0;  // 25
+    // name null: the child's own name; "A:B" makes missing groups. Same name: groups merge, other
+    // nodes are replaced (keeping the old children when the types agree) or kept without replace.
+    // A child that owns this node is refused with E_INVALIDARG.
     TV_METHOD(AddChild)(IMPAMetaProperty* child, bool replace, const char* name, uint32_t addFlags) = 0;  // 26
     TV_METHOD(AddText)(const char* name, const char* text, uint32_t flags, bool replace,
                        IMPAMetaProperty** newNode) = 0;  // 27
