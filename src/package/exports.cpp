@@ -3,6 +3,7 @@
 #include "package/directory_table.h"
 #include "package/tagvera_package.h"
 #include "tagvera/entry_points.h"
+#include "tagvera/layout_checks.h"
 
 TV_EXPORT HRESULT TV_STDCALL KMACreateInstance(IUnknown** out) { return tagvera::CreatePackageInstance(out); }
 
