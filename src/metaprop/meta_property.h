@@ -224,6 +224,10 @@ private:
     // the name of a child here is taken whole.
     HRESULT WalkToLastPart(std::string_view& path, ComPtr<IMPAMetaProperty>& node);
     void EraseEntry(Children::iterator at, Entry& taken);
+    // Whether more than one parent entry or chain link holds this node, so a walk may meet it twice.
+    bool HeldMoreThanOnce() const {
+        return parents_.size() + chainOwners_.size() > 1 || (parents_.size() == 1 && parents_[0].links > 1);
+    }
 
     // Adding and merging (meta_property_add.cpp).
     HRESULT AddPropertyImpl(std::string_view name, uint32_t type, uint32_t flags, const uint8_t* data, uint32_t size,

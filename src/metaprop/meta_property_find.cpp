@@ -236,13 +236,13 @@ HRESULT CMPAMetaProperty::SearchByName(std::string_view name, ComPtr<IMPAMetaPro
     pending.assign(ordered.rbegin(), ordered.rend());
     const std::string nameText(name);
     // A node reached again (it stands under two parents or two names) failed the first time and
-    // would fail again.
+    // would fail again. Only nodes held more than once need remembering.
     std::unordered_set<IMPAMetaProperty*> searched;
     while (!pending.empty()) {
         IMPAMetaProperty* node = pending.back();
         pending.pop_back();
-        if (!searched.insert(node).second) continue;
         CMPAMetaProperty* own = FromInterface(node);
+        if ((!own || own->HeldMoreThanOnce()) && !searched.insert(node).second) continue;
         HRESULT hr;
         if (!own) {
             hr = node->FindByPath(nameText.c_str(), out.put());
