@@ -279,10 +279,11 @@ HRESULT CMPAMetaProperty::PutFirstInChain(Entry& entry, IMPAMetaProperty* child)
             before = successor;
             successor = ComPtr<IMPAMetaPropertyLinkedList>::Adopt(successor->GetNext());
         }
+        // The child takes the successor before the old node lets it go, so a refused link loses nothing.
         successor = ComPtr<IMPAMetaPropertyLinkedList>::Adopt(oldLink->GetNext());
-        oldLink->SetNext(nullptr);
         const HRESULT hr = childLink->SetNext(successor.get());
         if (Failed(hr)) return hr;
+        oldLink->SetNext(nullptr);
     }
     entry.first = ComPtr<IMPAMetaProperty>::Share(child);
     entry.firstNode = FromInterface(child);
