@@ -38,7 +38,7 @@ public:
     size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
         if (offset >= bytes_.size()) return 0;
         const size_t n = std::min<uint64_t>(out.size(), bytes_.size() - offset);
-        std::memcpy(out.data(), bytes_.data() + offset, n);
+        if (n) std::memcpy(out.data(), bytes_.data() + offset, n);
         return n;
     }
 
