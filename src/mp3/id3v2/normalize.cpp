@@ -53,11 +53,14 @@ struct Builder {
     std::set<std::string> keys;
     // Frames of a later source that the earlier ones already have are left out.
     bool merging = false;
+    bool keyed = false;  // only worth the decoding when a later source may follow
 
     void add(Frame f) {
-        const std::string key = FrameKey(f);
-        if (merging && keys.count(key)) return;
-        keys.insert(key);
+        if (keyed) {
+            const std::string key = FrameKey(f);
+            if (merging && keys.count(key)) return;
+            keys.insert(key);
+        }
         result.frames.push_back(std::move(f));
     }
 
@@ -105,9 +108,9 @@ struct Builder {
             Frame ipls;
             ipls.id = ipls.sourceId = "IPLS";
             ipls.payload = EncodeFields("IPLS", f, peopleEncoding);
-            const std::string key = FrameKey(ipls);
+            const std::string key = keyed ? FrameKey(ipls) : std::string();
             if (!(merging && keys.count(key))) {
-                keys.insert(key);
+                if (keyed) keys.insert(key);
                 result.frames.insert(result.frames.begin() + static_cast<std::ptrdiff_t>(peopleAt), std::move(ipls));
             }
         }
@@ -117,18 +120,22 @@ struct Builder {
 }  // namespace
 
 Frame NormalizeFrame(const Frame& src) {
-    Frame out = src;
+    Frame out;
+    out.id = src.id;
+    out.sourceId = src.sourceId;
     out.version = 3;
-    if (src.encrypted) return out;
-    const Fields f = DecodeFields(src);
-    switch (f.kind) {
-        case FrameKind::Binary:
-        case FrameKind::Counter:
-            return out;
-        default:
-            out.payload = EncodeFields(src.id, f, V23Encoding(f));
-            return out;
+    out.statusFlags = src.statusFlags;
+    out.encrypted = src.encrypted;
+    out.encryptionMethod = src.encryptionMethod;
+    out.group = src.group;
+    out.origin = src.origin;
+    const Fields f = src.encrypted ? Fields{} : DecodeFields(src);
+    if (f.kind == FrameKind::Binary || f.kind == FrameKind::Counter) {
+        out.payload = src.payload;
+    } else {
+        out.payload = EncodeFields(src.id, f, V23Encoding(f));
     }
+    return out;
 }
 
 std::string FrameKey(const Frame& frame) {
@@ -160,6 +167,10 @@ std::string FrameKey(const Frame& frame) {
 
 NormalizedFrames NormalizeToV23(const FileTags& tags, const NormalizeOptions& options) {
     Builder b;
+    const size_t sources = (options.followingTags ? tags.prepended.size() : std::min<size_t>(1, tags.prepended.size())) +
+                           (tags.appended && options.appendedTag ? 1 : 0) +
+                           (options.trailingFields && (tags.id3v1 || tags.lyrics3) ? 1 : 0);
+    b.keyed = sources > 1;
     for (size_t i = 0; i < tags.prepended.size(); ++i) {
         if (i > 0 && !options.followingTags) break;
         b.merging = i > 0;
