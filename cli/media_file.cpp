@@ -86,7 +86,6 @@ MediaFile ReadMediaFile(const host::Host& host, const std::string& path) {
     media.actualSize = fs::file_size(path, ec);
     if (ec) throw DataError(path, "cannot read its size: " + ec.message());
     if (media.actualSize == 0) throw DataError(path, "empty file (0 bytes)");
-    if (const std::string reason = UnreadableReason(path); !reason.empty()) throw DataError(path, reason);
 
     const host::ComponentInfo* info = host.ImporterForFile(path);
     if (!info) throw DataError(path, "no importer for this kind of file");
@@ -103,7 +102,11 @@ MediaFile ReadMediaFile(const host::Host& host, const std::string& path) {
     // A viewer leaves files as they are; the MP3 importer would otherwise mend a VBR header.
     if (info->classId == CLSID_CImportMP3File) media.importer->SetOption(kMp3OptionXingRepair, 0);
 
-    if (hr = media.importer->SetFilename(path.c_str()); Failed(hr)) throw DataError(path, OpenFailure(hr, *info));
+    if (hr = media.importer->SetFilename(path.c_str()); Failed(hr)) {
+        // Only now is it worth asking why: most files open.
+        if (const std::string reason = UnreadableReason(path); !reason.empty()) throw DataError(path, reason);
+        throw DataError(path, OpenFailure(hr, *info));
+    }
     media.result = media.importer->Interrogate(media.tree.put());
     if (Failed(media.result) || !media.tree)
         throw DataError(path, "cannot be interrogated: " + host::ResultText(media.result));
