@@ -86,6 +86,9 @@ HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, IMPAMetaPrope
 template <class FromJukebox, class FromId3v2>
 HRESULT CImportMP3File::PropertyData(IMPAMetaProperty* property, FromJukebox&& jukebox, FromId3v2&& id3v2) {
     if (const HRESULT hr = LoadTags(); Failed(hr)) return hr;
+    // Only reference properties have bytes that stay in the file; every other value is in the tree.
+    uint32_t type = kTypeNone;
+    if (Failed(property->GetType(&type)) || type != kTypeReference) return TV_E_NOTIMPL;
     // When neither serves the property, the ID3v2 tag's answer says why: most files have no
     // jukebox frame, whose parser would only say "not loaded".
     if (JukeboxBeforeId3v2(TagReadPriority())) {

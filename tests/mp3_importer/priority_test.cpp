@@ -160,7 +160,14 @@ TEST(PropertyData, FallsBackToTheOtherSource) {
     // A property neither source serves.
     auto title = NodeAt(got.tree.get(), "Track:Name");
     ASSERT_TRUE(title);
-    EXPECT_TRUE(Failed(got.handler()->GetPropertyData(title.get(), buffer.data(), uint32_t(buffer.size()))));
+    EXPECT_EQ(got.handler()->GetPropertyData(title.get(), buffer.data(), uint32_t(buffer.size())), TV_E_NOTIMPL);
+    EXPECT_EQ(got.handler()->SavePropertyData(title.get(), dir.file("title.txt").c_str()), TV_E_NOTIMPL);
+    // A reference of a path neither source holds.
+    auto stranger = HostTree();
+    ComPtr<IMPAMetaProperty> back;
+    ASSERT_EQ(stranger->AddProperty("Album:Back Cover", kTypeReference, 0, nullptr, 0, true, back.put()), TV_S_OK);
+    back->AddNumber("DataSize", 10, 0, true, nullptr);
+    EXPECT_TRUE(Failed(got.handler()->GetPropertyData(back.get(), buffer.data(), uint32_t(buffer.size()))));
 }
 
 }  // namespace
