@@ -134,6 +134,21 @@ TEST_F(Parser, FrameDataLoadedFromAFileIsRendered) {
     EXPECT_EQ(std::count(ids.begin(), ids.end(), "TIT2"), 1);
 }
 
+TEST_F(Parser, LongCommentIsFetchedOnDemand) {
+    const std::string text(300, 'c');
+    const Bytes file = Tag(3, 0, Frame23("COMM", Bytes{0} + B("eng") + Bytes{0} + B(text))) + Audio();
+    ASSERT_EQ(parser_->LinkBuffer(file.data(), uint32_t(file.size())), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    auto comment = Find("Track:Comments");
+    ASSERT_TRUE(comment);
+    uint32_t type = 0;
+    comment->GetType(&type);
+    EXPECT_EQ(type, kTypeReference);
+    std::vector<char> buffer(301);
+    ASSERT_EQ(parser_->GetFrameData(comment.get(), reinterpret_cast<uint8_t*>(buffer.data()), 301), TV_S_OK);
+    EXPECT_EQ(std::string(buffer.data()), text);
+}
+
 TEST_F(Parser, TrailingTagsOnlyWhenAskedFor) {
     Bytes v1 = B("TAG") + B("V1 Title");
     v1.resize(128, 0);
