@@ -3,6 +3,7 @@
 // ReadBinary/WriteBinary for whole trees); this class only decides what goes in and out.
 #include "mp3/jukebox_parser.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <new>

@@ -84,7 +84,7 @@ platform::File& CImportMP3File::OpenedFile() {
 
 HRESULT CImportMP3File::Open(const char* path, bool full) {
     if (!path || !*path) return TV_E_INVALIDARG;
-    return Guard([&]() -> HRESULT {
+    const HRESULT result = Guard([&]() -> HRESULT {
         Forget();
         // Only a regular file: a FIFO or device would block or never end.
         if (!platform::IsRegularFile(path)) return TV_E_FAIL;
@@ -121,6 +121,9 @@ HRESULT CImportMP3File::Open(const char* path, bool full) {
         path_ = path;
         return TV_S_OK;
     });
+    // Whatever failed, nothing of the file is kept.
+    if (Failed(result)) Forget();
+    return result;
 }
 
 HRESULT CImportMP3File::CreateTree(ComPtr<IMPAMetaProperty>& out) const {
