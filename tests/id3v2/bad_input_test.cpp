@@ -11,6 +11,7 @@
 #include "mp3/id3v2/fields.h"
 #include "mp3/id3v2/inflate.h"
 #include "mp3/id3v2/json_report.h"
+#include "mp3/id3v2/normalize.h"
 #include "mp3/id3v2/tag_reader.h"
 #include "mp3/id3v2_parser.h"
 #include "tagvera/com_ptr.h"
@@ -83,6 +84,15 @@ TEST(BadInput, BogusEncodingIsReportedNotDecoded) {
     ASSERT_EQ(tags.prepended[0].frames.size(), 1u);
     EXPECT_THROW(id3v2::DecodeFields(tags.prepended[0].frames[0]), Error);
     EXPECT_NE(id3v2::FramesJson(tags).find("\"error\": \"unknown text encoding 9\""), std::string::npos);
+}
+
+TEST(BadInput, FramesWithNothingInThemAreDroppedWhenNormalised) {
+    const auto tags = ReadBytes(Tag(3, 0, Frame23("WOAR", Bytes{0, 'x'}) + Frame23("TIT2", Latin1Text("t"))));
+    const auto normal = id3v2::NormalizeToV23(tags);
+    ASSERT_EQ(normal.frames.size(), 1u);
+    EXPECT_EQ(normal.frames[0].id, "TIT2");
+    ASSERT_EQ(normal.dropped.size(), 1u);
+    EXPECT_EQ(normal.dropped[0], "WOAR: no content");
 }
 
 TEST(BadInput, FieldsPastThePayloadThrow) {

@@ -134,6 +134,8 @@ Frame NormalizeFrame(const Frame& src) {
         out.payload = src.payload;
     } else {
         out.payload = EncodeFields(src.id, f, V23Encoding(f));
+        // An empty frame is no frame (a URL frame that held only its terminator).
+        if (out.payload.empty()) throw Error(TV_E_FAIL, "no content");
     }
     return out;
 }
