@@ -22,8 +22,9 @@
 namespace tagvera::platform::fault {
 
 // The OS calls that can be made to fail. Open covers every open and create (File and the
-// safe-write helper's temporary file); Read, Write and Fsync every File::readAt, writeAt, sync;
-// Rename the safe-write helper's final rename, Dirsync its fsync of the directory.
+// safe-write helper's temporary file); Read, Write and Fsync every File::readAt, writeAt, sync
+// (and Fsync each file-system sync of FileSystemSyncs); Rename the safe-write helper's final
+// rename, Dirsync its fsync of the directory.
 enum class Step { Open, Read, Write, Fsync, Rename, Dirsync, kCount };
 
 std::string_view StepName(Step step);

@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/random.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +16,8 @@
 #include <climits>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
+#include <string_view>
 
 #include "platform/fault_injection.h"
 #include "platform/file.h"
@@ -37,13 +40,22 @@ struct Target {
     struct stat st {};
 };
 
+// Only a link in the last component matters: the temporary file goes beside the file it points
+// to. Links in the folders leading there resolve the same for every call below.
 Target Inspect(const std::string& path) {
     Target t;
-    std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
-    t.path = real ? std::string(real.get()) : path;
+    t.path = path;
+    struct stat link {};
+    if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) {
+        std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr), &std::free);
+        if (real) t.path = real.get();
+    }
     t.dir = DirectoryOf(t.path);
     t.name = BaseNameOf(t.path);
-    if (::stat(t.path.c_str(), &t.st) == 0) {
+    if (S_ISREG(link.st_mode)) {
+        t.exists = true;
+        t.st = link;
+    } else if (::stat(t.path.c_str(), &t.st) == 0) {
         t.exists = true;
         if (!S_ISREG(t.st.st_mode)) throw FileError("open", path, "not a regular file");
     } else if (errno != ENOENT) {
@@ -64,31 +76,103 @@ std::string TempPrefix(const std::string& name) {
     return "." + name.substr(0, kMaxNameInTemp) + kTempInfix;
 }
 
-bool IsOurTemp(const std::string& entry, const std::string& prefix) {
-    const size_t suffix = std::char_traits<char>::length(kTempSuffix);
-    if (entry.size() != prefix.size() + kRandomHex + suffix) return false;
-    if (entry.compare(0, prefix.size(), prefix) != 0) return false;
-    if (entry.compare(entry.size() - suffix, suffix, kTempSuffix) != 0) return false;
-    const auto hex = entry.substr(prefix.size(), kRandomHex);
-    return std::all_of(hex.begin(), hex.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); });
+// A temporary file of this helper for any target: ".<name>.tagvera-<hex>.tmp".
+bool IsAnyTemp(std::string_view entry) {
+    const std::string_view infix = kTempInfix, suffix = kTempSuffix;
+    if (entry.size() < 1 + infix.size() + kRandomHex + suffix.size() || entry.front() != '.') return false;
+    if (entry.substr(entry.size() - suffix.size()) != suffix) return false;
+    const std::string_view hex = entry.substr(entry.size() - suffix.size() - kRandomHex, kRandomHex);
+    if (!std::all_of(hex.begin(), hex.end(), [](char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); }))
+        return false;
+    return entry.substr(entry.size() - suffix.size() - kRandomHex - infix.size(), infix.size()) == infix;
+}
+
+bool IsOurTemp(std::string_view entry, const std::string& prefix) {
+    return entry.size() == prefix.size() + kRandomHex + std::char_traits<char>::length(kTempSuffix) &&
+           entry.substr(0, prefix.size()) == prefix && IsAnyTemp(entry);
+}
+
+// ---- folders already swept ----
+// Listing a folder of thousands of songs for each file of a batch costs more than the write
+// itself. A folder whose time stamps are those of a sweep that left no temporary file of any
+// target has gained no entry since, so it is not listed again. A time stamp younger than the
+// file system's clock tick may be shared by an entry made just after the sweep, so such a sweep
+// is not remembered: 100 ms where stamps have fractions of a second (a tick of a few ms), 2 s
+// where they are whole seconds (FAT). A miss costs little: the next process lists the folder.
+
+constexpr int64_t kSettledNanoseconds = 100'000'000;
+constexpr int64_t kSettledWholeSecondNanoseconds = 2'000'000'000;
+constexpr size_t kMaxSweptFolders = 64;
+
+struct FolderStamp {
+    dev_t dev;
+    ino_t ino;
+    struct timespec mtime, ctime;
+    bool operator==(const FolderStamp& o) const {
+        return dev == o.dev && ino == o.ino && mtime.tv_sec == o.mtime.tv_sec && mtime.tv_nsec == o.mtime.tv_nsec &&
+               ctime.tv_sec == o.ctime.tv_sec && ctime.tv_nsec == o.ctime.tv_nsec;
+    }
+};
+
+std::mutex g_sweptMutex;
+std::vector<FolderStamp> g_swept;  // the most recent last
+
+bool StampOf(const std::string& dir, FolderStamp* out) {
+    struct stat st {};
+    if (::stat(dir.c_str(), &st) != 0) return false;
+    *out = FolderStamp{st.st_dev, st.st_ino, st.st_mtim, st.st_ctim};
+    return true;
+}
+
+bool SweptAlready(const FolderStamp& stamp) {
+    std::lock_guard lock(g_sweptMutex);
+    return std::find(g_swept.begin(), g_swept.end(), stamp) != g_swept.end();
+}
+
+bool Settled(const struct timespec& stamp, const struct timespec& now) {
+    const int64_t age = (int64_t(now.tv_sec) - stamp.tv_sec) * 1'000'000'000 + (now.tv_nsec - stamp.tv_nsec);
+    return age >= (stamp.tv_nsec == 0 ? kSettledWholeSecondNanoseconds : kSettledNanoseconds);
+}
+
+void RememberSwept(const FolderStamp& stamp) {
+    struct timespec now {};
+    if (::clock_gettime(CLOCK_REALTIME, &now) != 0) return;
+    if (!Settled(stamp.mtime, now) || !Settled(stamp.ctime, now)) return;
+    std::lock_guard lock(g_sweptMutex);
+    std::erase_if(g_swept, [&](const FolderStamp& s) { return s.dev == stamp.dev && s.ino == stamp.ino; });
+    if (g_swept.size() == kMaxSweptFolders) g_swept.erase(g_swept.begin());
+    g_swept.push_back(stamp);
 }
 
 // A writer holds a lock on its temporary file for as long as it needs it; one nobody holds is
 // what a killed run left behind.
 void RemoveStaleTemps(const Target& t) {
+    FolderStamp stamp{};
+    const bool stamped = StampOf(t.dir, &stamp);
+    if (stamped && SweptAlready(stamp)) return;
     DIR* d = ::opendir(t.dir.c_str());
     if (!d) return;
     const std::string prefix = TempPrefix(t.name);
     const int dirFd = ::dirfd(d);
+    bool tempsLeft = false;
     while (const dirent* e = ::readdir(d)) {
-        const std::string entry = e->d_name;
-        if (!IsOurTemp(entry, prefix)) continue;
-        const int fd = ::openat(dirFd, entry.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
-        if (fd < 0) continue;
-        if (::flock(fd, LOCK_EX | LOCK_NB) == 0) ::unlinkat(dirFd, entry.c_str(), 0);
+        const std::string_view entry = e->d_name;
+        if (!IsAnyTemp(entry)) continue;
+        if (!IsOurTemp(entry, prefix)) {
+            tempsLeft = true;
+            continue;
+        }
+        const int fd = ::openat(dirFd, e->d_name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);
+        if (fd < 0) {
+            tempsLeft = true;
+            continue;
+        }
+        if (::flock(fd, LOCK_EX | LOCK_NB) != 0 || ::unlinkat(dirFd, e->d_name, 0) != 0) tempsLeft = true;
         ::close(fd);
     }
     ::closedir(d);
+    // Our own unlinks changed the folder's time stamps: it is remembered when it is listed clean.
+    if (stamped && !tempsLeft) RememberSwept(stamp);
 }
 
 std::string RandomHex() {
@@ -332,7 +416,7 @@ uint64_t FileLayout::knownSize() const {
 
 // ---- the three entry points ----
 
-void PatchInPlace(const std::string& path, std::span<const Patch> patches) {
+void PatchInPlace(const std::string& path, std::span<const Patch> patches, Durability durability) {
     const Target t = Inspect(path);
     if (!t.exists) throw FileError("open", path, ENOENT);
     RequireWritable(t, path);
@@ -347,7 +431,7 @@ void PatchInPlace(const std::string& path, std::span<const Patch> patches) {
     }
     try {
         for (const Patch& p : patches) file.writeAt(p.offset, p.bytes);
-        file.sync();
+        if (durability == Durability::Synced) file.sync();
     } catch (...) {
         Restore(file, undo, oldSize);
         throw;

@@ -31,12 +31,22 @@ struct Patch {
     std::span<const uint8_t> bytes;
 };
 
-// Applies the patches in order and fsyncs the file. Before writing, the bytes each patch
-// overwrites are saved; if a write or the fsync fails they are written back and the file cut to
-// its old length (best effort: a crash at that moment can still leave a mix, which is why only
-// small, same-size edits belong here). Throws before touching anything when the file is missing,
-// read-only, or a patch starts past the end. Stale temporary files of the target are removed too.
-void PatchInPlace(const std::string& path, std::span<const Patch> patches);
+// When an in-place write reaches stable storage. An fsync there adds durability, not atomicity:
+// the patches are the same few bytes either way. A batch tool may leave them to one sync of the
+// file system at the end of its run (file_system_sync.h) instead of one fsync per file.
+enum class Durability {
+    Synced,    // fsynced before PatchInPlace returns
+    Deferred,  // in the OS's cache until the caller's later sync (or the OS's own write-back)
+};
+
+// Applies the patches in order and, when Synced, fsyncs the file. Before writing, the bytes each
+// patch overwrites are saved; if a write or the fsync fails they are written back and the file
+// cut to its old length (best effort: a crash at that moment can still leave a mix, which is why
+// only small, same-size edits belong here). Throws before touching anything when the file is
+// missing, read-only, or a patch starts past the end. Stale temporary files of the target are
+// removed too (a folder this process swept, unchanged since, is not listed again).
+void PatchInPlace(const std::string& path, std::span<const Patch> patches,
+                  Durability durability = Durability::Synced);
 
 // ---- rewrite ----
 

@@ -1,0 +1,63 @@
+#include "platform/file_system_sync.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <optional>
+
+#include "platform/fault_injection.h"
+#include "platform/file.h"
+
+namespace tagvera::platform {
+
+FileSystemSyncs::FileSystem& FileSystemSyncs::systemOf(const std::string& path) {
+    // Files of one folder are on one file system: a batch asks the OS once per folder.
+    const std::string folder = DirectoryOf(path);
+    if (!systems_.empty() && folder == lastFolder_) return systems_[lastSystem_];
+    struct stat st {};
+    const bool known = ::stat(path.c_str(), &st) == 0;
+    const uint64_t device = known ? static_cast<uint64_t>(st.st_dev) : 0;
+    size_t i = 0;
+    while (i < systems_.size() && !(known && systems_[i].known && systems_[i].device == device)) ++i;
+    if (i == systems_.size()) systems_.push_back(FileSystem{device, known, false, {}});
+    lastFolder_ = known ? folder : std::string();
+    lastSystem_ = i;
+    return systems_[i];
+}
+
+void FileSystemSyncs::add(const std::string& path) {
+    FileSystem& fs = systemOf(path);
+    if (fs.whole) return;
+    fs.paths.push_back(path);
+    if (fs.paths.size() > kFilesSyncedOneByOne) {
+        fs.whole = true;
+        fs.paths.resize(1);
+    }
+}
+
+void FileSystemSyncs::syncAll() {
+    std::optional<FileError> first;
+    for (const FileSystem& fs : systems_) {
+        for (const std::string& path : fs.paths) {
+            try {
+                File file(path, OpenMode::Read);
+                if (!fs.whole) {
+                    file.sync();
+                    continue;
+                }
+                // Any descriptor on the file system will do; a file written is sure to be there.
+                if (const int err = fault::Check(fault::Step::Fsync)) throw FileError("sync file system", path, err);
+                if (::syncfs(file.nativeHandle()) != 0) throw FileError("sync file system", path, errno);
+            } catch (const FileError& e) {
+                if (!first) first = e;
+            }
+        }
+    }
+    systems_.clear();
+    lastFolder_.clear();
+    lastSystem_ = 0;
+    if (first) throw *first;
+}
+
+}  // namespace tagvera::platform
