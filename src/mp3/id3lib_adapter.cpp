@@ -43,6 +43,12 @@ public:
     void close() override {}
     void flush() override {}
     pos_type getCur() override { return static_cast<pos_type>(out_.size()); }
+    // The library writes most of a tag a byte at a time; the base class would make each byte a
+    // range insert.
+    int_type writeChar(char_type ch) override {
+        if (out_.size() < kLimit) out_.push_back(ch);
+        return ch;
+    }
     size_type writeChars(const char_type buf[], size_type len) override {
         const size_t room = kLimit - std::min(kLimit, out_.size());
         const size_t n = std::min<size_t>(len, room);
@@ -123,21 +129,44 @@ Id3libTag::~Id3libTag() = default;
 
 void Id3libTag::Clear() {
     lib_->parse({});
+    pending_.reset();
+    held_.clear();
     aside_.clear();
     changed_ = false;
 }
 
 void Id3libTag::Load(const std::vector<Frame>& frames) {
-    std::vector<Frame> offered;
+    pending_ = frames;
+    held_.clear();
     aside_.clear();
+}
+
+void Id3libTag::Settle() const {
+    if (!pending_) return;
+    std::vector<Frame> frames = std::move(*pending_);
+    pending_.reset();
+    try {
+        SettleFrames(frames);
+    } catch (...) {
+        // A library failure leaves the frames loaded, for the next attempt to report again.
+        held_.clear();
+        aside_.clear();
+        pending_ = std::move(frames);
+        throw;
+    }
+}
+
+void Id3libTag::SettleFrames(const std::vector<Frame>& frames) const {
+    std::vector<Frame> offered;
     for (const auto& f : frames) (LibraryMayHold(f) ? offered : aside_).push_back(f);
     // id3lib silently drops frames it does not know (every v2.4-only one) and may alter others, so
     // whatever it does not give back byte for byte is kept aside by us, and it is loaded again
     // with the rest, which it has then shown it keeps.
     for (int round = 0; round < 2 && !offered.empty(); ++round) {
         lib_->parse(id3v2::RenderV23Tag(offered, 0));
+        held_ = ParseRendered(lib_->render());
         std::multimap<std::string, int> held;
-        for (const auto& f : ParseRendered(lib_->render())) held.emplace(Fingerprint(f), 0);
+        for (const auto& f : held_) held.emplace(Fingerprint(f), 0);
         std::vector<Frame> kept;
         bool lost = false;
         for (auto& f : offered) {
@@ -159,6 +188,7 @@ void Id3libTag::Load(const std::vector<Frame>& frames) {
         }
     }
     lib_->parse({});
+    held_.clear();
 }
 
 void Id3libTag::AddFrame(const Frame& frame) {
@@ -169,20 +199,28 @@ void Id3libTag::AddFrame(const Frame& frame) {
 }
 
 std::vector<Frame> Id3libTag::Frames() const {
-    auto frames = ParseRendered(lib_->render());
+    // Not settled yet: the library keeps or sets aside each frame given, never another one, so
+    // the same frames come out (the library's first).
+    if (pending_) return *pending_;
+    auto frames = held_;
     frames.insert(frames.end(), aside_.begin(), aside_.end());
     return frames;
 }
 
-size_t Id3libTag::FrameCount() const { return lib_->tag.NumFrames() + aside_.size(); }
+size_t Id3libTag::FrameCount() const {
+    Settle();
+    return lib_->tag.NumFrames() + aside_.size();
+}
 
 std::vector<std::string> Id3libTag::AsideIds() const {
+    Settle();
     std::vector<std::string> ids;
     for (const auto& f : aside_) ids.push_back(f.id);
     return ids;
 }
 
 std::vector<uint8_t> Id3libTag::Render(size_t padding) const {
+    Settle();
     const auto frames = Frames();
     if (frames.empty()) return {};
     return id3v2::RenderV23Tag(frames, padding);

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,7 +24,9 @@ public:
     Id3libTag& operator=(const Id3libTag&) = delete;
 
     // Replaces the tag's frames by frames (normalised v2.3 form, see id3v2/normalize.h). Frames
-    // the library cannot hold are kept aside by us and rendered after its own.
+    // the library cannot hold are kept aside by us and rendered after its own. The library is
+    // asked when a render, the count or the aside frames need it, so that the edits of one write
+    // (each a Frames() and a Load()) cost one round trip through it.
     void Load(const std::vector<id3v2::Frame>& frames);
     void Clear();
 
@@ -57,9 +60,17 @@ public:
     void markChanged() { changed_ = true; }
 
 private:
+    // Runs the frames of the last Load through the library, splitting them into held_ and aside_.
+    void Settle() const;
+    void SettleFrames(const std::vector<id3v2::Frame>& frames) const;
+
     struct Library;
     std::unique_ptr<Library> lib_;
-    std::vector<id3v2::Frame> aside_;
+    mutable std::optional<std::vector<id3v2::Frame>> pending_;  // loaded, not settled yet
+    // What the library renders, read back, kept from the settling (the one place its tag
+    // changes), so that asking for the frames does not render again.
+    mutable std::vector<id3v2::Frame> held_;
+    mutable std::vector<id3v2::Frame> aside_;
     bool padding_ = false;
     bool changed_ = false;
 };
