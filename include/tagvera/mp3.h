@@ -18,6 +18,12 @@ inline constexpr uintptr_t kMp3OptionXingRepair = 0x4B4D5801;
 // The ID3v2 tag may only be written over the space of the old one (its padding included):
 // a tag that would need the file to be rewritten fails with E_FAIL, and nothing is written.
 inline constexpr uint32_t kMp3WriteInPlaceOnly = 0x1;
+// A write that fits the old tags' space (and the ID3v1 record) is left in the system's cache
+// instead of being synced to disk before the call returns: for a host writing many files, which
+// then syncs their file systems once at the end (the command line does). The sync makes such a
+// patch durable sooner, not more or less atomic. A write that has to rewrite the file still
+// syncs the new copy before it replaces the old one.
+inline constexpr uint32_t kMp3WriteDeferSync = 0x2;
 
 }  // namespace tagvera
 

@@ -79,7 +79,7 @@ HRESULT Id3v1WriteOffset(ByteSource& file, uint64_t* offset, bool* replacesTag) 
     return at > 0 ? TV_S_OK : TV_E_FAIL;
 }
 
-HRESULT WriteId3v1Tag(const std::string& path, const Id3v1Tag& record) {
+HRESULT WriteId3v1Tag(const std::string& path, const Id3v1Tag& record, platform::Durability durability) {
     return Guard([&]() -> HRESULT {
         uint64_t offset = 0;
         {
@@ -88,7 +88,7 @@ HRESULT WriteId3v1Tag(const std::string& path, const Id3v1Tag& record) {
             if (Failed(hr)) return hr;
         }
         const platform::Patch patch{offset, record.bytes};
-        platform::PatchInPlace(path, std::span<const platform::Patch>(&patch, 1));
+        platform::PatchInPlace(path, std::span<const platform::Patch>(&patch, 1), durability);
         return TV_S_OK;
     });
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/byte_source.h"
+#include "platform/safe_write.h"
 
 namespace tagvera {
 
@@ -55,9 +56,10 @@ HRESULT ReadId3v1Tag(ByteSource& file, Id3v1Tag* out);
 // is not above 0 (nothing in the file to tag).
 HRESULT Id3v1WriteOffset(ByteSource& file, uint64_t* offset, bool* replacesTag = nullptr);
 
-// Writes the record into the file at Id3v1WriteOffset, in place through the safe-write helper.
-// E_FAIL when the file cannot be written.
-HRESULT WriteId3v1Tag(const std::string& path, const Id3v1Tag& record);
+// Writes the record into the file at Id3v1WriteOffset, in place through the safe-write helper
+// (synced before returning unless durability says otherwise). E_FAIL when the file cannot be written.
+HRESULT WriteId3v1Tag(const std::string& path, const Id3v1Tag& record,
+                      platform::Durability durability = platform::Durability::Synced);
 
 }  // namespace tagvera
 

@@ -1,6 +1,9 @@
 #include "mp3/id3v2_file_write.h"
 
 #include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
 
 #include "base/error.h"
 #include "base/padding_policy.h"
@@ -37,7 +40,19 @@ void ListLost(const std::string& where, const std::vector<std::string>& what, st
     for (const auto& s : what) out.push_back(where + s);
 }
 
+std::optional<std::array<uint8_t, kId3v1Bytes>>& Pending() {
+    thread_local std::optional<std::array<uint8_t, kId3v1Bytes>> record;
+    return record;
+}
+
 }  // namespace
+
+PendingId3v1Record::PendingId3v1Record(std::span<const uint8_t, 128> record) {
+    Pending().emplace();
+    std::copy(record.begin(), record.end(), Pending()->begin());
+}
+
+PendingId3v1Record::~PendingId3v1Record() { Pending().reset(); }
 
 Id3v2WriteOutcome& LastId3v2WriteOutcome() {
     thread_local Id3v2WriteOutcome last;
@@ -88,15 +103,22 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     // No frames left: the old space keeps a tag of padding only, which every reader skips.
     if (tag.empty()) tag = id3v2::RenderV23Tag({}, 0);
     const padding::Plan plan = padding::PlanPadding(tag.size(), oldSpace);
+    // Taken now, so that a write that fails leaves the record to nobody.
+    const auto record = std::exchange(Pending(), std::nullopt);
+    // Over the old record, or appended.
+    const uint64_t recordOffset = place.hasId3v1 ? place.fileSize - kId3v1Bytes : place.fileSize;
     // A tag at the end holds frames that are now in ours; keeping it would bring deleted ones back.
     if (plan.inPlace && place.appendedSize == 0) {
         AddPadding(tag, plan.padding);
-        const platform::Patch patch{0, tag};
-        platform::PatchInPlace(path, std::span(&patch, 1));
+        std::vector<platform::Patch> patches{{0, tag}};
+        if (record) patches.push_back({recordOffset, *record});
+        platform::PatchInPlace(path, patches,
+                               options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
         out.written = true;
         out.inPlace = true;
         out.padding = plan.padding;
         out.bytesWritten = tag.size();
+        out.id3v1Written = record.has_value();
         LastId3v2WriteOutcome() = out;
         return out;
     }
@@ -107,11 +129,13 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     AddPadding(tag, padding);
     platform::FileLayout layout;
     layout.bytes(std::move(tag));
-    CopyAllBut(layout, oldSpace, place.fileSize, {{place.appendedOffset, place.appendedSize}});
+    CopyAllBut(layout, oldSpace, record ? recordOffset : place.fileSize, {{place.appendedOffset, place.appendedSize}});
+    if (record) layout.bytes(*record);
     platform::RewriteFile(path, layout);
     out.written = true;
     out.padding = padding;
     out.bytesWritten = layout.knownSize();
+    out.id3v1Written = record.has_value();
     LastId3v2WriteOutcome() = out;
     return out;
 }

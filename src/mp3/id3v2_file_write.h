@@ -10,6 +10,7 @@
 #define TAGVERA_MP3_ID3V2_FILE_WRITE_H
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -42,9 +43,10 @@ struct Id3v2WriteOutcome {
     bool written = false;    // false: nothing to do (no tag before and none now)
     bool stripped = false;   // the tags were removed
     bool inPlace = false;    // over the old tag's space; false: the file was rewritten
-    uint64_t bytesWritten = 0;  // tag and padding, plus the copied audio on a rewrite
+    uint64_t bytesWritten = 0;  // tag and padding, plus the rest of the file on a rewrite
     uint64_t padding = 0;       // zero bytes left after the frames
     std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written
+    bool id3v1Written = false;  // a PendingId3v1Record went into the same write
 };
 
 struct Id3v2WriteOptions {
@@ -52,6 +54,22 @@ struct Id3v2WriteOptions {
     bool growPadding = true;
     // Refuse (Error, nothing written) when the tag does not fit the old space.
     bool inPlaceOnly = false;
+    // An in-place write is not synced before returning; the caller syncs later (kMp3WriteDeferSync).
+    // A rewrite is synced before it replaces the file all the same.
+    bool deferSync = false;
+};
+
+// An ID3v1 record for the next WriteId3v2Tag of this thread to put into the file in the same
+// write as the ID3v2 tag (one set of patches with one sync, or inside the rewritten copy), over
+// the old record or appended. The MP3 importer's writer hands it over this way around the ID3v2
+// parser's Update, whose interface carries only flags. A write takes it (and sets id3v1Written);
+// it is dropped with this object when no write happened.
+class PendingId3v1Record {
+public:
+    explicit PendingId3v1Record(std::span<const uint8_t, 128> record);
+    ~PendingId3v1Record();
+    PendingId3v1Record(const PendingId3v1Record&) = delete;
+    PendingId3v1Record& operator=(const PendingId3v1Record&) = delete;
 };
 
 // Replaces the file's ID3v2 tags (every tag at the start and one with a footer at the end) by tag,

@@ -220,6 +220,7 @@ public:
             mp3::Id3v2WriteOptions options;
             options.growPadding = library_->padding();
             options.inPlaceOnly = (option & kMp3WriteInPlaceOnly) != 0;
+            options.deferSync = (option & kMp3WriteDeferSync) != 0;
             mp3::WriteId3v2Tag(path_, library_->Render(0), options);
             frames_ = library_->Frames();
             return TV_S_OK;

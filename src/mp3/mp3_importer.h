@@ -97,6 +97,8 @@ public:
     void ReleaseTags();
     // Closes the importer's own handle on the file (it is reopened on demand).
     void CloseFile();
+    // The importer's own handle on the file, opened again when closed.
+    platform::File& file() { return OpenedFile(); }
     // An empty tree from the host's class factory.
     HRESULT CreateTree(ComPtr<IMPAMetaProperty>& out) const;
     // The host context's class factory as a context for the parsers (null without a host).

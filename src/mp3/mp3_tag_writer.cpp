@@ -4,6 +4,7 @@
 // before it succeeded.
 #include "mp3/mp3_tag_writer.h"
 
+#include <optional>
 #include <string>
 
 #include "base/error.h"
@@ -14,6 +15,7 @@
 #include "mp3/mp3_importer.h"
 #include "platform/file.h"
 #include "platform/preferences.h"
+#include "platform/safe_write.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/values.h"
 #include "tagvera/vocabulary.h"
@@ -32,15 +34,22 @@ struct EditPreferences {
 
 constexpr char kCoverArtPath[] = "Album:Cover Art";
 
-// The tree to build the jukebox block from: the caller's, less the cover picture when APIC gets it.
-HRESULT CloneForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource, bool id3v2On,
-                        ComPtr<IMPAMetaProperty>& clone) {
-    if (const HRESULT hr = tree->Clone(clone.put()); Failed(hr) || !clone) return Failed(hr) ? hr : TV_E_OUTOFMEMORY;
+// The tree to build the jukebox block from: the caller's, less the cover picture when APIC gets
+// it. Building only reads its tree, so a copy is made only to leave the picture out.
+HRESULT TreeForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource, bool id3v2On,
+                       ComPtr<IMPAMetaProperty>& out) {
+    out = ComPtr<IMPAMetaProperty>::Share(tree);
     if (!id3v2On) return TV_S_OK;
     ComPtr<IMPAMetaProperty> cover;
-    if (Failed(clone->FindByPath(kCoverArtPath, cover.put())) || !cover) return TV_S_OK;
+    if (Failed(tree->FindByPath(kCoverArtPath, cover.put())) || !cover) return TV_S_OK;
+    if (ChangedOf(cover.get()) != kChanged && !dataSource) return TV_S_OK;
+    ComPtr<IMPAMetaProperty> clone;
+    if (const HRESULT hr = tree->Clone(clone.put()); Failed(hr) || !clone) return Failed(hr) ? hr : TV_E_OUTOFMEMORY;
+    cover.reset();
+    if (Failed(clone->FindByPath(kCoverArtPath, cover.put())) || !cover) return TV_E_FAIL;
     // The picture then lives in the APIC frame alone, not twice in the file.
-    if (ChangedOf(cover.get()) == kChanged || dataSource) cover->SetChanged(kDeleted);
+    cover->SetChanged(kDeleted);
+    out = std::move(clone);
     return TV_S_OK;
 }
 
@@ -49,13 +58,13 @@ HRESULT CloneForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSo
 // changes.
 HRESULT BuildJukeboxContainer(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
                               uint32_t force, bool id3v2On, ComPtr<IMPAMetaProperty>& container) {
-    ComPtr<IMPAMetaProperty> clone;
+    ComPtr<IMPAMetaProperty> source;
     if (Failed(importer.CreateTree(container))) return TV_E_POINTER;
-    if (Failed(CloneForJukebox(tree, dataSource, id3v2On, clone))) return TV_E_POINTER;
+    if (Failed(TreeForJukebox(tree, dataSource, id3v2On, source))) return TV_E_POINTER;
 
     IMPAKJMDParser* jukebox = importer.jukeboxParser();
     ComPtr<IKMABuffer> block;
-    if (!jukebox || Failed(jukebox->Build(clone.get(), dataSource, force)) || Failed(jukebox->GetBlock(block.put())) ||
+    if (!jukebox || Failed(jukebox->Build(source.get(), dataSource, force)) || Failed(jukebox->GetBlock(block.put())) ||
         !block)
         return TV_S_OK;
     uint8_t* bytes = nullptr;
@@ -81,26 +90,18 @@ std::string Id3v2ReportLines(const mp3::Id3v2WriteOutcome& o) {
     return s;
 }
 
-// The ID3v1 step. Its failures are not reported (a file may be writable for its ID3v2 tag and
-// still refuse this, as the host's own writer always allowed).
-bool WriteId3v1(const std::string& path, IMPAMetaProperty* tree, uint32_t force) {
-    try {
-        Id3v1Tag record;
-        bool hadTag = false;
-        {
-            platform::File file(path, platform::OpenMode::Read);
-            hadTag = Succeeded(ReadId3v1Tag(file, &record));
-        }
-        if (!hadTag) record = BlankId3v1Tag();
-        const Id3v1Tag before = record;
-        if (Failed(UpdateId3v1FromTree(&record, tree, force != 0))) return false;
-        // Nothing to say: a file without a record does not get an empty one, an unchanged one
-        // is not written again.
-        if (hadTag ? record.bytes == before.bytes : record.bytes == BlankId3v1Tag().bytes) return false;
-        return Succeeded(WriteId3v1Tag(path, record));
-    } catch (const Error&) {
-        return false;
-    }
+// The ID3v1 record the tree asks for, or nothing when there is nothing to write: a file without
+// a record does not get an empty one, an unchanged one is not written again. Worked out before
+// the ID3v2 update so that both go into the file in one write; a file that cannot be read here
+// throws, and nothing is written.
+std::optional<Id3v1Tag> UpdatedId3v1Record(CImportMP3File& importer, IMPAMetaProperty* tree, uint32_t force) {
+    Id3v1Tag record;
+    const bool hadTag = Succeeded(ReadId3v1Tag(importer.file(), &record));
+    if (!hadTag) record = BlankId3v1Tag();
+    const Id3v1Tag before = record;
+    if (Failed(UpdateId3v1FromTree(&record, tree, force != 0))) return std::nullopt;
+    if (hadTag ? record.bytes == before.bytes : record.bytes == BlankId3v1Tag().bytes) return std::nullopt;
+    return record;
 }
 
 }  // namespace
@@ -115,6 +116,7 @@ HRESULT WriteMp3Tags(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandl
     IMPAID3v2Parser* parser = importer.id3v2Parser();
     if (!parser) return TV_E_NOTLOADED;
 
+    const std::optional<Id3v1Tag> record = edit.id3v1 ? UpdatedId3v1Record(importer, tree, force) : std::nullopt;
     mp3::LastId3v2WriteOutcome() = {};
     bool ran = false;
     HRESULT hr = TV_S_OK;
@@ -130,15 +132,25 @@ HRESULT WriteMp3Tags(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandl
     }
     if (ran && Succeeded(hr)) {
         hr = parser->SetTagOption(true);
+        // The record rides along with the tag: one write, one sync, and on failure neither.
+        std::optional<mp3::PendingId3v1Record> pending;
+        if (record && Succeeded(hr)) pending.emplace(record->bytes);
         if (Succeeded(hr)) hr = parser->Update(0, options);
     }
-    std::string report = Succeeded(hr) ? Id3v2ReportLines(mp3::LastId3v2WriteOutcome()) : std::string();
+    const mp3::Id3v2WriteOutcome& outcome = mp3::LastId3v2WriteOutcome();
+    std::string report = Succeeded(hr) ? Id3v2ReportLines(outcome) : std::string();
 
     // The next read starts again from the file, which may be a new one after a rewrite.
     importer.ReleaseTags();
     importer.CloseFile();
 
-    if (edit.id3v1 && Succeeded(hr) && WriteId3v1(path, tree, force)) report += "id3v1: written\n";
+    // Without an ID3v2 write the record goes alone, and its failures are not reported (a file
+    // may be writable for its ID3v2 tag and still refuse this, as the host's own writer allowed).
+    if (record && Succeeded(hr)) {
+        const auto durability =
+            (options & kMp3WriteDeferSync) ? platform::Durability::Deferred : platform::Durability::Synced;
+        if (outcome.id3v1Written || Succeeded(WriteId3v1Tag(path, *record, durability))) report += "id3v1: written\n";
+    }
     importer.SetWriteReport(std::move(report));
     return hr;
 }

@@ -1,0 +1,162 @@
+// One write per file: the ID3v2 tag and the ID3v1 record go into the file together, with one sync
+// (or none, for a host that syncs a whole batch later), and a failure at any step of that write
+// leaves the old file or the new one.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+
+#include "mp3/id3v1_tag.h"
+#include "mp3_write/write_support.h"
+#include "platform/fault_injection.h"
+#include "platform/file_system_sync.h"
+
+namespace tagvera::testing {
+namespace {
+
+namespace fault = platform::fault;
+using Bytes = std::vector<uint8_t>;
+
+class OneWritePerFile : public ::testing::Test {
+protected:
+    // Every tag on: the defaults.
+    EditPreferences prefs{""};
+    test::ScratchDir dir;
+
+    // A file whose tag has room to spare and that ends in an ID3v1 record.
+    std::string Padded(const std::string& name) {
+        const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"), name);
+        auto s = OpenMp3(path);
+        SetText(s.tree.get(), "Track:Name", "First title");
+        EXPECT_EQ(s.Write(), TV_S_OK);
+        EXPECT_NE(s.Report().find("id3v1: written"), std::string::npos) << s.Report();
+        return path;
+    }
+
+    static HRESULT SetTitle(const std::string& path, const std::string& title, uint32_t options = 0) {
+        auto s = OpenMp3(path);
+        if (Failed(s.open)) return s.open;
+        SetText(s.tree.get(), "Track:Name", title);
+        return s.Write(0, options);
+    }
+
+    static std::string RecordTitle(const std::string& path) {
+        platform::File file(path, platform::OpenMode::Read);
+        Id3v1Tag record;
+        if (Failed(ReadId3v1Tag(file, &record))) return "(none)";
+        return record.Field(Id3v1Tag::kTitle, Id3v1Tag::kTextWidth);
+    }
+};
+
+struct Counts {
+    unsigned open, write, fsync, rename;
+};
+
+template <class F>
+Counts CallsDuring(F&& f) {
+    fault::StartCounting();
+    f();
+    const Counts c{fault::Calls(fault::Step::Open), fault::Calls(fault::Step::Write), fault::Calls(fault::Step::Fsync),
+                   fault::Calls(fault::Step::Rename)};
+    fault::Reset();
+    return c;
+}
+
+TEST_F(OneWritePerFile, TagAndRecordInPlaceTogetherWithOneSync) {
+    const std::string path = Padded("song.mp3");
+    const uint64_t size = platform::FileSize(path);
+    const Bytes audio = AudioOf(path);
+    const Counts c = CallsDuring([&] { ASSERT_EQ(SetTitle(path, "Second title"), TV_S_OK); });
+    EXPECT_EQ(c.write, 2u) << "the tag and the record";
+    EXPECT_EQ(c.fsync, 1u);
+    EXPECT_EQ(c.rename, 0u);
+    EXPECT_EQ(platform::FileSize(path), size);
+    EXPECT_EQ(AudioOf(path), audio);
+    EXPECT_EQ(RecordTitle(path), "Second title");
+    EXPECT_EQ(OpenMp3(path).text("Track:Name"), "Second title");
+}
+
+TEST_F(OneWritePerFile, ARewriteCarriesTheRecordInTheNewFile) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const Bytes audio = AudioOf(path);
+    Counts c{};
+    {
+        auto s = OpenMp3(path);
+        SetText(s.tree.get(), "Track:Name", "Grown");
+        c = CallsDuring([&] { ASSERT_EQ(s.Write(), TV_S_OK); });
+        EXPECT_NE(s.Report().find("file rewritten"), std::string::npos) << s.Report();
+        EXPECT_NE(s.Report().find("id3v1: written"), std::string::npos) << s.Report();
+    }
+    EXPECT_EQ(c.rename, 1u);
+    EXPECT_EQ(c.fsync, 1u) << "the new file, before it replaces the old one";
+    EXPECT_EQ(RecordTitle(path), "Grown");
+    EXPECT_EQ(AudioOf(path), audio);
+    EXPECT_EQ(dir.entries(), std::set<std::string>{"cbr_96k_44k_notag.mp3"});
+}
+
+TEST_F(OneWritePerFile, AFailureAtAnyStepLeavesTheOldFileOrTheNewOne) {
+    const std::string padded = Padded("padded.mp3");
+    const Bytes original = test::ReadAll(padded);
+    test::ScratchDir work;
+    const std::string path = CopyTo(work, padded, "song.mp3");
+    ASSERT_EQ(SetTitle(path, "New title"), TV_S_OK);
+    const Bytes written = test::ReadAll(path);
+    ASSERT_NE(written, original);
+    for (fault::Step step : {fault::Step::Open, fault::Step::Read, fault::Step::Write, fault::Step::Fsync}) {
+        test::WriteAll(path, original);
+        const unsigned calls = [&] {
+            fault::StartCounting();
+            EXPECT_EQ(SetTitle(path, "New title"), TV_S_OK);
+            const unsigned n = fault::Calls(step);
+            fault::Reset();
+            return n;
+        }();
+        EXPECT_GE(calls, 1u) << fault::StepName(step);
+        for (unsigned n = 1; n <= calls; ++n) {
+            test::WriteAll(path, original);
+            HRESULT hr;
+            {
+                fault::Scoped armed(step, n, step == fault::Step::Write ? ENOSPC : EIO);
+                hr = SetTitle(path, "New title");
+            }
+            const Bytes bytes = test::ReadAll(path);
+            SCOPED_TRACE(std::string(fault::StepName(step)) + " call " + std::to_string(n));
+            EXPECT_TRUE(bytes == original || bytes == written) << "a mixed file";
+            if (Failed(hr)) {
+                EXPECT_EQ(bytes, original);
+            }
+            EXPECT_EQ(work.entries(), std::set<std::string>{"song.mp3"});
+        }
+    }
+}
+
+TEST_F(OneWritePerFile, DeferredSyncWritesABatchThatOneSyncMakesDurable) {
+    std::vector<std::string> paths;
+    for (size_t i = 0; i < platform::FileSystemSyncs::kFilesSyncedOneByOne + 4; ++i)
+        paths.push_back(Padded("song" + std::to_string(i) + ".mp3"));
+    platform::FileSystemSyncs syncs;
+    const Counts writing = CallsDuring([&] {
+        for (const auto& p : paths) {
+            ASSERT_EQ(SetTitle(p, "Batch title", kMp3WriteDeferSync), TV_S_OK) << p;
+            syncs.add(p);
+        }
+    });
+    EXPECT_EQ(writing.fsync, 0u);
+    EXPECT_EQ(writing.rename, 0u);
+    // The data is there before the sync: it is only not forced to the disk yet.
+    for (const auto& p : paths) {
+        EXPECT_EQ(OpenMp3(p).text("Track:Name"), "Batch title") << p;
+        EXPECT_EQ(RecordTitle(p), "Batch title") << p;
+    }
+    EXPECT_EQ(CallsDuring([&] { syncs.syncAll(); }).fsync, 1u);
+}
+
+TEST_F(OneWritePerFile, DeferredSyncStillSyncsARewriteBeforeTheRename) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const Counts c = CallsDuring([&] { ASSERT_EQ(SetTitle(path, "Needs room", kMp3WriteDeferSync), TV_S_OK); });
+    EXPECT_EQ(c.rename, 1u);
+    EXPECT_EQ(c.fsync, 1u);
+    EXPECT_EQ(OpenMp3(path).text("Track:Name"), "Needs room");
+}
+
+}  // namespace
+}  // namespace tagvera::testing
