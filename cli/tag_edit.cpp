@@ -7,11 +7,36 @@
 
 #include "cli/property_view.h"
 #include "host/result_text.h"
+#include "platform/file.h"
+#include "platform/file_system_sync.h"
 #include "tagvera/mp3.h"
 #include "tagvera/plugin.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera::cli {
+
+namespace {
+
+// The files this run wrote with their sync left for later (kMp3WriteDeferSync): one sync per file
+// system at the end instead of one per file, done before the command reports that it is done.
+platform::FileSystemSyncs& DeferredSyncs() {
+    static platform::FileSystemSyncs syncs;
+    return syncs;
+}
+
+// False (after saying so) when what was written may not be on disk.
+bool SyncDeferredWrites(CommandContext& ctx) {
+    if (DeferredSyncs().empty()) return true;
+    try {
+        DeferredSyncs().syncAll();
+        return true;
+    } catch (const platform::FileError& e) {
+        ctx.err << "tagvera: " << e.path() << ": written, but not safely on disk: " << e.what() << '\n';
+        return false;
+    }
+}
+
+}  // namespace
 
 bool IsPropertyArgument(const std::string& arg) {
     const std::string name = arg.substr(0, arg.find('='));
@@ -35,19 +60,26 @@ int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::
     const auto inputs = CollectInputs(ctx.host(), names, run.recursive);
     int status = kExitOk;
     const bool showProgress = run.progress && inputs.size() > 1;
-    for (size_t i = 0; i < inputs.size(); ++i) {
-        const MediaInput& input = inputs[i];
-        if (showProgress) ctx.err << "\r\033[K[" << i + 1 << "/" << inputs.size() << "] " << input.path << std::flush;
-        try {
-            if (!input.error.empty()) throw DataError(input.path, input.error);
-            edit(input.path);
-        } catch (const DataError& e) {
-            if (showProgress) ctx.err << "\r\033[K";
-            ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
-            status = kExitDataError;
+    try {
+        for (size_t i = 0; i < inputs.size(); ++i) {
+            const MediaInput& input = inputs[i];
+            if (showProgress) ctx.err << "\r\033[K[" << i + 1 << "/" << inputs.size() << "] " << input.path << std::flush;
+            try {
+                if (!input.error.empty()) throw DataError(input.path, input.error);
+                edit(input.path);
+            } catch (const DataError& e) {
+                if (showProgress) ctx.err << "\r\033[K";
+                ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
+                status = kExitDataError;
+            }
         }
+    } catch (...) {
+        SyncDeferredWrites(ctx);
+        throw;
     }
-    if (showProgress) ctx.err << "\r\033[K" << inputs.size() << " files\n";
+    if (showProgress) ctx.err << "\r\033[K";
+    if (!SyncDeferredWrites(ctx)) status = kExitDataError;
+    if (showProgress) ctx.err << inputs.size() << " files\n";
     return status;
 }
 
@@ -78,7 +110,9 @@ std::string WriteReportOf(const MediaFile& media) {
 void WriteBack(CommandContext& ctx, const MediaFile& media) {
     auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2);
     if (!writer) throw DataError(media.path, "its importer cannot write tags");
-    const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, 0);
+    // Many files in a row: their file systems are synced once when the run ends.
+    const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, kMp3WriteDeferSync);
+    if (Succeeded(hr)) DeferredSyncs().add(media.path);
     if (hr == TV_E_NOTIMPL) throw DataError(media.path, "writing this kind of file is not built yet");
     if (Failed(hr)) {
         std::string reason = "not written: " + host::ResultText(hr);
