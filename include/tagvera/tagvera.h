@@ -8,7 +8,11 @@
 #include "tagvera/entry_points.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
+#include "tagvera/metaprop_serialize.h"
+#include "tagvera/mp3.h"
 #include "tagvera/plugin.h"
 #include "tagvera/values.h"
+#include "tagvera/vocabulary.h"
+#include "tagvera/xml.h"
 
 #endif
