@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/error.h"
+#include "base/head_tail_source.h"
 #include "base/padding_policy.h"
 #include "mp3/id3v2/normalize.h"
 #include "mp3/id3v2/tag_reader.h"
@@ -90,10 +91,12 @@ Id3v2Placement PlaceId3v2Tags(ByteSource& file) {
 }
 
 Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options) {
+    // Opened for writing first: the tags are placed as they are in the file the patch goes into.
+    std::optional<platform::InPlaceEdit> edit(std::in_place, path);
     Id3v2Placement place;
     {
-        platform::File file(path, platform::OpenMode::Read);
-        place = PlaceId3v2Tags(file);
+        HeadTailSource probes(edit->file());
+        place = PlaceId3v2Tags(probes);
     }
     Id3v2WriteOutcome out;
     out.lost = place.unreadable;
@@ -112,8 +115,7 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
         AddPadding(tag, plan.padding);
         std::vector<platform::Patch> patches{{0, tag}};
         if (record) patches.push_back({recordOffset, *record});
-        platform::PatchInPlace(path, patches,
-                               options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
+        edit->apply(patches, options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
         out.written = true;
         out.inPlace = true;
         out.padding = plan.padding;
@@ -125,6 +127,8 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     if (options.inPlaceOnly)
         throw Error(TV_E_FAIL, "the new tag does not fit the space of the old one, and the file may not be rewritten");
 
+    // The rewrite replaces the file: no handle of ours stays open on it (Windows would refuse).
+    edit.reset();
     const uint64_t padding = options.growPadding ? (plan.inPlace ? plan.padding : padding::GrowPadding(tag.size())) : 0;
     AddPadding(tag, padding);
     platform::FileLayout layout;

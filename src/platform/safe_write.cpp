@@ -416,27 +416,41 @@ uint64_t FileLayout::knownSize() const {
 
 // ---- the three entry points ----
 
-void PatchInPlace(const std::string& path, std::span<const Patch> patches, Durability durability) {
+namespace {
+
+File OpenForPatching(const std::string& path) {
     const Target t = Inspect(path);
     if (!t.exists) throw FileError("open", path, ENOENT);
     RequireWritable(t, path);
     RemoveStaleTemps(t);
-    File file(t.path, OpenMode::ReadWrite);
-    const uint64_t oldSize = file.size();
+    return File(t.path, OpenMode::ReadWrite);
+}
+
+}  // namespace
+
+InPlaceEdit::InPlaceEdit(const std::string& path) : path_(path), file_(OpenForPatching(path)) {}
+
+void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
+    if (!file_.isOpen()) throw FileError("patch", path_, "the edit was applied already");
+    const uint64_t oldSize = file_.size();
     std::vector<Undo> undo;
     for (const Patch& p : patches) {
-        if (p.offset > oldSize) throw FileError("patch", path, "a patch starts beyond the end of the file");
+        if (p.offset > oldSize) throw FileError("patch", path_, "a patch starts beyond the end of the file");
         const size_t kept = static_cast<size_t>(std::min<uint64_t>(p.bytes.size(), oldSize - p.offset));
-        undo.push_back(Undo{p.offset, file.readExact(p.offset, kept)});
+        undo.push_back(Undo{p.offset, file_.readExact(p.offset, kept)});
     }
     try {
-        for (const Patch& p : patches) file.writeAt(p.offset, p.bytes);
-        if (durability == Durability::Synced) file.sync();
+        for (const Patch& p : patches) file_.writeAt(p.offset, p.bytes);
+        if (durability == Durability::Synced) file_.sync();
     } catch (...) {
-        Restore(file, undo, oldSize);
+        Restore(file_, undo, oldSize);
         throw;
     }
-    file.close();
+    file_.close();
+}
+
+void PatchInPlace(const std::string& path, std::span<const Patch> patches, Durability durability) {
+    InPlaceEdit(path).apply(patches, durability);
 }
 
 void RewriteFile(const std::string& path, const FileLayout& layout) {

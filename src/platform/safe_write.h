@@ -20,6 +20,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/file.h"
+
 namespace tagvera::platform {
 
 // ---- in place ----
@@ -47,6 +49,21 @@ enum class Durability {
 // removed too (a folder this process swept, unchanged since, is not listed again).
 void PatchInPlace(const std::string& path, std::span<const Patch> patches,
                   Durability durability = Durability::Synced);
+
+// PatchInPlace in two steps, for a writer that reads the file's layout as it is now before it
+// knows its patches, through the handle it then writes with: the checks and the sweep happen (and
+// throw) on construction, which opens the file for reading and writing.
+class InPlaceEdit {
+public:
+    explicit InPlaceEdit(const std::string& path);
+    File& file() { return file_; }
+    // As PatchInPlace, once; closes the file.
+    void apply(std::span<const Patch> patches, Durability durability = Durability::Synced);
+
+private:
+    std::string path_;
+    File file_;
+};
 
 // ---- rewrite ----
 
