@@ -158,5 +158,36 @@ TEST_F(OneWritePerFile, DeferredSyncStillSyncsARewriteBeforeTheRename) {
     EXPECT_EQ(OpenMp3(path).text("Track:Name"), "Needs room");
 }
 
+// What a person gets from `tagvera set` on many files: no fsync per file, one sync of the file
+// system at the end, before the command returns.
+TEST_F(OneWritePerFile, TheCommandLineSyncsABatchOnceBeforeItEnds) {
+    if (!HaveTool("strace -f -o /dev/null true")) GTEST_SKIP() << "strace cannot trace here";
+    std::string files;
+    std::vector<std::string> paths;
+    for (size_t i = 0; i < platform::FileSystemSyncs::kFilesSyncedOneByOne + 4; ++i) {
+        paths.push_back(Padded("cli" + std::to_string(i) + ".mp3"));
+        files += " " + Quote(paths.back());
+    }
+    const std::string trace = dir.file("syncs.trace");
+    // The leak checker of a sanitizer build refuses to run under a tracer.
+    const auto run = RunCommand("ASAN_OPTIONS=\"${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0\" "
+                                "strace -f -e trace=fsync,fdatasync,syncfs -o " + Quote(trace) + " " +
+                                Quote(TAGVERA_CLI_PATH) + " set" + files + " 'Track:Name=From the command line'");
+    ASSERT_TRUE(run.ran);
+    ASSERT_EQ(run.status, 0) << run.out;
+    const std::string calls = test::ReadText(trace);
+    auto count = [&](const std::string& call) {
+        size_t n = 0;
+        for (size_t at = calls.find(call); at != std::string::npos; at = calls.find(call, at + 1)) ++n;
+        return n;
+    };
+    EXPECT_EQ(count(" syncfs("), 1u) << calls;
+    EXPECT_EQ(count(" fsync("), 0u) << calls;
+    for (const auto& p : paths) {
+        EXPECT_EQ(OpenMp3(p).text("Track:Name"), "From the command line") << p;
+        EXPECT_EQ(RecordTitle(p), "From the command line") << p;
+    }
+}
+
 }  // namespace
 }  // namespace tagvera::testing
