@@ -172,7 +172,7 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"<!DOCTYPE 'a'>", true, TV_E_XML_BADDECLARATION, 1, 10},
         Fault{"<!DOCTYPE a SYSTEM>", true, TV_E_XML_BADDECLARATION, 1, 13},
         Fault{"<!DOCTYPE a [x] extra>", true, TV_E_XML_BADDECLARATION, 1, 17}),
-    [](const ::testing::TestParamInfo<Fault>& info) { return "Case" + std::to_string(info.index); });
+    [](const ::testing::TestParamInfo<Fault>& p) { return "Case" + std::to_string(p.index); });
 
 TEST(XmlReader, DuplicateAttributesAreFoundAmongMany) {
     std::string doc = "<a";
