@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Title change on N copies of an MP3 file with tagvera set, a TagLib program and mutagen, in the
-# same run: files per second and bytes written per file (from /proc/self/io of each run).
+# same run: files per second by the clock and by CPU time (user + system, which other programs on
+# a shared machine disturb less), and bytes written per file (from /proc/self/io of each run).
 # Usage: bench/mp3_write/run.sh [BUILD_DIR] [N]
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -18,17 +19,18 @@ prepare() {
   sync
 }
 
-# Runs "$@" on the files; prints files/s and write bytes per file.
+# Runs "$@" on the files; prints files/s (clock and CPU) and write bytes per file.
 measure() {
   local name=$1; shift
   prepare
-  local start end written
+  local start end written cpu
   start=$(date +%s.%N)
-  # write_bytes of the process, read after it ends through a wrapper shell.
-  written=$(bash -c '"$@" >/dev/null; awk "/^wchar/ {print \$2}" /proc/$$/io' _ "$@" "$work"/files/*.mp3)
+  # Bytes written and CPU ticks of the process, read after it ends through a wrapper shell.
+  read -r written cpu < <(bash -c '"$@" >/dev/null; awk "/^wchar/ {printf \"%s \", \$2}" /proc/$$/io; awk "{print \$16 + \$17}" /proc/$$/stat' \
+    _ "$@" "$work"/files/*.mp3)
   end=$(date +%s.%N)
-  awk -v name="$name" -v n="$n" -v s="$start" -v e="$end" -v w="$written" \
-    'BEGIN { printf "%-14s %8.0f files/s  %8.0f bytes written per file\n", name, n / (e - s), w / n }'
+  awk -v name="$name" -v n="$n" -v s="$start" -v e="$end" -v w="$written" -v c="$cpu" -v hz="$(getconf CLK_TCK)" \
+    'BEGIN { printf "%-14s %8.0f files/s  %8.0f files/s of CPU  %8.0f bytes written per file\n", name, n / (e - s), n * hz / (c > 0 ? c : 1), w / n }'
 }
 
 echo "title change on $n copies of $source_file ($(stat -c %s $source_file) bytes), $(nproc) cores"
