@@ -20,8 +20,9 @@ struct FaultCase {
 
 class WriteFaults : public ::testing::TestWithParam<FaultCase> {
 protected:
-    // A property ID3v1 has no field for: one write, the ID3v2 update (the ID3v1 record is a
-    // second, separate write; a preferences file failing to read would switch it back on).
+    // A property ID3v1 has no field for: the ID3v2 update alone (a changed ID3v1 record would go
+    // into the same write, as durability_test.cpp checks; a preferences file failing to read
+    // would switch it back on).
     EditPreferences prefs{""};
 
     static HRESULT Edit(const std::string& path) {
