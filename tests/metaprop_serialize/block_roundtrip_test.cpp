@@ -36,12 +36,10 @@ TEST(BlockRoundTrip, EveryTypeAndFlagSurvivesInBothByteOrders) {
     }
 }
 
-TEST(BlockRoundTrip, FileReferenceTravelsAsExtensionSizeAndBytes) {
+TEST(BlockRoundTrip, ReferencesTravelAsSizeExtensionAndBytesWhenKept) {
     const Bytes picture = FileBytes(1000);
-    const std::string path = TempFile("cover.jpg", picture);
     Node tree = NewTree();
-    AddText(tree.get(), "Cover Art", path, kTypeFileReference, kFlagShortcut);
-
+    AddText(tree.get(), "Cover Art", TempFile("cover.jpg", picture), kTypeFileReference, kFlagShortcut);
     for (bool big : {false, true}) {
         Node plain = ReadBack(WriteBlock(tree.get(), {.bigEndian = big}), true, big);
         EXPECT_EQ(Dump(plain.get(), BlockRules(true)),
@@ -57,29 +55,24 @@ TEST(BlockRoundTrip, FileReferenceTravelsAsExtensionSizeAndBytes) {
         ASSERT_EQ(cover->GetValue(&data, &size), TV_S_OK);
         EXPECT_EQ(Bytes(data, data + size), picture);
     }
-}
 
-TEST(BlockRoundTrip, MissingReferencedFileKeepsOnlyItsExtension) {
-    Node tree = NewTree();
-    AddText(tree.get(), "Lyrics", (TempDir() / "absent.txt").string(), kTypeFileReference);
-    Node back = ReadBack(WriteBlock(tree.get(), {.keepReferences = true}), true, false);
-    EXPECT_EQ(Dump(back.get()),
+    // A file that is gone keeps only its extension.
+    Node missing = NewTree();
+    AddText(missing.get(), "Lyrics", (TempDir() / "absent.txt").string(), kTypeFileReference);
+    EXPECT_EQ(Dump(ReadBack(WriteBlock(missing.get(), {.keepReferences = true}), true, false).get()),
               "\"\" t=0 f=0 v=00\n"
               "  \"Lyrics\" t=10 f=0 v=00\n"
               "    \"Extension\" t=1 f=0x4 v=2e74787400\n");
-}
 
-TEST(BlockRoundTrip, DataReferenceTravelsWithItsSize) {
-    Node tree = NewTree();
+    // Bytes held by reference travel with their size.
+    Node data = NewTree();
     const uint8_t bytes[] = {1, 2, 3, 4, 5};
-    Add(tree.get(), "Thumb", kTypeDataReference, 0, bytes, 5);
-    Node plain = ReadBack(WriteBlock(tree.get()), true, false);
-    EXPECT_EQ(Dump(plain.get(), BlockRules(true)),
+    Add(data.get(), "Thumb", kTypeDataReference, 0, bytes, 5);
+    EXPECT_EQ(Dump(ReadBack(WriteBlock(data.get()), true, false).get(), BlockRules(true)),
               "\"\" t=0 f=0 v=-\n"
               "  \"Thumb\" t=10 f=0 v=-\n"
               "    \"DataSize\" t=4 f=0x4 v=05000000\n");
-    Node kept = ReadBack(WriteBlock(tree.get(), {.keepReferences = true}), true, false);
-    EXPECT_EQ(Dump(kept.get(), BlockRules(true)),
+    EXPECT_EQ(Dump(ReadBack(WriteBlock(data.get(), {.keepReferences = true}), true, false).get(), BlockRules(true)),
               "\"\" t=0 f=0 v=-\n"
               "  \"Thumb\" t=10 f=0 v=0102030405\n"
               "    \"DataSize\" t=4 f=0x4 v=05000000\n");
@@ -98,49 +91,43 @@ TEST(BlockRoundTrip, VariantStoresReferencesAsTheyAre) {
     }
 }
 
+bool Has(const Bytes& block, const char* path) {
+    Node found;
+    return ReadBack(block, false, false)->FindFirstChild(path, found.put()) == TV_S_OK;
+}
+
 TEST(BlockRoundTrip, DatabaseFieldsStayOutUnlessAskedFor) {
     Node tree = EveryTypeTree();
-    auto has = [](const Bytes& block, const char* path) {
-        Node back = ReadBack(block, false, false);
-        Node found;
-        return back->FindFirstChild(path, found.put()) == TV_S_OK;
-    };
     const Bytes off = WriteBlock(tree.get(), {.databaseFields = false});
-    EXPECT_FALSE(has(off, "Statistics:FileSize"));
-    EXPECT_FALSE(has(off, "Statistics:Filename"));
-    EXPECT_TRUE(has(off, "Statistics:MimeType"));
-    EXPECT_TRUE(has(off, "Track:CD TOC"));  // only the variant leaves it out
-    const Bytes variant = WriteBlock(tree.get(), {.variant = true, .databaseFields = false});
-    EXPECT_FALSE(has(variant, "Track:CD TOC"));
+    EXPECT_FALSE(Has(off, "Statistics:FileSize"));
+    EXPECT_FALSE(Has(off, "Statistics:Filename"));
+    EXPECT_TRUE(Has(off, "Statistics:MimeType"));
+    EXPECT_TRUE(Has(off, "Track:CD TOC"));  // only the variant leaves it out
+    EXPECT_FALSE(Has(WriteBlock(tree.get(), {.variant = true, .databaseFields = false}), "Track:CD TOC"));
     const Bytes on = WriteBlock(tree.get(), {.variant = true, .databaseFields = true});
-    EXPECT_TRUE(has(on, "Statistics:FileSize"));
-    EXPECT_TRUE(has(on, "Track:CD TOC"));
+    EXPECT_TRUE(Has(on, "Statistics:FileSize"));
+    EXPECT_TRUE(Has(on, "Track:CD TOC"));
 
     // Names compare without regard to case.
     Node odd = NewTree();
     AddNumber(AddGroup(odd.get(), "STATISTICS").get(), "filesize", 1);
-    EXPECT_FALSE(has(WriteBlock(odd.get(), {.databaseFields = false}), "STATISTICS:filesize"));
-}
+    EXPECT_FALSE(Has(WriteBlock(odd.get(), {.databaseFields = false}), "STATISTICS:filesize"));
 
-TEST(BlockRoundTrip, WriteBinaryTakesDatabaseFieldsFromThePreference) {
+    // WriteBinary takes the choice from the preference, off by default.
     ScopedPreferences prefs;
-    Node tree = EveryTypeTree();
     auto fileSizeWritten = [&] {
         uint8_t* block = nullptr;
         uint32_t size = 0;
         EXPECT_EQ(Serialize(tree.get())->WriteBinary(&block, &size, false, false, false), TV_S_OK);
-        Node back = ReadBack(Bytes(block, block + size), false, false);
+        const Bytes bytes(block, block + size);
         delete[] block;
-        Node found;
-        return back->FindFirstChild("Statistics:FileSize", found.put()) == TV_S_OK;
+        return Has(bytes, "Statistics:FileSize");
     };
-    EXPECT_FALSE(fileSizeWritten());  // default "0"
-    prefs.Set("WriteDBFields", "1");
-    EXPECT_TRUE(fileSizeWritten());
-    prefs.Set("WriteDBFields", "0");
     EXPECT_FALSE(fileSizeWritten());
-    prefs.Set("WriteDBFields", "yes");
-    EXPECT_TRUE(fileSizeWritten());
+    for (const char* value : {"1", "0", "yes"}) {
+        prefs.Set("WriteDBFields", value);
+        EXPECT_EQ(fileSizeWritten(), value[0] != '0') << value;
+    }
 }
 
 TEST(BlockRoundTrip, NodesMarkedDeletedAreLeftOut) {

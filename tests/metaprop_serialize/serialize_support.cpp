@@ -139,13 +139,23 @@ Node EveryTypeTree() {
     return root;
 }
 
+// The process's folder goes with the process, with everything the tests and the command put in it.
+struct ProcessTempDir {
+    std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                 ("tagvera-serialize-" + std::to_string(::getpid()));
+    ~ProcessTempDir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path, ignored);
+    }
+};
+
 std::filesystem::path TempDir() {
+    static const ProcessTempDir root;
     const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
     std::string name = info ? std::string(info->test_suite_name()) + "." + info->name() : "none";
     for (char& c : name)
         if (c == '/') c = '_';
-    const auto dir = std::filesystem::temp_directory_path() /
-                     ("tagvera-serialize-" + std::to_string(::getpid())) / name;
+    const auto dir = root.path / name;
     std::filesystem::create_directories(dir);
     return dir;
 }

@@ -11,20 +11,10 @@ namespace {
 
 std::string ToolsDir() { return std::string(TAGVERA_TEST_DATA_DIR) + "/../../tools"; }
 
-TEST(XmlWrite, EmptyRoot) {
+TEST(XmlWrite, LayoutFlatAndPrettyPrinted) {
     Node tree = NewTree();
     EXPECT_EQ(WriteXml(tree.get()), "<KJMETADATA></KJMETADATA>");
     EXPECT_EQ(WriteXml(tree.get(), true), "\r\n<KJMETADATA></KJMETADATA>");
-}
-
-TEST(XmlWrite, GroupWithoutChildrenIsOneSelfClosingElement) {
-    Node tree = NewTree();
-    AddGroup(tree.get(), "Track");
-    EXPECT_EQ(WriteXml(tree.get()), "<KJMETADATA><PROP name=\"Track\" type=\"group\" /></KJMETADATA>");
-}
-
-TEST(XmlWrite, PrettyPrintingIndentsByDepth) {
-    Node tree = NewTree();
     Node track = AddGroup(tree.get(), "Track");
     AddText(track.get(), "Name", "So What");
     AddGroup(track.get(), "Empty");
