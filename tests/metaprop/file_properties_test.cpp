@@ -163,15 +163,5 @@ TEST(FileProperties, NumberGetterAcceptsTextAndFourByteNumbersOnly) {
     EXPECT_EQ(properties->GetLength(&value), TV_E_FAIL);
 }
 
-TEST(FileProperties, ReservedSlots) {
-    Node tree = NewTree();
-    auto properties = Properties(tree);
-    uint32_t a = 1, b = 2, c = 3;
-    EXPECT_EQ(properties->GetReserved22(&a, &b, &c), TV_S_OK);
-    EXPECT_EQ(a + b + c, 0u);
-    EXPECT_EQ(properties->Reserved23(), TV_E_NOTIMPL);
-    EXPECT_EQ(properties->Reserved43(), TV_E_NOTIMPL);
-}
-
 }  // namespace
 }  // namespace tagvera::testing

@@ -35,6 +35,12 @@ TEST(TreeValues, EmptyValuesAndNullPointers) {
     EXPECT_EQ(node->GetName(nullptr), TV_E_POINTER);
 }
 
+std::vector<uint8_t> ValueOf(IMPAMetaProperty* node) {
+    const uint8_t* data = nullptr;
+    uint32_t size = 0;
+    return Succeeded(node->GetValue(&data, &size)) ? std::vector<uint8_t>(data, data + size) : std::vector<uint8_t>{};
+}
+
 TEST(TreeValues, ShortcutsStoreTheDocumentedLayouts) {
     Node root = NewTree();
     Node text, flag, number, url, group;
@@ -43,26 +49,15 @@ TEST(TreeValues, ShortcutsStoreTheDocumentedLayouts) {
     ASSERT_EQ(root->AddNumber("N", 0x01020304, 0, true, number.put()), TV_S_OK);
     ASSERT_EQ(root->AddUrl("U", "http://x", 0, true, url.put()), TV_S_OK);
     ASSERT_EQ(root->AddGroup("G", kFlagStagnant, true, group.put()), TV_S_OK);
-
-    const uint8_t* data = nullptr;
-    uint32_t size = 0;
-    ASSERT_EQ(text->GetValue(&data, &size), TV_S_OK);
-    EXPECT_EQ(size, 4u);
-    EXPECT_EQ(data[3], 0);
-    EXPECT_EQ(TypeOf(text.get()), kTypeText);
+    EXPECT_EQ(ValueOf(text.get()), (std::vector<uint8_t>{'a', 'b', 'c', 0}));
     EXPECT_EQ(FlagsOf(text.get()), 0x01u);
-    ASSERT_EQ(flag->GetValue(&data, &size), TV_S_OK);
-    EXPECT_EQ(size, 1u);
-    EXPECT_EQ(data[0], 1);
-    ASSERT_EQ(number->GetValue(&data, &size), TV_S_OK);
-    ASSERT_EQ(size, 4u);
-    EXPECT_EQ(data[0], 4);
-    EXPECT_EQ(data[3], 1);
+    EXPECT_EQ(ValueOf(flag.get()), std::vector<uint8_t>{1});
+    EXPECT_EQ(ValueOf(number.get()), (std::vector<uint8_t>{4, 3, 2, 1}));
     EXPECT_EQ(TypeOf(url.get()), kTypeUrl);
     EXPECT_EQ(TextOf(url.get()), "http://x");
     EXPECT_EQ(TypeOf(group.get()), kTypeGroup);
     EXPECT_EQ(FlagsOf(group.get()), uint32_t{kFlagStagnant});
-    EXPECT_EQ(group->GetValue(&data, &size), TV_E_PROP_EMPTY);
+    EXPECT_EQ(TextOf(group.get()), "<none>");
 
     EXPECT_EQ(root->AddText(nullptr, "x", 0, true, nullptr), TV_E_POINTER);
     EXPECT_EQ(root->AddText("x", nullptr, 0, true, nullptr), TV_E_POINTER);
@@ -77,6 +72,14 @@ TEST(TreeAdd, WithoutReplaceAnExistingNodeIsKept) {
     EXPECT_EQ(TextOf(Find(root.get(), "Name").get()), "old");
     // The caller is handed the node that stands under the name.
     EXPECT_EQ(placed.get(), old.get());
+
+    // Adding a node where it already stands changes nothing.
+    Node group = AddGroup(root.get(), "G");
+    EXPECT_EQ(root->AddChild(old.get(), true, nullptr, 0), TV_S_OK);
+    EXPECT_EQ(root->AddChild(old.get(), false, nullptr, 0), TV_S_PROP_EXISTS);
+    EXPECT_EQ(root->AddChild(group.get(), false, nullptr, 0), TV_S_OK);
+    EXPECT_EQ(ParentCount(old.get()), 1u);
+    EXPECT_EQ(TextOf(Find(root.get(), "Name").get()), "old");
 }
 
 TEST(TreeAdd, WithReplaceTheNewNodeTakesOverChildrenAndPlace) {
@@ -215,17 +218,6 @@ TEST(TreeAdd, ANodeUnderTwoNamesKeepsItsParentUntilBothGo) {
     EXPECT_EQ(ParentCount(group.get()), 0u);
 }
 
-TEST(TreeAdd, AddingANodeWhereItStandsChangesNothing) {
-    Node root = NewTree();
-    Node name = AddText(root.get(), "Name", "x");
-    Node group = AddGroup(root.get(), "G");
-    EXPECT_EQ(root->AddChild(name.get(), true, nullptr, 0), TV_S_OK);
-    EXPECT_EQ(root->AddChild(name.get(), false, nullptr, 0), TV_S_PROP_EXISTS);
-    EXPECT_EQ(root->AddChild(group.get(), false, nullptr, 0), TV_S_OK);
-    EXPECT_EQ(ParentCount(name.get()), 1u);
-    EXPECT_EQ(TextOf(Find(root.get(), "Name").get()), "x");
-}
-
 // --- MergeFrom -----------------------------------------------------------------------------------
 
 Node SampleSource() {
@@ -282,6 +274,12 @@ TEST(TreeMerge, DeepGroupsGiveTheTargetGroupsOfItsOwn) {
     EXPECT_NE(track.get(), Find(source.get(), "Track").get());
     EXPECT_EQ(TextOf(Find(track.get(), "Genre").get()), "Jazz");
     EXPECT_EQ(ChildNames(Find(source.get(), "Track").get()), (std::vector<std::string>{"Genre", "Name"}));
+
+    // Merging a tree into itself changes nothing, deep or not.
+    ASSERT_EQ(source->MergeFrom(source.get(), true, 0), TV_S_OK);
+    ASSERT_EQ(source->MergeFrom(source.get(), false, kAddDeepGroups), TV_S_OK);
+    EXPECT_EQ(ChildNames(source.get()), (std::vector<std::string>{"DisplayName", "Lyrics", "Track"}));
+    EXPECT_EQ(ChildNames(Find(source.get(), "Track").get()), (std::vector<std::string>{"Genre", "Name"}));
 }
 
 TEST(TreeMerge, MarkChangedReachesIntoMergedGroups) {
@@ -309,31 +307,16 @@ TEST(TreeMerge, SharedNodesKnowBothParents) {
     EXPECT_FALSE(Find(b.get(), "Name"));
 }
 
-TEST(TreeMerge, MergingATreeIntoItselfChangesNothing) {
-    Node root = SampleSource();
-    ASSERT_EQ(root->MergeFrom(root.get(), true, 0), TV_S_OK);
-    ASSERT_EQ(root->MergeFrom(root.get(), false, kAddDeepGroups), TV_S_OK);
-    EXPECT_EQ(ChildNames(root.get()), (std::vector<std::string>{"DisplayName", "Lyrics", "Track"}));
-    EXPECT_EQ(ChildNames(Find(root.get(), "Track").get()), (std::vector<std::string>{"Genre", "Name"}));
-}
-
 TEST(TreeCompare, SameNameAndTypeAndEqual) {
     Node a = Loose("X", kTypeText, "v");
-    Node b = Loose("X", kTypeText, "v");
-    Node c = Loose("X", kTypeText, "w");
-    Node d = Loose("x", kTypeText, "v");
-    Node e = Loose("X", kTypeUrl, "v");
-    EXPECT_EQ(a->IsSameNameAndType(b.get()), 1);
-    EXPECT_EQ(a->IsEqual(b.get()), 1);
-    EXPECT_EQ(a->IsSameNameAndType(c.get()), 1);
-    EXPECT_EQ(a->IsEqual(c.get()), 0);
-    EXPECT_EQ(a->IsSameNameAndType(d.get()), 0);
-    EXPECT_EQ(a->IsSameNameAndType(e.get()), 0);
+    EXPECT_EQ(a->IsSameNameAndType(Loose("X", kTypeText, "w").get()), 1);
+    EXPECT_EQ(a->IsEqual(Loose("X", kTypeText, "w").get()), 0);
+    EXPECT_EQ(a->IsEqual(Loose("X", kTypeText, "v").get()), 1);
+    EXPECT_EQ(a->IsSameNameAndType(Loose("x", kTypeText, "v").get()), 0);
+    EXPECT_EQ(a->IsSameNameAndType(Loose("X", kTypeUrl, "v").get()), 0);
     EXPECT_EQ(a->IsSameNameAndType(nullptr), 0);
     EXPECT_EQ(a->IsEqual(nullptr), 0);
-    Node f = Loose("G", kTypeGroup);
-    Node g = Loose("G", kTypeGroup);
-    EXPECT_EQ(f->IsEqual(g.get()), 1);
+    EXPECT_EQ(Loose("G", kTypeGroup)->IsEqual(Loose("G", kTypeGroup).get()), 1);
 }
 
 }  // namespace
