@@ -70,26 +70,50 @@ TEST(XmlCharset, ABytePairedWithALeadByteIsNeverMarkup) {
     }
 }
 
-TEST(XmlCharset, TwoByteCharactersStayWholeInNamesValuesAndComments) {
-    // Shift-JIS: 0x83 0x3E would be ">" and 0x81 0x27 a quote if read byte by byte.
-    const std::string doc = "<r\x83> a='\x81'' b='\x83>'><!-- \x81-->x --></r\x83>>";
-    const Outcome r = Parse(doc, Loose(), "Shift-JIS");
-    ASSERT_EQ(r.code, TV_S_OK) << r.error;
-    EXPECT_EQ(r.events, (Events{"start r\\x83> @1:1 a=\"\\x81'\" b=\"\\x83>\"", "comment \" \\x81-->x \"",
-                                "end r\\x83>", "end-document @1:35"}));
-}
+struct CharsetCase {
+    const char* what;
+    std::string doc;
+    const char* encoding;  // the set the reader starts with
+    Events events;
+};
 
-TEST(XmlCharset, ColumnsCountATwoByteCharacterOnce) {
-    const Outcome r = Parse("<r>\x88\x9F\x88\xA0<a/>\n\x88\x9F<b/></r>", {}, "Big5");
-    ASSERT_EQ(r.code, TV_S_OK);
-    EXPECT_EQ(r.events[2], "start a @1:6");
-    EXPECT_EQ(r.events[5], "start b @2:2");
-}
-
-TEST(XmlCharset, Utf8ColumnsCountCodePoints) {
-    const Outcome r = Parse("<?xml version='1.0' encoding='UTF-8'?><r>\xE3\x81\x82\xC3\xA9<a/></r>");
-    ASSERT_EQ(r.code, TV_S_OK);
-    EXPECT_EQ(r.events[3], "start a @1:44");
+TEST(XmlCharset, TwoByteCharactersAndTheDeclarationThatChoosesTheSet) {
+    const std::string body = "<r>\x81<x/></r>";
+    const Events single{"start r @1:1", "text \"\\x81\"", "start x @1:5", "end x", "end r", "end-document @1:13"};
+    const CharsetCase cases[] = {
+        // Shift-JIS: 0x83 0x3E would be ">" and 0x81 0x27 a quote if read byte by byte.
+        {"whole in names, values and comments", "<r\x83> a='\x81'' b='\x83>'><!-- \x81-->x --></r\x83>>",
+         "Shift-JIS",
+         {"start r\\x83> @1:1 a=\"\\x81'\" b=\"\\x83>\"", "comment \" \\x81-->x \"", "end r\\x83>",
+          "end-document @1:35"}},
+        {"a two-byte character is one column", "<r>\x88\x9F\x88\xA0<a/>\n\x88\x9F<b/></r>", "Big5",
+         {"start r @1:1", "text \"\\x88\\x9F\\x88\\xA0\"", "start a @1:6", "end a", "text \"\\x0A\\x88\\x9F\"",
+          "start b @2:2", "end b", "end r", "end-document @2:10"}},
+        {"UTF-8 counts code points", "<?xml version='1.0' encoding='UTF-8'?><r>\xE3\x81\x82\xC3\xA9<a/></r>",
+         "US-ASCII",
+         {"pi xml version=\"1.0\" encoding=\"UTF-8\"", "start r @1:39", "text \"\\xE3\\x81\\x82\\xC3\\xA9\"",
+          "start a @1:44", "end a", "end r", "end-document @1:52"}},
+        {"a byte order mark means UTF-8 and is not text", "\xEF\xBB\xBF<r>\xE3\x81\x82<a/></r>", "Default",
+         {"start r @1:1", "text \"\\xE3\\x81\\x82\"", "start a @1:5", "end a", "end r", "end-document @1:13"}},
+        {"without a declaration the given set holds", body, "US-ASCII", single},
+        {"declared after white space and comments",
+         "\n<!-- c --> <?xml version=\"1.0\" encoding=\"Shift_JIS\"?>" + body, "US-ASCII",
+         {"text \"\\x0A\"", "comment \" c \"", "text \" \"", "pi xml version=\"1.0\" encoding=\"Shift_JIS\"",
+          "start r @2:54", "text \"\\x81<x/>\"", "end r", "end-document @2:65"}},
+        {"a single-byte declaration turns pairing off", "<?xml version='1.0' encoding='ISO-8859-1'?>" + body,
+         "Shift-JIS",
+         {"pi xml version=\"1.0\" encoding=\"ISO-8859-1\"", "start r @1:44", "text \"\\x81\"", "start x @1:48",
+          "end x", "end r", "end-document @1:56"}},
+        {"only the head is searched for the declaration",
+         std::string(1100, ' ') + "<?xml version='1.0' encoding='Shift-JIS'?><r>\x81<x/></r>", "US-ASCII",
+         {"text \"" + std::string(1100, ' ') + "\"", "pi xml version=\"1.0\" encoding=\"Shift-JIS\"",
+          "start r @1:1143", "text \"\\x81\"", "start x @1:1147", "end x", "end r", "end-document @1:1155"}},
+    };
+    for (const CharsetCase& c : cases) {
+        const Outcome r = Parse(c.doc, {}, c.encoding);
+        EXPECT_EQ(r.code, TV_S_OK) << c.what << ": " << r.error;
+        EXPECT_EQ(r.events, c.events) << c.what;
+    }
 }
 
 TEST(XmlCharset, LooseEndTagsFoldOnlySingleByteLetters) {
@@ -98,34 +122,6 @@ TEST(XmlCharset, LooseEndTagsFoldOnlySingleByteLetters) {
     EXPECT_EQ(Parse("<X\x82\x41></x\x82\x41>", Loose(), "Shift-JIS").code, TV_S_OK);
     // Byte by byte the same pair folds as two letters.
     EXPECT_EQ(Parse("<\x82\x41></\x82\x61>", Loose(), "US-ASCII").code, TV_S_OK);
-}
-
-TEST(XmlCharset, TheDeclarationSwitchesTheSet) {
-    const std::string body = "<r>\x81<x/></r>";
-    // Named in the declaration, after white space and comments.
-    Outcome r = Parse("\n<!-- c --> <?xml version=\"1.0\" encoding=\"Shift_JIS\"?>" + body, {}, "US-ASCII");
-    ASSERT_EQ(r.code, TV_S_OK);
-    EXPECT_EQ(r.events[5], "text \"\\x81<x/>\"");
-    // Without a declaration the set given at the start holds.
-    r = Parse(body, {}, "US-ASCII");
-    EXPECT_EQ(r.events[1], "text \"\\x81\"");
-    // And a declaration naming a single-byte set turns pairing off.
-    r = Parse("<?xml version='1.0' encoding='ISO-8859-1'?>" + body, {}, "Shift-JIS");
-    EXPECT_EQ(r.events[2], "text \"\\x81\"");
-}
-
-TEST(XmlCharset, OnlyTheHeadOfTheDocumentIsSearchedForTheDeclaration) {
-    const std::string padding(1100, ' ');
-    const Outcome r = Parse(padding + "<?xml version='1.0' encoding='Shift-JIS'?><r>\x81<x/></r>");
-    ASSERT_EQ(r.code, TV_S_OK);
-    EXPECT_EQ(r.events[3], "text \"\\x81\"");
-}
-
-TEST(XmlCharset, AByteOrderMarkMeansUtf8AndIsNotText) {
-    const Outcome r = Parse("\xEF\xBB\xBF<r>\xE3\x81\x82<a/></r>", {}, "Default");
-    ASSERT_EQ(r.code, TV_S_OK);
-    EXPECT_EQ(r.events, (Events{"start r @1:1", "text \"\\xE3\\x81\\x82\"", "start a @1:5", "end a", "end r",
-                                "end-document @1:13"}));
 }
 
 TEST(XmlEncodingDeclaration, FindsTheEncodingOrSaysWhatIsMissing) {
