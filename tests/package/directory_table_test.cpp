@@ -22,15 +22,14 @@ TEST(DirectoryTable, StoresEachKindWithATrailingSeparator) {
     EXPECT_EQ(t.Get(DT_EncSDK), nullptr) << "never set";
     EXPECT_EQ(t.Get(8u), nullptr);
     EXPECT_EQ(t.Get(0xFFFFFFFFu), nullptr);
-}
 
-TEST(DirectoryTable, LaterEntriesReplaceEarlierOnes) {
-    DLLAccessPath t;
+    // Later entries replace earlier ones, in one list or the next, and the table keeps the rest.
     t.SetFromList(LIST("DT_Codecs=C:\\x\0DT_Codecs=D:\\y\0"));
     EXPECT_STREQ(t.Get(DT_Codecs), "D:\\y\\");
     t.SetFromList(LIST("DT_Codecs=E:\\z\0"));
     EXPECT_STREQ(t.Get(DT_Codecs), "E:\\z\\");
-    EXPECT_EQ(t.size(), 1u);
+    EXPECT_STREQ(t.Get(DT_Common), "/opt/common/");
+    EXPECT_EQ(t.size(), 3u);
 }
 
 TEST(DirectoryTable, SkipsWhatIsNotAnEntry) {
@@ -46,14 +45,6 @@ TEST(DirectoryTable, SkipsWhatIsNotAnEntry) {
     // Kinds outside the eight are kept and passed on, just not reachable by index.
     EXPECT_EQ(t.SetFromList(LIST("DT_Other=/other\0")), 1u);
     EXPECT_STREQ(t.Get(std::string_view("DT_Other")), "/other/");
-}
-
-TEST(DirectoryTable, KindNamesByIndex) {
-    EXPECT_STREQ(DLLAccessPath::KindName(0), "DT_NotDef");
-    EXPECT_STREQ(DLLAccessPath::KindName(1), "DT_Plugins");
-    EXPECT_STREQ(DLLAccessPath::KindName(5), "DT_Update_OB");
-    EXPECT_STREQ(DLLAccessPath::KindName(7), "DT_KCAPlugins");
-    EXPECT_EQ(DLLAccessPath::KindName(8), nullptr);
 }
 
 std::string g_received;
@@ -83,10 +74,6 @@ TEST(DirectoryTable, PassesTheWholeTableOnInListForm) {
     copy.SetFromList(g_received.c_str());
     EXPECT_EQ(copy.Block(), t.Block());
     EXPECT_EQ(t.PassOn(nullptr), TV_E_POINTER);
-}
-
-TEST(DirectoryTable, TheLibraryHasOneTable) {
-    EXPECT_EQ(&TheDLLAccessPath(), &TheDLLAccessPath());
 }
 
 }  // namespace

@@ -138,9 +138,8 @@ TEST_F(Preferences, HandEditedFilesAreReadAndKeptOnEdit) {
     EXPECT_EQ(GetNumber(kTagEditKorvaOne), 0u);
     EXPECT_EQ(GetNumber(kTagEditID3V1), 1u);
     EXPECT_EQ(GetString(kXMLEncoding), "UTF-8");
-}
 
-TEST_F(Preferences, NonNumericTextForANumberGivesTheDefault) {
+    // Text that is no number is not damage: asked for as a number it gives the default.
     WriteText(path_, kHeader + "TagEditID3V2 = string:off\n");
     EXPECT_EQ(GetNumber(kTagEditID3V2), 1u);
     EXPECT_EQ(GetString(kTagEditID3V2), "off");
