@@ -133,19 +133,21 @@ TEST(RewriteFile, AFaultAtAnyStepLeavesTheOriginalByteIdentical) {
     EXPECT_EQ(ReadAll(m.path), expected) << "a clean run after all the failures";
 }
 
-TEST(RewriteFile, AFailingProducerLeavesTheOriginal) {
+TEST(RewriteFile, AFailingProducerOrARangePastTheEndLeavesTheOriginal) {
     Media m;
-    const FileLayout layout = FileLayout().copy(0, 1000).generate([](ByteSink&) { throw Error(TV_E_FAIL, "codec gave up"); });
-    EXPECT_THROW(RewriteFile(m.path, layout), Error);
+    EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(0, 1000).generate([](ByteSink&) {
+        throw Error(TV_E_FAIL, "codec gave up");
+    })), Error);
     EXPECT_TRUE(m.untouched());
-}
-
-TEST(RewriteFile, RangesBeyondTheEndAreRefusedBeforeWriting) {
-    Media m;
+    // Ranges are checked before anything is written.
     EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(1'499'999, 2)), FileError);
     EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(UINT64_MAX, 2)), FileError);
+    const uint8_t b[] = {1};
+    const Patch patches[] = {{0, b}, {m.original.size() + 1, b}};
+    EXPECT_THROW(PatchInPlace(m.path, patches), FileError);
     EXPECT_TRUE(m.untouched());
     EXPECT_THROW(RewriteFile(m.dir.file("missing.mp3"), FileLayout().fill(3)), FileError);
+    EXPECT_THROW(PatchInPlace(m.dir.file("missing.mp3"), patches), FileError);
     EXPECT_FALSE(PathExists(m.dir.file("missing.mp3")));
 }
 
@@ -343,15 +345,6 @@ TEST(PatchInPlace, AFaultAtAnyStepRestoresTheOldBytes) {
             EXPECT_TRUE(m.untouched()) << fault::StepName(step) << " #" << n;
         }
     }
-}
-
-TEST(PatchInPlace, APatchPastTheEndIsRefused) {
-    Media m;
-    const uint8_t b[] = {1};
-    const Patch patches[] = {{0, b}, {m.original.size() + 1, b}};
-    EXPECT_THROW(PatchInPlace(m.path, patches), FileError);
-    EXPECT_TRUE(m.untouched());
-    EXPECT_THROW(PatchInPlace(m.dir.file("missing"), patches), FileError);
 }
 
 TEST(WriteFileAtomically, CreatesReplacesAndUndoes) {
