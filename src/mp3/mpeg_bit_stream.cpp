@@ -72,19 +72,15 @@ uint32_t CBitStream::FillFromSource() {
 
 uint32_t CBitStream::PeekBits(uint32_t n) const {
     if (n > 32 || n > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream read past its data");
-    const uint32_t mask = CapacityBits() - 1;
-    uint32_t position = readPos_;
-    uint32_t value = 0;
-    uint32_t left = n;
-    while (left > 0) {
-        const uint32_t bitInByte = position & 7;
-        const uint32_t take = std::min(left, 8 - bitInByte);
-        const uint8_t byte = ring_[position >> 3];
-        value = (value << take) | ((byte >> (8 - bitInByte - take)) & ((1u << take) - 1));
-        position = (position + take) & mask;
-        left -= take;
-    }
-    return value;
+    if (n == 0) return 0;
+    // The five ring bytes under the read position hold any 32 bits starting in the first of them;
+    // bytes past the data are in the ring too, and their bits are shifted out.
+    const uint32_t mask = capacity_ - 1;
+    const uint32_t byte = readPos_ >> 3;
+    uint64_t window = 0;
+    for (uint32_t i = 0; i < 5; ++i) window = (window << 8) | ring_[(byte + i) & mask];
+    const uint32_t shift = 40 - (readPos_ & 7) - n;
+    return static_cast<uint32_t>((window >> shift) & ((uint64_t(1) << n) - 1));
 }
 
 uint32_t CBitStream::ReadBits(uint32_t n) {

@@ -8,6 +8,12 @@
 
 namespace tagvera {
 
+namespace {
+// Frames are at most a few KB, so the ring's size decides only how often it is refilled: a
+// small ring makes the walk a system call every few frames.
+constexpr uint32_t kFrameCountRing = CBitStream::kMaxCapacity;
+}  // namespace
+
 uint64_t MpegFrameWalk::FrameStart(uint32_t index) const {
     if (index == 0 || sampledStarts.empty()) return 0;
     const size_t slot = std::min<size_t>(index / sampleStride, sampledStarts.size() - 1);
@@ -23,7 +29,7 @@ uint64_t MpegFrameWalk::FrameStart(uint32_t index) const {
 MpegFrameWalk CountMpegFrames(ByteSource& file, uint64_t firstFrameOffset, uint64_t audioEnd) {
     MpegFrameWalk walk;
     ByteSourceCursor cursor(file, firstFrameOffset, audioEnd);
-    CMpegFrameReader reader(8192);
+    CMpegFrameReader reader(kFrameCountRing);
     reader.SetSource(&cursor);
     for (;;) {
         const MpegStatus status = reader.GetFrame();

@@ -43,18 +43,52 @@ uint32_t MpegSamplesPerFrame(uint32_t version, uint32_t layer) {
     return kSamplesPerFrame[version][layer - 1];
 }
 
+namespace {
+
+// Frame length in bits for every version, layer, bit-rate index, sample-rate index and padding
+// bit (bits 20 to 9 of a header, protection bit left out): a frame walk decodes a header per
+// frame, and a VBR stream changes it nearly every frame.
+constexpr uint32_t FrameBitsOf(uint32_t version, uint32_t layer, uint32_t bri, uint32_t sri, uint32_t padding) {
+    const uint32_t sampleRate = version <= kMpeg25 && sri <= 2 ? kSampleRates[version][sri] : 0;
+    const uint32_t row = version == kMpeg1 ? layer - 1 : (layer == 1 ? 3 : 4);
+    const uint32_t bitRate = layer >= 1 && layer <= 3 && bri >= 1 && bri <= 14 ? kBitRates[row][bri] * 1000u : 0;
+    if (sampleRate == 0 || bitRate == 0) return 0;
+    const uint32_t samples = kSamplesPerFrame[version][layer - 1];
+    const uint32_t slotBits = layer == 1 ? 32 : 8;
+    return ((bitRate / slotBits * samples) / sampleRate + padding) * slotBits;
+}
+
+struct FrameBitsTable {
+    uint32_t bits[3][4][16][4][2] = {};
+    constexpr FrameBitsTable() {
+        for (uint32_t v = 0; v < 3; ++v)
+            for (uint32_t l = 1; l <= 3; ++l)
+                for (uint32_t b = 1; b <= 14; ++b)
+                    for (uint32_t s = 0; s <= 2; ++s)
+                        for (uint32_t p = 0; p <= 1; ++p) bits[v][l][b][s][p] = FrameBitsOf(v, l, b, s, p);
+    }
+};
+
+constexpr FrameBitsTable kFrameBits;
+
+}  // namespace
+
 bool CMpegHeader::Decode(uint32_t h) {
-    *this = CMpegHeader{};
+    // A stream repeats its header from frame to frame: the fields are already these.
+    if (valid && h == raw) return true;
     const uint32_t sync = h >> 21;
     const uint32_t notMpeg25 = (h >> 20) & 1;
     const uint32_t versionId = (h >> 19) & 1;
     const uint32_t layerField = (h >> 17) & 3;
     const uint32_t bri = (h >> 12) & 0xF;
     const uint32_t sri = (h >> 10) & 3;
-    if (sync != 0x7FF || layerField == 0 || bri < 1 || bri > 14 || sri > 2) return false;
     const uint32_t layerNumber = 4 - layerField;
     // MPEG-2.5 exists for Layer III only; version bits 01 are reserved.
-    if (!notMpeg25 && (versionId || layerNumber != 3)) return false;
+    if (sync != 0x7FF || layerField == 0 || bri < 1 || bri > 14 || sri > 2 ||
+        (!notMpeg25 && (versionId || layerNumber != 3))) {
+        *this = CMpegHeader{};
+        return false;
+    }
 
     raw = h;
     version = versionId ? kMpeg1 : (notMpeg25 ? kMpeg2 : kMpeg25);
@@ -71,12 +105,10 @@ bool CMpegHeader::Decode(uint32_t h) {
     emphasis = h & 3;
 
     channels = channelMode == 3 ? 1 : 2;
-    sampleRate = MpegSampleRate(version, sri);
-    bitRate = MpegBitRateKbps(version, layer, bri) * 1000;
-    samplesPerFrame = MpegSamplesPerFrame(version, layer);
-    const uint32_t slotBits = layer == 1 ? 32 : 8;
-    frameBits = ((bitRate / slotBits * samplesPerFrame) / sampleRate + padding) * slotBits;
-    frameMs = samplesPerFrame * 1000.0 / sampleRate;
+    sampleRate = kSampleRates[version][sri];
+    bitRate = kBitRates[version == kMpeg1 ? layer - 1 : (layer == 1 ? 3 : 4)][bri] * 1000u;
+    samplesPerFrame = kSamplesPerFrame[version][layer - 1];
+    frameBits = kFrameBits.bits[version][layer][bri][sri][padding];
     valid = true;
     return true;
 }

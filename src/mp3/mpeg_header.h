@@ -38,7 +38,8 @@ public:
     uint32_t bitRate = 0;          // bits per second
     uint32_t samplesPerFrame = 0;
     uint32_t frameBits = 0;        // whole frame, header included
-    double frameMs = 0;
+
+    double frameMs() const { return sampleRate ? samplesPerFrame * 1000.0 / sampleRate : 0; }
 
     uint32_t frameBytes() const { return frameBits / 8; }
 };

@@ -43,7 +43,7 @@ TEST(MpegHeader, DecodesEveryVersionAndLayer) {
         EXPECT_EQ(h.channels, c.channels);
         EXPECT_EQ(h.frameBytes(), c.frameBytes);
         EXPECT_EQ(h.samplesPerFrame, c.samples);
-        EXPECT_DOUBLE_EQ(h.frameMs, c.samples * 1000.0 / c.sampleRate);
+        EXPECT_DOUBLE_EQ(h.frameMs(), c.samples * 1000.0 / c.sampleRate);
     }
 }
 
