@@ -37,6 +37,9 @@ using id3v2::Frame;
 
 // Files loaded into a frame are bounded like any frame of a tag.
 constexpr uint64_t kMaxFrameFile = 64u << 20;
+// Pictures from this size on stay in the file until their data is asked for: a cover is most of
+// a tag, and reading a library's tags never needs it.
+constexpr uint32_t kDeferPicturesFrom = 16 * 1024;
 
 std::optional<uint32_t> NumberChild(IMPAMetaProperty* node, const char* name) {
     ComPtr<IMPAMetaProperty> child;
@@ -66,8 +69,10 @@ std::string NodePath(IMPAMetaProperty* node) {
     return Succeeded(node->GetPath(&s)) && s ? s : "";
 }
 
-bool EndsWith(const std::string& s, const std::string& tail) {
-    return s.size() >= tail.size() && s.compare(s.size() - tail.size(), tail.size(), tail) == 0;
+// path names the node at tail, or a node below a group that holds it ("Root:" + tail).
+bool EndsWithPath(const std::string& path, const std::string& tail) {
+    return path.size() > tail.size() && path[path.size() - tail.size() - 1] == ':' &&
+           path.compare(path.size() - tail.size(), tail.size(), tail) == 0;
 }
 
 class CMPAID3v2Parser final : public CUnknownIMP, public CKCAContextUserMixin, public IMPAID3v2Parser {
@@ -89,7 +94,7 @@ public:
             // is needed until something is written back.
             buffer_.assign(bytes, bytes + size);
             MemorySource source(buffer_);
-            Load(source, 0);
+            Load(source, 0, 0);
             path_ = "<buffer>";
             return TV_S_OK;
         });
@@ -101,7 +106,16 @@ public:
             *tagSize = 0;
             ClearState();
             platform::File file(path, platform::OpenMode::Read);
-            Load(file, flags);
+            return LinkSource(&file, path, tagSize, flags);
+        });
+    }
+
+    HRESULT TV_STDCALL LinkSource(ByteSource* source, const char* path, uint32_t* tagSize, uint32_t flags) override {
+        return Guard([&]() -> HRESULT {
+            if (!source || !path || !tagSize) return TV_E_POINTER;
+            *tagSize = 0;
+            ClearState();
+            Load(*source, flags, kDeferPicturesFrom);
             path_ = path;
             *tagSize = tagSize_;
             return TV_S_OK;
@@ -141,8 +155,9 @@ public:
         return Guard([&]() -> HRESULT {
             if (!property || !buffer) return TV_E_POINTER;
             if (!linked()) return TV_E_FAIL;
-            const Frame* frame = FindFrameFor(property);
+            Frame* frame = FindFrameFor(property);
             if (!frame) return TV_E_FAIL;
+            LoadDeferred(*frame);
             const auto data = mp3::FrameReferenceData(*frame);
             if (size < data.size()) return TV_E_BUFFERTOOSMALL;
             if (!data.empty()) std::memcpy(buffer, data.data(), data.size());
@@ -154,8 +169,9 @@ public:
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;
             if (!linked()) return TV_E_FAIL;
-            Frame* frame = const_cast<Frame*>(FindFrameFor(property));
+            Frame* frame = FindFrameFor(property);
             if (!frame) return TV_E_FAIL;
+            LoadDeferred(*frame);
             platform::File file(path, platform::OpenMode::Read);
             if (file.size() > kMaxFrameFile) throw Error(TV_E_FAIL, "file too large for a frame");
             const auto bytes = file.readExact(0, static_cast<size_t>(file.size()));
@@ -249,8 +265,9 @@ public:
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;
             if (!linked()) return TV_E_FAIL;
-            const Frame* frame = FindFrameFor(property);
+            Frame* frame = FindFrameFor(property);
             if (!frame) return TV_E_FAIL;
+            LoadDeferred(*frame);
             const auto data = mp3::FrameReferenceData(*frame);
             platform::WriteFileAtomically(path, data);
             return TV_S_OK;
@@ -268,8 +285,10 @@ private:
         library_.reset();
     }
 
-    void Load(ByteSource& source, uint32_t flags) {
-        const id3v2::FileTags tags = id3v2::ReadFileTags(source);
+    void Load(ByteSource& source, uint32_t flags, uint32_t deferPicturesFrom) {
+        id3v2::ReadOptions read;
+        read.deferPicturesFrom = deferPicturesFrom;
+        const id3v2::FileTags tags = id3v2::ReadFileTags(source, read);
         id3v2::NormalizeOptions options;
         options.trailingFields = (flags & kLinkTrailingTags) != 0;
         frames_ = id3v2::NormalizeToV23(tags, options).frames;
@@ -277,9 +296,28 @@ private:
         tagSize_ = static_cast<uint32_t>(tags.prependedSize);
     }
 
+    // Reads the data of a picture that was left in the file (kDeferPicturesFrom).
+    void LoadDeferred(Frame& frame) {
+        if (!frame.deferred) return;
+        if (!buffer_.empty() || path_ == "<buffer>") {
+            MemorySource source(buffer_);
+            id3v2::LoadDeferredData(frame, source);
+            return;
+        }
+        platform::File file(path_, platform::OpenMode::Read);
+        id3v2::LoadDeferredData(frame, file);
+    }
+
     // The library is loaded only when something needs it (rendering, writing): reading never does.
+    // It holds whole frames, so whatever data stayed in the file is read first.
     mp3::Id3libTag& Library() {
         if (!library_) {
+            for (Frame& frame : frames_)
+                if (frame.deferred) {
+                    platform::File file(path_, platform::OpenMode::Read);
+                    for (Frame& f : frames_) id3v2::LoadDeferredData(f, file);
+                    break;
+                }
             library_ = std::make_unique<mp3::Id3libTag>();
             library_->Load(frames_);
         }
@@ -330,18 +368,18 @@ private:
 
     // The frame a reference property was read from: same frame number, same path, and where
     // several frames give the same path (two covers), the one whose size and type match.
-    const Frame* FindFrameFor(IMPAMetaProperty* property) {
+    Frame* FindFrameFor(IMPAMetaProperty* property) {
         const auto number = NumberChild(property, mp3::kFrameIdProperty);
         const auto dataSize = NumberChild(property, "DataSize");
         const std::string mime = TextChild(property, "MimeType");
         const std::string path = NodePath(property);
         const std::string name = NodeName(property);
-        const Frame* byPath = nullptr;
-        for (const Frame& frame : frames_) {
+        Frame* byPath = nullptr;
+        for (Frame& frame : frames_) {
             if (number && mp3::FrameNumber(frame.id) != *number) continue;
             const auto spec = mp3::ReadFrameProperty(frame);
             if (!spec || spec->type != kTypeReference) continue;
-            const bool samePath = !path.empty() ? (path == spec->path() || EndsWith(path, ":" + spec->path()))
+            const bool samePath = !path.empty() ? (path == spec->path() || EndsWithPath(path, spec->path()))
                                                 : name == spec->name;
             if (!samePath) continue;
             const auto* size = spec->child("DataSize");

@@ -268,7 +268,7 @@ std::optional<PropertySpec> ReadFrameProperty(const Frame& frame) {
             if (p.name.empty()) break;
             if (!Contains(p.name, "Icon") && !Contains(p.name, "Art") && !Contains(p.name, "Picture")) p.name += " Picture";
             p.type = kTypeReference;
-            AddNumber(p, "DataSize", static_cast<uint32_t>(f.data.size()), kFlagType);
+            AddNumber(p, "DataSize", static_cast<uint32_t>(f.dataSize()), kFlagType);
             PictureMime(p, f.mime);
             ok = true;
             break;
@@ -314,6 +314,7 @@ std::optional<PropertySpec> ReadFrameProperty(const Frame& frame) {
 }
 
 std::vector<uint8_t> FrameReferenceData(const Frame& frame) {
+    if (frame.deferred) throw Error(TV_E_FAIL, frame.id + ": its data has not been read from the file");
     const Fields f = id3v2::DecodeFields(frame);
     switch (f.kind) {
         case id3v2::FrameKind::Picture:

@@ -9,6 +9,7 @@
 #include "mp3/id3v2/fields.h"
 #include "mp3/id3v2/tag_reader.h"
 #include "mp3/id3v2_parser.h"
+#include "platform/file.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
 
@@ -192,6 +193,105 @@ TEST_F(Parser, V24DatesAndPeopleReadAsTheirV23Properties) {
     people->GetValue(&d, &n);
     EXPECT_EQ(Bytes(d, d + n), B(std::string("producer\0Ann\0bass\0Bob\0\0", 23)));
 }
+
+// Large covers stay in the file until their data is asked for: reading a library's tags must not
+// cost the covers, and the bytes handed out later must still be the file's own.
+class LargePicture : public Parser, public ::testing::WithParamInterface<uint8_t> {
+protected:
+    static constexpr size_t kCover = 100 * 1024;
+    static Bytes Cover() {
+        Bytes b(kCover);
+        for (size_t i = 0; i < b.size(); ++i) b[i] = uint8_t(i * 7 + i / 251);
+        return b;
+    }
+    // Title, a large front cover (description in UTF-16), lyrics after it, padding.
+    static Bytes File(uint8_t major, const std::string& description = "front") {
+        Bytes desc = Bytes{0xFF, 0xFE};
+        for (char c : description) desc = desc + Bytes{uint8_t(c), 0};
+        const Bytes apic = Bytes{1} + B("image/jpeg") + Bytes{0, 3} + desc + Bytes{0, 0} + Cover();
+        auto frame = [&](const std::string& id, const Bytes& payload) {
+            return major == 4 ? Frame24(id, payload) : Frame23(id, payload);
+        };
+        const Bytes body = frame("TIT2", Latin1Text("Nefertiti")) + frame("APIC", apic) +
+                           frame("USLT", Bytes{0} + B("eng") + Bytes{0} + B("words after the cover")) + Bytes(900, 0);
+        return Tag(major, 0, body) + Audio();
+    }
+    uint64_t LinkCounting(const std::string& path) {
+        platform::File file(path, platform::OpenMode::Read);
+        Counting counting(file);
+        uint32_t tagSize = 0;
+        EXPECT_EQ(parser_->LinkSource(&counting, path.c_str(), &tagSize, 0), TV_S_OK);
+        EXPECT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+        return counting.bytes;
+    }
+    std::vector<uint8_t> CoverData(HRESULT expect = TV_S_OK) {
+        std::vector<uint8_t> buffer(kCover);
+        EXPECT_EQ(parser_->GetFrameData(Find("Album:Cover Art").get(), buffer.data(), uint32_t(buffer.size())), expect);
+        return buffer;
+    }
+    struct Counting final : ByteSource {
+        explicit Counting(ByteSource& source) : inner(source) {}
+        uint64_t size() const override { return inner.size(); }
+        size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
+            const size_t n = inner.readAt(offset, out);
+            bytes += n;
+            return n;
+        }
+        ByteSource& inner;
+        uint64_t bytes = 0;
+    };
+};
+
+TEST_P(LargePicture, ReadingLeavesTheDataInTheFileAndHandsItOutOnDemand) {
+    const std::string path = WriteTemp("large_cover.mp3", File(GetParam()));
+    EXPECT_LT(LinkCounting(path), 32u * 1024);
+    EXPECT_TRUE(Find("Track:Lyrics"));  // the frame after the cover
+    ComPtr<IMPAMetaProperty> size;
+    ASSERT_EQ(Find("Album:Cover Art")->FindFirstChild("DataSize", size.put()), TV_S_OK);
+    const uint8_t* d = nullptr;
+    uint32_t n = 0;
+    ASSERT_EQ(size->GetValue(&d, &n), TV_S_OK);
+    ASSERT_EQ(n, 4u);
+    EXPECT_EQ(uint32_t(d[0] | d[1] << 8 | d[2] << 16 | d[3] << 24), kCover);
+    EXPECT_EQ(CoverData(), Cover());
+}
+
+TEST_P(LargePicture, AFileChangedSinceReadingIsNoticed) {
+    const std::string path = WriteTemp("changed_cover.mp3", File(GetParam()));
+    LinkCounting(path);
+    // Another tagger rewrote the tag: the cover frame now starts elsewhere.
+    Bytes other = File(GetParam(), "a much longer description");
+    WriteTemp("changed_cover.mp3", Tag(3, 0, Frame23("TIT2", Latin1Text("x")) + Bytes(40, 0)) + other);
+    CoverData(TV_E_FAIL);
+}
+
+TEST_P(LargePicture, RenderingBringsTheDataBackIntoTheTag) {
+    const std::string path = WriteTemp("render_cover.mp3", File(GetParam()));
+    LinkCounting(path);
+    uint32_t size = 0;
+    ASSERT_EQ(parser_->GetRenderedSize(&size), TV_S_OK);
+    std::vector<uint8_t> tag(size);
+    uint32_t written = 0;
+    ASSERT_EQ(parser_->Render(tag.data(), size, &written, 0), TV_S_OK);
+    int pictures = 0;
+    for (const auto& f : id3v2::ParseTag(tag).frames) {
+        if (f.id != "APIC") continue;
+        ++pictures;
+        const auto fields = id3v2::DecodeFields(f);
+        EXPECT_EQ(fields.desc, "front");
+        EXPECT_EQ(Bytes(fields.data.begin(), fields.data.end()), Cover());
+    }
+    EXPECT_EQ(pictures, 1);
+}
+
+TEST_P(LargePicture, ADescriptionLongerThanWhatIsProbedMeansReadingItAll) {
+    const std::string path = WriteTemp("long_description.mp3", File(GetParam(), std::string(5000, 'd')));
+    EXPECT_GT(LinkCounting(path), kCover);
+    EXPECT_EQ(CoverData(), Cover());
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, LargePicture, ::testing::Values(uint8_t(3), uint8_t(4)),
+                         [](const auto& p) { return "v2_" + std::to_string(p.param); });
 
 }  // namespace
 }  // namespace tagvera::testing

@@ -103,6 +103,7 @@ Fields DecodeFields(const Frame& frame) {
             f.pictureType = r.u8();
             f.desc = TerminatedString(r, *f.encoding);
             f.data = Rest(r);
+            f.deferredData = frame.deferredBytes();
             break;
         case FrameKind::Object:
             f.encoding = ReadEncoding(r, frame);

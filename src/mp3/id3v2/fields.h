@@ -37,6 +37,8 @@ struct Fields {
     std::optional<uint8_t> rating;
     std::optional<uint64_t> counter;
     std::span<const uint8_t> data;  // points into the frame's payload
+    uint64_t deferredData = 0;      // data bytes still in the file (Frame::deferred)
+    uint64_t dataSize() const { return data.size() + deferredData; }
 
     // The values joined with '/', the v2.3 separator for several values in one text.
     std::string joinedText() const;

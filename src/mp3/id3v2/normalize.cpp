@@ -129,6 +129,9 @@ Frame NormalizeFrame(const Frame& src) {
     out.encryptionMethod = src.encryptionMethod;
     out.group = src.group;
     out.origin = src.origin;
+    // A picture's data is the end of its payload, so the part left in the file stays valid
+    // whatever re-encoding does to the fields before it.
+    out.deferred = src.deferred;
     const Fields f = src.encrypted ? Fields{} : DecodeFields(src);
     if (f.kind == FrameKind::Binary || f.kind == FrameKind::Counter) {
         out.payload = src.payload;

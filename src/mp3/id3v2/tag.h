@@ -25,6 +25,18 @@ struct Frame {
     std::optional<uint8_t> group;  // grouping identity, when the frame had one
     FrameOrigin origin = FrameOrigin::Id3v2;
     std::vector<uint8_t> payload;  // the frame's fields, ready to decode
+
+    // The data of a large picture can stay in the file until somebody asks for it (reading a
+    // library's tags never needs the covers): payload then ends where the data begins.
+    struct Deferred {
+        uint64_t frameOffset = 0;  // the frame's header in the file, checked again before loading
+        uint32_t frameSize = 0;    // the size its header states
+        bool synchsafeSize = false;  // in v2.4 form
+        uint64_t offset = 0;       // the data left out of payload
+        uint32_t size = 0;
+    };
+    std::optional<Deferred> deferred;
+    uint64_t deferredBytes() const { return deferred ? deferred->size : 0; }
 };
 
 struct Tag {

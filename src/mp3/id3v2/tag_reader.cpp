@@ -1,9 +1,12 @@
 #include "mp3/id3v2/tag_reader.h"
 
 #include <algorithm>
+#include <cstring>
+#include <memory>
 #include <string>
 
 #include "base/byte_reader.h"
+#include "mp3/id3v2/fields.h"
 #include "mp3/id3v2/frame_ids.h"
 #include "mp3/id3v2/inflate.h"
 #include "mp3/id3v2/trailing_tags.h"
@@ -98,9 +101,16 @@ std::vector<uint8_t> PicToApic(const std::vector<uint8_t>& pic) {
     return out;
 }
 
+// A picture whose payload is its fields and data as they stand: no compression, encryption,
+// grouping, unsynchronisation or data length in front (v2.3 and v2.4 spell these differently).
+bool PlainPictureFlags(uint8_t major, uint16_t flags) {
+    return major == 3 ? (flags & 0x00E0) == 0 : (flags & 0x004F) == 0;
+}
+
 class FrameWalker {
 public:
-    FrameWalker(Tag& tag, const ReadLimits& limits) : tag_(tag), limits_(limits) {}
+    FrameWalker(Tag& tag, const ReadLimits& limits, std::span<const PictureCut> cuts)
+        : tag_(tag), limits_(limits), cuts_(cuts) {}
 
     void walk(std::span<const uint8_t> body) {
         const size_t headerSize = tag_.major == 2 ? 6 : 10;
@@ -142,7 +152,7 @@ public:
                 continue;
             }
             try {
-                addFrame(id, flags, rest.subspan(headerSize, size));
+                addFrame(id, flags, rest.subspan(headerSize, size), CutAt(pos - headerSize - size));
             } catch (const Error& e) {
                 tag_.skipped.push_back(id + ": " + e.what());
             }
@@ -152,7 +162,30 @@ public:
     }
 
 private:
-    void addFrame(const std::string& id, uint16_t flags, std::span<const uint8_t> data) {
+    // The cut of the frame whose header is at pos in the body (which starts right after the tag
+    // header: a tag with cuts has no extended header and no unsynchronisation).
+    const PictureCut* CutAt(size_t pos) {
+        while (nextCut_ < cuts_.size() && cuts_[nextCut_].frameStart < kHeaderSize + pos) ++nextCut_;
+        return nextCut_ < cuts_.size() && cuts_[nextCut_].frameStart == kHeaderSize + pos ? &cuts_[nextCut_] : nullptr;
+    }
+
+    void addFrame(const std::string& id, uint16_t flags, std::span<const uint8_t> data, const PictureCut* cut) {
+        if (cut) {
+            // Only the fields before the data were read; the data stays in the file.
+            if (id != "APIC" || !PlainPictureFlags(tag_.major, flags) || cut->kept > data.size())
+                throw Error(TV_E_FAIL, "picture left in the file does not match its frame");
+            Frame f;
+            f.sourceId = f.id = id;
+            f.version = tag_.major;
+            f.statusFlags = static_cast<uint16_t>(tag_.major == 3 ? flags & 0xE000 : (flags & 0x7000) << 1);
+            f.payload.assign(data.begin(), data.begin() + static_cast<ptrdiff_t>(cut->kept));
+            const uint64_t frameOffset = tag_.offset + cut->frameStart;
+            f.deferred = Frame::Deferred{frameOffset, static_cast<uint32_t>(data.size()), tag_.major == 4,
+                                         frameOffset + kHeaderSize + cut->kept,
+                                         static_cast<uint32_t>(data.size() - cut->kept)};
+            tag_.frames.push_back(std::move(f));
+            return;
+        }
         Frame f;
         f.sourceId = id;
         f.version = tag_.major;
@@ -244,6 +277,8 @@ private:
 
     Tag& tag_;
     const ReadLimits& limits_;
+    std::span<const PictureCut> cuts_;
+    size_t nextCut_ = 0;
     size_t inflatedSoFar_ = 0;
 };
 
@@ -275,9 +310,120 @@ size_t SkipV4ExtendedHeader(Tag& tag, std::span<const uint8_t> body) {
     return size;
 }
 
+// The bytes of one tag; with pictures left out, their data is never read (nor its memory touched).
+struct TagBytes {
+    std::unique_ptr<uint8_t[]> data;
+    size_t size = 0;
+    std::span<const uint8_t> span() const { return {data.get(), size}; }
+};
+
+TagBytes WholeTag(ByteSource& source, uint64_t offset, size_t total) {
+    TagBytes bytes{std::make_unique<uint8_t[]>(total), total};
+    if (total > 0 && source.readAt(offset, {bytes.data.get(), total}) != total) throw Error(TV_E_FAIL, "short read");
+    return bytes;
+}
+
+// How many payload bytes come before a picture's data, when its first bytes hold all its fields.
+std::optional<size_t> PictureFieldsLength(std::span<const uint8_t> head) {
+    Frame probe;
+    probe.id = "APIC";
+    probe.payload.assign(head.begin(), head.end());
+    try {
+        const Fields f = DecodeFields(probe);
+        if (f.data.empty()) return std::nullopt;  // the fields may run on past what was read
+        return head.size() - f.data.size();
+    } catch (const Error&) {
+        return std::nullopt;
+    }
+}
+
+// Reads a tag, leaving out the data of large plain pictures (cuts says which). It walks the frame
+// headers as the parser will, so that every header the parser meets has been read; a tag whose
+// walk is not plain (v2.2, unsynchronised, an extended header, a v2.4 tag whose frame sizes do
+// not read as synchsafe) is read whole.
+TagBytes ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& header, uint32_t deferFrom,
+                      std::vector<PictureCut>& cuts) {
+    constexpr size_t kChunk = 16 * 1024;
+    constexpr size_t kPictureHead = 4096;  // MIME type and description fit; else the picture is read
+    const size_t total = static_cast<size_t>(header.totalSize());
+    const bool plain = (header.major == 3 || header.major == 4) && (header.flags & (kTagUnsync | kTagExtended)) == 0;
+    if (deferFrom == 0 || !plain || total <= kChunk) return WholeTag(source, offset, total);
+
+    TagBytes bytes{std::unique_ptr<uint8_t[]>(new uint8_t[total]), total};
+    size_t loaded = 0;
+    auto ensure = [&](size_t end) {
+        end = std::min(end, total);
+        if (end <= loaded) return;
+        const size_t readEnd = std::min(total, std::max(end, loaded + kChunk));
+        if (source.readAt(offset + loaded, {bytes.data.get() + loaded, readEnd - loaded}) != readEnd - loaded)
+            throw Error(TV_E_FAIL, "short read");
+        loaded = readEnd;
+    };
+    const size_t bodyEnd = kHeaderSize + header.bodySize;
+    size_t pos = kHeaderSize;
+    bool walkedToPadding = true;
+    while (bodyEnd - pos >= kHeaderSize) {
+        ensure(pos + kHeaderSize);
+        const uint8_t* p = bytes.data.get() + pos;
+        if (p[0] == 0) break;
+        const bool synchsafe = header.major == 4;
+        if (!IsValidFrameId(std::string_view(reinterpret_cast<const char*>(p), 4)) ||
+            (synchsafe && ((p[4] | p[5] | p[6] | p[7]) & 0x80))) {
+            walkedToPadding = false;
+            break;
+        }
+        const uint64_t size = synchsafe ? SynchsafeToInt(p + 4) : ByteReader(p + 4, 4).u32be();
+        if (size > bodyEnd - pos - kHeaderSize) {
+            walkedToPadding = false;
+            break;
+        }
+        const size_t dataStart = pos + kHeaderSize;
+        if (size >= deferFrom && std::memcmp(p, "APIC", 4) == 0 &&
+            PlainPictureFlags(header.major, ByteReader(p + 8, 2).u16be())) {
+            const size_t head = std::min<size_t>(kPictureHead, size);
+            ensure(dataStart + head);
+            if (const auto kept = PictureFieldsLength({bytes.data.get() + dataStart, head})) {
+                cuts.push_back({pos, *kept});
+                pos = dataStart + size;
+                loaded = std::max(loaded, pos);
+                continue;
+            }
+        }
+        ensure(dataStart + size);
+        pos = dataStart + size;
+    }
+    ensure(total);
+    // v2.4 sizes are read as synchsafe only when that reading walks the whole tag (else the
+    // parser tries them as plain numbers, and would walk through what was not read).
+    if (header.major == 4 && !cuts.empty() &&
+        (!walkedToPadding || !IsAllZero(std::span<const uint8_t>(bytes.data.get() + pos, bodyEnd - pos)))) {
+        cuts.clear();
+        return WholeTag(source, offset, total);
+    }
+    return bytes;
+}
+
 }  // namespace
 
-Tag ParseTag(std::span<const uint8_t> tagBytes, uint64_t offset, const ReadLimits& limits) {
+void LoadDeferredData(Frame& frame, ByteSource& source) {
+    if (!frame.deferred) return;
+    const Frame::Deferred& d = *frame.deferred;
+    uint8_t head[kHeaderSize];
+    if (frame.sourceId.size() != 4 || source.readAt(d.frameOffset, head) != kHeaderSize ||
+        std::memcmp(head, frame.sourceId.data(), 4) != 0 ||
+        (d.synchsafeSize ? SynchsafeToInt(head + 4) : ByteReader(head + 4, 4).u32be()) != d.frameSize)
+        throw Error(TV_E_FAIL, frame.id + ": the file has changed since its tag was read");
+    const size_t kept = frame.payload.size();
+    frame.payload.resize(kept + d.size);
+    if (source.readAt(d.offset, {frame.payload.data() + kept, d.size}) != d.size) {
+        frame.payload.resize(kept);
+        throw Error(TV_E_FAIL, frame.id + ": the file has changed since its tag was read");
+    }
+    frame.deferred.reset();
+}
+
+Tag ParseTag(std::span<const uint8_t> tagBytes, uint64_t offset, const ReadLimits& limits,
+             std::span<const PictureCut> cuts) {
     const auto header = ParseTagHeader(tagBytes);
     if (!header) throw Error(TV_E_FAIL, "not an ID3v2 tag header");
     if (header->major < 2 || header->major > 4)
@@ -305,8 +451,10 @@ Tag ParseTag(std::span<const uint8_t> tagBytes, uint64_t offset, const ReadLimit
         const size_t skip = tag.major == 3 ? SkipV3ExtendedHeader(tag, body) : SkipV4ExtendedHeader(tag, body);
         body = body.subspan(skip);
     }
+    if (!cuts.empty() && ((tag.flags & kTagUnsync) || tag.extendedHeader || tag.major < 3))
+        throw Error(TV_E_FAIL, "pictures left out of a tag that is not plain");
     if (tag.major == 4) tag.plainFrameSizes = DetectPlainV24Sizes(body);
-    FrameWalker(tag, limits).walk(body);
+    FrameWalker(tag, limits, cuts).walk(body);
     return tag;
 }
 
@@ -328,8 +476,9 @@ FileTags ReadFileTags(ByteSource& source, const ReadOptions& options) {
                 break;
             }
             try {
-                const auto bytes = source.readExact(offset, static_cast<size_t>(total));
-                tags.prepended.push_back(ParseTag(bytes, offset, options.limits));
+                std::vector<PictureCut> cuts;
+                const TagBytes bytes = ReadTagBytes(source, offset, *header, options.deferPicturesFrom, cuts);
+                tags.prepended.push_back(ParseTag(bytes.span(), offset, options.limits, cuts));
             } catch (const Error& e) {
                 // An unreadable tag still has a known size: the audio starts after it.
                 tags.skipped.push_back(std::string("ID3v2 tag at ") + std::to_string(offset) + ": " + e.what());

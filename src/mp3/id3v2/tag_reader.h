@@ -24,7 +24,17 @@ struct ReadLimits {
 struct ReadOptions {
     bool prepended = true;  // ID3v2 tags at the start
     bool appended = true;   // an ID3v2 tag with footer, Lyrics3 and ID3v1 at the end
+    // Pictures (APIC) of at least this many bytes in a plain tag at the start leave their data in
+    // the file (Frame::deferred) and are not read; 0 reads everything.
+    uint32_t deferPicturesFrom = 0;
     ReadLimits limits;
+};
+
+// A picture frame of a tag whose data was not read: where its header starts in the tag's bytes,
+// and how many bytes of its payload (the fields before the data) were.
+struct PictureCut {
+    size_t frameStart = 0;
+    size_t kept = 0;
 };
 
 struct TagHeader {
@@ -39,10 +49,17 @@ std::optional<TagHeader> ParseTagHeader(std::span<const uint8_t> bytes);
 
 // One whole tag, header first. Throws Error for a tag that cannot be read at all (unknown
 // major version, a broken extended header); bad frames are skipped and listed in Tag::skipped.
-Tag ParseTag(std::span<const uint8_t> tagBytes, uint64_t offset = 0, const ReadLimits& limits = {});
+// cuts name the pictures whose data tagBytes does not hold (what a tag read with
+// deferPicturesFrom left out); their frames get Frame::deferred.
+Tag ParseTag(std::span<const uint8_t> tagBytes, uint64_t offset = 0, const ReadLimits& limits = {},
+             std::span<const PictureCut> cuts = {});
 
 // Every tag of a file. Throws Error when the first tag claims more bytes than the file has.
 FileTags ReadFileTags(ByteSource& source, const ReadOptions& options = {});
+
+// Reads the data a deferred frame left in the file onto the end of its payload, after checking
+// that the frame's header there is still the one read. Throws Error when the file has changed.
+void LoadDeferredData(Frame& frame, ByteSource& source);
 
 // Undoes unsynchronisation (FF 00 -> FF).
 std::vector<uint8_t> RemoveUnsync(std::span<const uint8_t> bytes);

@@ -21,6 +21,7 @@ void PutSynchsafe(uint8_t* p, uint32_t v) {
 
 void AppendV23Frame(std::vector<uint8_t>& out, const Frame& f) {
     if (f.id.size() != 4 || !IsValidFrameId(f.id)) throw Error(TV_E_FAIL, "frame id '" + f.id + "' cannot be written");
+    if (f.deferred) throw Error(TV_E_FAIL, f.id + ": its data is still in the file and cannot be written");
     uint16_t flags = f.statusFlags & 0xE000;
     size_t extra = 0;
     if (f.encrypted) flags |= 0x0040, ++extra;
