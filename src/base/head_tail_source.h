@@ -1,7 +1,8 @@
 // A ByteSource that answers small reads near the start and the end of another from two blocks,
 // each read once: tag readers probe a file's head (ID3v2 headers, the tag) and its tail (ID3v1,
-// Lyrics3, a footer) with many small reads, each a system call on a file. Reads elsewhere, or
-// not wholly inside a block, go to the source.
+// Lyrics3, a footer) with many small reads, each a system call on a file. A read that starts in
+// the head, or in the last small read passed on (the probe for a tag after a tag), takes what it
+// holds and only the rest from the source, so that the audio after a tag is read once.
 #ifndef TAGVERA_BASE_HEAD_TAIL_SOURCE_H
 #define TAGVERA_BASE_HEAD_TAIL_SOURCE_H
 
@@ -25,12 +26,9 @@ public:
     size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
         const uint64_t size = source_.size();
         if (out.empty() || offset >= size) return source_.readAt(offset, out);
-        if (offset < headWanted_ && out.size() <= headWanted_ - offset) {
-            if (!headRead_) {
-                head_ = ReadBlock(0, std::min<uint64_t>(headWanted_, size));
-                headRead_ = true;
-            }
-            if (Serve(head_, 0, offset, out)) return out.size();
+        if (offset < headWanted_ && !headRead_) {
+            head_ = ReadBlock(0, std::min<uint64_t>(headWanted_, size));
+            headRead_ = true;
         }
         const uint64_t tailStart = size > tailWanted_ ? size - tailWanted_ : 0;
         if (offset >= tailStart) {
@@ -39,9 +37,19 @@ public:
                 tail_ = ReadBlock(tailStart, size - tailStart);
                 tailRead_ = true;
             }
-            if (Serve(tail_, tailStart_, offset, out)) return out.size();
+            if (Prefix(tail_, tailStart_, offset, out) == out.size()) return out.size();
         }
-        return source_.readAt(offset, out);
+        size_t done = Prefix(head_, 0, offset, out);
+        // A head shorter than asked for is the whole file.
+        if (done > 0 && head_.size() < headWanted_) return done;
+        if (done == 0) done = Prefix(recent_, recentStart_, offset, out);
+        if (done == out.size()) return done;
+        const size_t got = source_.readAt(offset + done, out.subspan(done));
+        if (got <= kRecentBytes) {
+            recent_.assign(out.begin() + static_cast<ptrdiff_t>(done), out.begin() + static_cast<ptrdiff_t>(done + got));
+            recentStart_ = offset + done;
+        }
+        return done + got;
     }
 
 private:
@@ -51,18 +59,22 @@ private:
         block.resize(source_.readAt(offset, block));
         return block;
     }
-    // Copies out of the block when it holds all of [offset, offset + out.size()).
-    static bool Serve(const std::vector<uint8_t>& block, uint64_t blockStart, uint64_t offset, std::span<uint8_t> out) {
-        if (offset < blockStart || offset - blockStart > block.size() || out.size() > block.size() - (offset - blockStart))
-            return false;
-        std::memcpy(out.data(), block.data() + (offset - blockStart), out.size());
-        return true;
+    // Copies what the block holds of [offset, offset + out.size()) from its start; the count.
+    static size_t Prefix(const std::vector<uint8_t>& block, uint64_t blockStart, uint64_t offset, std::span<uint8_t> out) {
+        if (offset < blockStart || offset - blockStart >= block.size()) return 0;
+        const size_t from = static_cast<size_t>(offset - blockStart);
+        const size_t n = std::min(out.size(), block.size() - from);
+        std::memcpy(out.data(), block.data() + from, n);
+        return n;
     }
+
+    // Reads up to this size are kept: the probes for a header, never the audio.
+    static constexpr size_t kRecentBytes = 64;
 
     ByteSource& source_;
     size_t headWanted_, tailWanted_;
-    std::vector<uint8_t> head_, tail_;
-    uint64_t tailStart_ = 0;
+    std::vector<uint8_t> head_, tail_, recent_;
+    uint64_t tailStart_ = 0, recentStart_ = 0;
     bool headRead_ = false, tailRead_ = false;
 };
 

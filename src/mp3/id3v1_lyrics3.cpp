@@ -7,7 +7,7 @@ namespace tagvera {
 
 namespace {
 
-constexpr size_t kFooterSize = 15;  // 6-digit size + "LYRICS200"
+constexpr size_t kFooterSize = kLyrics3v2TrailerSize;
 constexpr char kBegin[] = "LYRICSBEGIN";
 constexpr size_t kBeginSize = sizeof(kBegin) - 1;
 

@@ -14,6 +14,9 @@
 
 namespace tagvera {
 
+// The 6-digit size and "LYRICS200" that end a block, right before the ID3v1 tag.
+inline constexpr size_t kLyrics3v2TrailerSize = 15;
+
 struct Lyrics3v2Tag {
     uint64_t offset = 0;  // of "LYRICSBEGIN"
     uint64_t size = 0;    // the whole block, through its 6-digit size and "LYRICS200"

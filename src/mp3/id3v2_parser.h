@@ -3,6 +3,7 @@
 #ifndef TAGVERA_MP3_ID3V2_PARSER_H
 #define TAGVERA_MP3_ID3V2_PARSER_H
 
+#include "base/byte_source.h"
 #include "tagvera/abi.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
@@ -34,6 +35,9 @@ struct IMPAID3v2Parser : IUnknown {
     // Saves the bytes behind a reference property into the file at path (what the importer's
     // SavePropertyData needs; slot 9 goes the other way).
     TV_METHOD(SaveFrameDataToFile)(IMPAMetaProperty* property, const char* path) = 0;                  // 16
+    // LinkFile reading through source, which holds the bytes of the file at path: the importer
+    // reads the file's two ends once for all its readers. Package-internal (a C++ object).
+    TV_METHOD(LinkSource)(tagvera::ByteSource* source, const char* path, uint32_t* tagSize, uint32_t flags) = 0;  // 17
 };
 
 namespace tagvera {

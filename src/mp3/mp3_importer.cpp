@@ -9,6 +9,7 @@
 #include "component/managed_component.h"
 #include "metaprop/metaprop_component.h"
 #include "mp3/id3v1_map.h"
+#include "mp3/mp3_read_plan.h"
 #include "mp3/mp3_tag_writer.h"
 #include "mp3/mp3_xing_repair.h"
 #include "platform/safe_write.h"
@@ -60,6 +61,7 @@ HRESULT CImportMP3File::OpenLight(const char* path) { return Open(path, false); 
 void CImportMP3File::Forget() {
     ReleaseTags();
     id3v2_.reset();
+    probes_.reset();
     file_.reset();
     path_.clear();
     fileSize_ = 0;
@@ -75,24 +77,32 @@ void CImportMP3File::ReleaseTags() {
     tagsLoaded_ = false;
 }
 
-void CImportMP3File::CloseFile() { file_.reset(); }
+void CImportMP3File::CloseFile() {
+    probes_.reset();
+    file_.reset();
+}
 
 platform::File& CImportMP3File::OpenedFile() {
     if (!file_) file_.emplace(path_, platform::OpenMode::Read);
     return *file_;
 }
 
+ByteSource& CImportMP3File::ProbedFile() {
+    if (!probes_) probes_.emplace(OpenedFile(), kMp3HeadProbe, kMp3TailProbe);
+    return *probes_;
+}
+
 HRESULT CImportMP3File::Open(const char* path, bool full) {
     if (!path || !*path) return TV_E_INVALIDARG;
     const HRESULT result = Guard([&]() -> HRESULT {
         Forget();
-        // Only a regular file: a FIFO or device would block or never end.
-        if (!platform::IsRegularFile(path)) return TV_E_FAIL;
         try {
             file_.emplace(path, platform::OpenMode::Read);
         } catch (const Error&) {
             return TV_E_FAIL;
         }
+        // Only a regular file: a FIFO or device would block or never end.
+        if (!file_->regular()) return TV_E_FAIL;
         fileSize_ = file_->size();
 
         uint32_t tagSize = 0;
@@ -101,7 +111,7 @@ HRESULT CImportMP3File::Open(const char* path, bool full) {
                 Forget();
                 return TV_E_OUTOFMEMORY;
             }
-            if (const HRESULT hr = id3v2_->LinkFile(path, &tagSize, kLinkId3v2Only); Failed(hr)) {
+            if (const HRESULT hr = id3v2_->LinkSource(&ProbedFile(), path, &tagSize, kLinkId3v2Only); Failed(hr)) {
                 Forget();
                 return hr;
             }
@@ -109,13 +119,15 @@ HRESULT CImportMP3File::Open(const char* path, bool full) {
         Mp3AudioInfo audio;
         Mp3ScanOptions scan;
         scan.fileWritable = xingRepair_ && platform::IsWritableFile(path);
-        if (const HRESULT hr = ScanMp3Audio(*file_, tagSize, &audio, scan); Failed(hr)) {
+        if (const HRESULT hr = ScanMp3Audio(ProbedFile(), tagSize, &audio, scan); Failed(hr)) {
             Forget();
             return hr;
         }
         // The one change reading makes (mp3_xing_repair.h); a file that refuses it is read as it is.
-        if (audio.xingRepair && ApplyXingRepair(path, *audio.xingRepair, fileSize_) == XingRepairResult::Written)
+        if (audio.xingRepair && ApplyXingRepair(path, *audio.xingRepair, fileSize_) == XingRepairResult::Written) {
             writeReport_ = std::string("xing: ") + XingRepairText(*audio.xingRepair) + "\n";
+            CloseFile();  // what was read of its head is no longer what it holds
+        }
         audio_ = audio;
         id3v2TagSize_ = tagSize;
         path_ = path;
@@ -189,7 +201,7 @@ HRESULT CImportMP3File::InterrogateLite(IMPAMetaProperty** tree) {
         // A tree of its own: the full tree, when loaded, stays what on-demand data refers to.
         ComPtr<IMPAMetaProperty> lite;
         if (const HRESULT hr = CreateTree(lite); Failed(hr)) return hr;
-        MergeId3v1Tag(OpenedFile(), lite.get());  // a file without an ID3v1 tag adds nothing
+        MergeId3v1Tag(ProbedFile(), lite.get());  // a file without an ID3v1 tag adds nothing
         const HRESULT stats = SetStatistics(lite.get());
         if (Failed(stats)) return stats;
         if (const HRESULT hr = HandOut(lite.get(), tree); Failed(hr)) return hr;

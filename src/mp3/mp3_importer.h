@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 
+#include "base/head_tail_source.h"
 #include "component/context_user.h"
 #include "component/unknown.h"
 #include "mp3/id3v2_parser.h"
@@ -111,6 +112,8 @@ private:
     HRESULT Open(const char* path, bool full);
     void Forget();
     platform::File& OpenedFile();
+    // The opened file with its two ends read once for every reader (mp3_read_plan.h).
+    ByteSource& ProbedFile();
     HRESULT LoadTagsImpl();
     HRESULT LinkId3v2(uint32_t* tagSize);
     HRESULT ReadJukeboxFrame(IMPAMetaProperty* v2Tree, IMPAMetaProperty* k1Tree);
@@ -122,6 +125,7 @@ private:
 
     std::string path_;
     std::optional<platform::File> file_;
+    std::optional<HeadTailSource> probes_;  // over file_; goes when file_ closes
     uint64_t fileSize_ = 0;
     uint32_t id3v2TagSize_ = 0;
     Mp3AudioInfo audio_;

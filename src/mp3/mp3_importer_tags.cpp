@@ -27,7 +27,7 @@ HRESULT CImportMP3File::LinkId3v2(uint32_t* tagSize) {
         id3v2_.reset();
         return TV_E_OUTOFMEMORY;
     }
-    const HRESULT hr = id3v2_->LinkFile(path_.c_str(), tagSize, kLinkId3v2Only);
+    const HRESULT hr = id3v2_->LinkSource(&ProbedFile(), path_.c_str(), tagSize, kLinkId3v2Only);
     if (Failed(hr)) id3v2_.reset();
     return hr;
 }
@@ -56,7 +56,7 @@ HRESULT CImportMP3File::LoadTagsImpl() {
             case TagSource::Jukebox: hr = result->MergeFrom(k1Tree.get(), false, 0); break;
             case TagSource::Id3v2: hr = result->MergeFrom(v2Tree.get(), false, 0); break;
             // A file without an ID3v1 tag adds nothing.
-            case TagSource::Id3v1: MergeId3v1Tag(OpenedFile(), result.get()); break;
+            case TagSource::Id3v1: MergeId3v1Tag(ProbedFile(), result.get()); break;
         }
         if (Failed(hr)) return hr;
     }

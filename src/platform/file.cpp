@@ -48,7 +48,9 @@ FileError::FileError(const std::string& step, const std::string& path, const std
 
 File::File(const std::string& path, OpenMode mode) : path_(path), mode_(mode) {
     if (const int err = Injected(fault::Step::Open)) throw FileError("open", path, err);
-    const int flags = (mode == OpenMode::ReadWrite ? O_RDWR : O_RDONLY) | O_CLOEXEC;
+    // Non-blocking so that opening a FIFO returns at once (regular files ignore the flag); the
+    // caller sees regular() and turns away what is not a file.
+    const int flags = (mode == OpenMode::ReadWrite ? O_RDWR : O_RDONLY) | O_CLOEXEC | O_NONBLOCK;
     do {
         fd_ = ::open(path.c_str(), flags);
     } while (fd_ < 0 && errno == EINTR);
@@ -56,6 +58,7 @@ File::File(const std::string& path, OpenMode mode) : path_(path), mode_(mode) {
     try {
         const struct stat st = StatOf(fd_, path);
         if (S_ISDIR(st.st_mode)) throw FileError("open", path, EISDIR);
+        regular_ = S_ISREG(st.st_mode);
         size_ = static_cast<uint64_t>(st.st_size);
     } catch (...) {
         ::close(fd_);
@@ -82,7 +85,7 @@ File::~File() {
 
 File::File(File&& other) noexcept
     : path_(std::move(other.path_)), mode_(other.mode_), fd_(std::exchange(other.fd_, -1)),
-      size_(other.size_), bytesRead_(other.bytesRead_) {}
+      regular_(other.regular_), size_(other.size_), bytesRead_(other.bytesRead_) {}
 
 File& File::operator=(File&& other) noexcept {
     if (this != &other) {
@@ -90,6 +93,7 @@ File& File::operator=(File&& other) noexcept {
         path_ = std::move(other.path_);
         mode_ = other.mode_;
         fd_ = std::exchange(other.fd_, -1);
+        regular_ = other.regular_;
         size_ = other.size_;
         bytesRead_ = other.bytesRead_;
     }

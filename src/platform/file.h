@@ -65,6 +65,8 @@ public:
     void close();
 
     bool isOpen() const { return fd_ >= 0; }
+    // False for a FIFO, a device or a socket (opening one never waits for a peer).
+    bool regular() const { return regular_; }
     bool writable() const { return mode_ == OpenMode::ReadWrite; }
     const std::string& path() const { return path_; }
     // Bytes this object has read so far, for benchmarks and read-budget tests.
@@ -78,6 +80,7 @@ private:
     std::string path_;
     OpenMode mode_;
     int fd_ = -1;
+    bool regular_ = true;
     uint64_t size_ = 0;
     uint64_t bytesRead_ = 0;
 };

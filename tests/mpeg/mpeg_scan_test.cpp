@@ -4,6 +4,10 @@
 #include <cmath>
 #include <random>
 
+#include "base/head_tail_source.h"
+#include "mp3/id3v1_tag.h"
+#include "mp3/id3v2/tag_reader.h"
+#include "mp3/mp3_read_plan.h"
 #include "mp3/mpeg_scan.h"
 #include "mpeg/mpeg_test_support.h"
 #include "platform/file.h"
@@ -250,6 +254,38 @@ TEST(ScanMp3Audio, ReadsTheSameFewBytesFromAFileOfAnySize) {
     EXPECT_EQ(small, huge);
     EXPECT_EQ(small, enormous);
     EXPECT_LE(small, kMp3AnalysisWindow + 256u);  // the window, the tail, a tag header
+}
+
+// What the importer reads of a constant-rate file, tags and all: each byte once, and no more than
+// the ID3v2 tag, the analysis window and the file's last bytes (ID3v1 with what may precede it).
+TEST(ScanMp3Audio, WithTheTagReadersCostsTheTagsAndTheWindowOnly) {
+    for (const size_t tagBytes : {size_t(3000), size_t(40000)}) {
+        std::vector<uint8_t> file = {'I', 'D', '3', 3, 0, 0};
+        const size_t body = tagBytes - 10;
+        for (int shift = 21; shift >= 0; shift -= 7) file.push_back(uint8_t((body >> shift) & 0x7F));
+        const std::vector<uint8_t> title = {'T', 'I', 'T', '2', 0, 0, 0, 4, 0, 0, 0, 'a', 'b', 'c'};
+        Append(file, title);
+        file.resize(tagBytes, 0);
+        Append(file, SilentFrames(0xFFFB9440, 384, 2500));
+        std::vector<uint8_t> id3v1(128, 0);
+        id3v1[0] = 'T', id3v1[1] = 'A', id3v1[2] = 'G';
+        Append(file, id3v1);
+
+        MemorySource memory(file);
+        CountingSource counting(memory);
+        HeadTailSource probes(counting, kMp3HeadProbe, kMp3TailProbe);
+        id3v2::ReadOptions options;
+        options.deferPicturesFrom = 16 * 1024;
+        const id3v2::FileTags tags = id3v2::ReadFileTags(probes, options);
+        ASSERT_EQ(tags.prependedSize, tagBytes);
+        Mp3AudioInfo info;
+        ASSERT_EQ(ScanMp3Audio(probes, tags.prependedSize, &info), TV_S_OK);
+        Id3v1Tag record;
+        EXPECT_EQ(ReadId3v1Tag(probes, &record), TV_S_OK);
+        EXPECT_EQ(info.bitRate, 128000u);
+        EXPECT_LE(counting.bytesRead, tagBytes + kMp3AnalysisWindow + kMp3TailProbe) << tagBytes;
+        EXPECT_LE(counting.reads, 5u) << tagBytes;
+    }
 }
 
 TEST(ScanMp3Audio, ClipsADurationThatDoesNotFit32Bits) {
