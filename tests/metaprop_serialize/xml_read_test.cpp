@@ -47,18 +47,9 @@ TEST(XmlRead, DocumentOfAnIndependentWriterGivesTheSameTree) {
     EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(EveryTypeTree().get(), XmlRules()));
 }
 
-TEST(XmlRead, NamesAndTypesAreMatchedWithoutCase) {
+TEST(XmlRead, ValuesByTypeWithNamesMatchedWithoutCase) {
     Node tree = Read(
-        "<kjmetadata><prop NAME=\"R\" TYPE=\"Reference\" Flags=\"READONLY,bogus,Flatten\" />"
-        "<Prop name=\"N\" type=\"NUMBER\" value=\"42\" /></kjmetadata>");
-    EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
-              "\"N\" t=4 f=0 v=2a000000\n"
-              "\"R\" t=10 f=0x41 v=-\n");
-}
-
-TEST(XmlRead, ValuesByType) {
-    Node tree = Read(
-        "<KJMETADATA>"
+        "<kjmetadata>"
         "<PROP name=\"bin\" type=\"binary\" value=\"mgh100lxxEBA\" />"
         "<PROP name=\"short\" type=\"binary\" value=\"mgh10\" />"
         "<PROP name=\"odd\" type=\"binary\" value=\"#$%!!!\" />"
@@ -70,8 +61,13 @@ TEST(XmlRead, ValuesByType) {
         "<PROP name=\"t\" value=\"&lt;b&gt; &amp;amp; &#65;\" />"
         "<PROP name=\"u\" type=\"type not defined yet\" value=\"x\" />"
         "<PROP name=\"g\" type=\"group\" value=\"ignored\" />"
-        "</KJMETADATA>");
+        "<prop NAME=\"R\" TYPE=\"Reference\" Flags=\"READONLY,bogus,Flatten\" />"
+        "<Prop name=\"N\" type=\"NUMBER\" value=\"42\" />"
+        "</kjmetadata>");
+    // Names, types and flags are matched without regard to case; unknown flags are skipped.
     EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
+              "\"N\" t=4 f=0 v=2a000000\n"
+              "\"R\" t=10 f=0x41 v=-\n"
               "\"big\" t=4 f=0 v=ffffffff\n"
               "\"bin\" t=5 f=0 v=00017f80ff000000\n"
               "\"f0\" t=3 f=0 v=00\n"
