@@ -38,7 +38,7 @@ CBitStream::CBitStream(std::span<const uint8_t> bytes) : CBitStream(static_cast<
 }
 
 void CBitStream::Reset() {
-    writePos_ = readPos_ = bitsAvailable_ = consumedSinceMark_ = 0;
+    writePos_ = readPos_ = bitsAvailable_ = 0;
     bitsConsumed_ = 0;
     endOfStream_ = false;
 }
@@ -70,16 +70,17 @@ uint32_t CBitStream::FillFromSource() {
     return total;
 }
 
-uint32_t CBitStream::PeekBits(uint32_t n) const {
-    if (n > 32 || n > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream read past its data");
+uint32_t CBitStream::PeekBitsAt(uint32_t ahead, uint32_t n) const {
+    if (n > 32 || uint64_t(ahead) + n > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream read past its data");
     if (n == 0) return 0;
-    // The five ring bytes under the read position hold any 32 bits starting in the first of them;
+    // The five ring bytes under the position hold any 32 bits starting in the first of them;
     // bytes past the data are in the ring too, and their bits are shifted out.
     const uint32_t mask = capacity_ - 1;
-    const uint32_t byte = readPos_ >> 3;
+    const uint32_t position = (readPos_ + ahead) & (CapacityBits() - 1);
+    const uint32_t byte = position >> 3;
     uint64_t window = 0;
     for (uint32_t i = 0; i < 5; ++i) window = (window << 8) | ring_[(byte + i) & mask];
-    const uint32_t shift = 40 - (readPos_ & 7) - n;
+    const uint32_t shift = 40 - (position & 7) - n;
     return static_cast<uint32_t>((window >> shift) & ((uint64_t(1) << n) - 1));
 }
 
@@ -93,7 +94,6 @@ void CBitStream::Skip(uint32_t bits) {
     if (bits > bitsAvailable_) throw Error(TV_E_FAIL, "bit stream skip past its data");
     readPos_ = (readPos_ + bits) & (CapacityBits() - 1);
     bitsAvailable_ -= bits;
-    consumedSinceMark_ += bits;
     bitsConsumed_ += bits;
 }
 
@@ -102,7 +102,6 @@ void CBitStream::Unskip(uint32_t bits) {
         throw Error(TV_E_FAIL, "bit stream put back more than it holds");
     readPos_ = (readPos_ - bits) & (CapacityBits() - 1);
     bitsAvailable_ += bits;
-    consumedSinceMark_ = consumedSinceMark_ >= bits ? consumedSinceMark_ - bits : 0;
     bitsConsumed_ -= bits;
 }
 
@@ -128,10 +127,7 @@ MpegStatus CMpegBitStream::SearchSync() {
         const uint32_t h = PeekBits(32);
         if ((h >> 21) == 0x7FF && header_.Decode(h) && FitsRing(header_)) {
             if (available >= header_.frameBits + 32) {
-                Mark();
-                Skip(header_.frameBits);
-                const uint32_t next = ReadBits(32);
-                RewindToMark();
+                const uint32_t next = PeekBitsAt(header_.frameBits, 32);
                 if ((next & kMpegStableHeaderMask) == (h & kMpegStableHeaderMask)) {
                     reference_ = h & kMpegStableHeaderMask;
                     lookAhead_ = 10;
@@ -153,27 +149,14 @@ MpegStatus CMpegBitStream::SearchSync() {
 MpegStatus CMpegBitStream::NextFrame() {
     skippedBits_ = 0;
     const uint32_t available = BitsAvailable();
-    Mark();
-    const uint32_t h = ReadBits(32);
-    if ((h & kMpegStableHeaderMask) != reference_ || !header_.Decode(h) || !FitsRing(header_)) {
-        RewindToMark();
-        return MPEG_LOSTSYNC;
-    }
-    if (available < header_.frameBits) {
-        RewindToMark();
-        return MPEG_SYNC_NEEDDATA;
-    }
+    const uint32_t h = PeekBits(32);
+    if ((h & kMpegStableHeaderMask) != reference_ || !header_.Decode(h) || !FitsRing(header_)) return MPEG_LOSTSYNC;
+    if (available < header_.frameBits) return MPEG_SYNC_NEEDDATA;
     // The first frames after sync are each confirmed by the header that follows them.
     if (lookAhead_ > 0 && available >= header_.frameBits + 32) {
-        Skip(header_.frameBits - 32);
-        const uint32_t next = ReadBits(32);
-        if ((next & kMpegStableHeaderMask) != reference_) {
-            RewindToMark();
-            return MPEG_LOSTSYNC;
-        }
+        if ((PeekBitsAt(header_.frameBits, 32) & kMpegStableHeaderMask) != reference_) return MPEG_LOSTSYNC;
         --lookAhead_;
     }
-    RewindToMark();
     return MPEG_FRAME_OK;
 }
 

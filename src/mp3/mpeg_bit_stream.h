@@ -56,7 +56,9 @@ public:
     // Up to 32 bits, big-endian, from the read position; never more than BitsAvailable().
     uint32_t ReadBits(uint32_t n);
     // The same without consuming them.
-    uint32_t PeekBits(uint32_t n) const;
+    uint32_t PeekBits(uint32_t n) const { return PeekBitsAt(0, n); }
+    // n bits that start ahead bits past the read position, without consuming anything.
+    uint32_t PeekBitsAt(uint32_t ahead, uint32_t n) const;
     void Skip(uint32_t bits);
     void Unskip(uint32_t bits);
 
@@ -67,9 +69,6 @@ public:
     uint64_t BitsConsumed() const { return bitsConsumed_; }
 
 protected:
-    // Remembers the read position so that what is read next can be put back in one step.
-    void Mark() { consumedSinceMark_ = 0; }
-    void RewindToMark() { Unskip(consumedSinceMark_); }
     bool HasSource() const { return source_ != nullptr; }
     // The byte under the read position, and how many of its bits are already consumed.
     uint8_t CurrentByte() const { return ring_[readPos_ >> 3]; }
@@ -81,7 +80,6 @@ private:
     uint32_t writePos_ = 0;   // byte index
     uint32_t readPos_ = 0;    // bit index
     uint32_t bitsAvailable_ = 0;
-    uint32_t consumedSinceMark_ = 0;
     uint64_t bitsConsumed_ = 0;
     bool endOfStream_ = false;
     ByteSourceCursor* source_ = nullptr;

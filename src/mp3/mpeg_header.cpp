@@ -74,8 +74,21 @@ constexpr FrameBitsTable kFrameBits;
 }  // namespace
 
 bool CMpegHeader::Decode(uint32_t h) {
-    // A stream repeats its header from frame to frame: the fields are already these.
+    // A stream repeats its header from frame to frame: the fields are already these. A VBR
+    // stream changes only the bit rate and the padding bit.
     if (valid && h == raw) return true;
+    constexpr uint32_t kRateAndPadding = 0xF200;
+    if (valid && ((h ^ raw) & ~kRateAndPadding) == 0) {
+        const uint32_t bri = (h >> 12) & 0xF;
+        if (bri >= 1 && bri <= 14) {
+            raw = h;
+            bitRateIndex = bri;
+            padding = (h >> 9) & 1;
+            bitRate = kBitRates[version == kMpeg1 ? layer - 1 : (layer == 1 ? 3 : 4)][bri] * 1000u;
+            frameBits = kFrameBits.bits[version][layer][bri][sampleRateIndex][padding];
+            return true;
+        }
+    }
     const uint32_t sync = h >> 21;
     const uint32_t notMpeg25 = (h >> 20) & 1;
     const uint32_t versionId = (h >> 19) & 1;
