@@ -28,8 +28,9 @@ uint32_t RingCapacity(uint32_t requested) {
 
 }  // namespace
 
+// The ring is not cleared: only bytes put in are read, and a peek shifts out what lies past them.
 CBitStream::CBitStream(uint32_t requestedBytes)
-    : ring_(new uint8_t[RingCapacity(requestedBytes)]()), capacity_(RingCapacity(requestedBytes)) {}
+    : ring_(new uint8_t[RingCapacity(requestedBytes)]), capacity_(RingCapacity(requestedBytes)) {}
 
 CBitStream::CBitStream(std::span<const uint8_t> bytes) : CBitStream(static_cast<uint32_t>(
                                                              std::min<size_t>(bytes.size(), kMaxCapacity))) {
