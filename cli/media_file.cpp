@@ -77,14 +77,18 @@ ComPtr<IMPAHandleMetaProperties> MediaFile::handler() const {
 
 MediaFile ReadMediaFile(const host::Host& host, const std::string& path) {
     std::error_code ec;
-    const fs::file_status status = fs::status(path, ec);
-    if (!fs::exists(status)) throw DataError(path, "no such file");
-    if (fs::is_directory(status)) throw DataError(path, "is a folder (-r reads the files in it)");
-    if (!fs::is_regular_file(status)) throw DataError(path, "not a regular file");
     MediaFile media;
     media.path = path;
+    // One look at the file for most paths; only a size that cannot be had is worth a second.
     media.actualSize = fs::file_size(path, ec);
-    if (ec) throw DataError(path, "cannot read its size: " + ec.message());
+    if (ec) {
+        std::error_code statusError;
+        const fs::file_status status = fs::status(path, statusError);
+        if (!fs::exists(status)) throw DataError(path, "no such file");
+        if (fs::is_directory(status)) throw DataError(path, "is a folder (-r reads the files in it)");
+        if (!fs::is_regular_file(status)) throw DataError(path, "not a regular file");
+        throw DataError(path, "cannot read its size: " + ec.message());
+    }
     if (media.actualSize == 0) throw DataError(path, "empty file (0 bytes)");
 
     const host::ComponentInfo* info = host.ImporterForFile(path);

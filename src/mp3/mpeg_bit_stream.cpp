@@ -30,11 +30,22 @@ uint32_t RingCapacity(uint32_t requested) {
 
 // The ring is not cleared: only bytes put in are read, and a peek shifts out what lies past them.
 CBitStream::CBitStream(uint32_t requestedBytes)
-    : ring_(new uint8_t[RingCapacity(requestedBytes)]), capacity_(RingCapacity(requestedBytes)) {}
+    : storage_(new uint8_t[RingCapacity(requestedBytes)]), ring_(storage_.get()),
+      capacity_(RingCapacity(requestedBytes)) {}
 
-CBitStream::CBitStream(std::span<const uint8_t> bytes) : CBitStream(static_cast<uint32_t>(
-                                                             std::min<size_t>(bytes.size(), kMaxCapacity))) {
-    PutBytes(bytes.data(), static_cast<uint32_t>(std::min<size_t>(bytes.size(), kMaxCapacity)));
+CBitStream::CBitStream(std::span<const uint8_t> bytes) : capacity_(1) {
+    const uint32_t n = static_cast<uint32_t>(std::min<size_t>(bytes.size(), kMaxCapacity));
+    if (n > 0 && RingCapacity(n) == n) {
+        // A full ring of the caller's bytes: nothing to copy (the analysis window is 64 KB).
+        ring_ = bytes.data();
+        capacity_ = n;
+        bitsAvailable_ = n * 8;
+    } else {
+        storage_.reset(new uint8_t[RingCapacity(n)]);
+        ring_ = storage_.get();
+        capacity_ = RingCapacity(n);
+        PutBytes(bytes.data(), n);
+    }
     SetEndOfStream();
 }
 
@@ -45,10 +56,11 @@ void CBitStream::Reset() {
 }
 
 uint32_t CBitStream::PutBytes(const uint8_t* data, uint32_t count) {
+    if (!storage_) return 0;  // the caller's bytes are read, never written
     const uint32_t n = std::min(count, FreeBytes());
     for (uint32_t done = 0; done < n;) {
         const uint32_t piece = std::min(n - done, capacity_ - writePos_);
-        std::memcpy(ring_.get() + writePos_, data + done, piece);
+        std::memcpy(storage_.get() + writePos_, data + done, piece);
         writePos_ = (writePos_ + piece) & (capacity_ - 1);
         done += piece;
     }
@@ -57,11 +69,11 @@ uint32_t CBitStream::PutBytes(const uint8_t* data, uint32_t count) {
 }
 
 uint32_t CBitStream::FillFromSource() {
-    if (!source_) return 0;
+    if (!source_ || !storage_) return 0;
     uint32_t total = 0;
     while (FreeBytes() > 0) {
         const uint32_t want = std::min(FreeBytes(), capacity_ - writePos_);
-        const size_t got = source_->Read(ring_.get() + writePos_, want);
+        const size_t got = source_->Read(storage_.get() + writePos_, want);
         writePos_ = (writePos_ + static_cast<uint32_t>(got)) & (capacity_ - 1);
         bitsAvailable_ += static_cast<uint32_t>(got) * 8;
         total += static_cast<uint32_t>(got);

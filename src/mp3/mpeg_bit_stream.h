@@ -36,6 +36,7 @@ public:
     // PutBytes or from a source.
     explicit CBitStream(uint32_t requestedBytes);
     // A ring holding exactly these bytes (the first 64 KB of them), already at end of stream.
+    // A power-of-two count of bytes is read where it lies (the caller keeps it alive).
     explicit CBitStream(std::span<const uint8_t> bytes);
     virtual ~CBitStream() = default;
     CBitStream(const CBitStream&) = delete;
@@ -75,7 +76,8 @@ protected:
     uint32_t BitInByte() const { return readPos_ & 7; }
 
 private:
-    std::unique_ptr<uint8_t[]> ring_;
+    std::unique_ptr<uint8_t[]> storage_;  // none when the ring is the caller's bytes
+    const uint8_t* ring_ = nullptr;
     uint32_t capacity_;       // bytes, a power of two
     uint32_t writePos_ = 0;   // byte index
     uint32_t readPos_ = 0;    // bit index

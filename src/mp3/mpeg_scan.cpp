@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/error.h"
+#include "base/read_buffer.h"
 #include "mp3/id3v1_lyrics3.h"
 #include "mp3/id3v1_tag.h"
 #include "mp3/mpeg_bit_stream.h"
@@ -25,8 +26,8 @@ uint32_t ToU32(double v, bool* clipped = nullptr) {
     return v >= 4294967295.0 ? UINT32_MAX : static_cast<uint32_t>(v);
 }
 
-std::vector<uint8_t> ReadUpTo(ByteSource& file, uint64_t offset, uint64_t limit) {
-    std::vector<uint8_t> buffer(static_cast<size_t>(limit));
+ReadBuffer ReadUpTo(ByteSource& file, uint64_t offset, uint64_t limit) {
+    ReadBuffer buffer(static_cast<size_t>(limit));
     if (buffer.empty()) return buffer;  // an empty buffer has no address to hand a reader
     buffer.resize(file.readAt(offset, buffer));
     return buffer;
@@ -78,7 +79,7 @@ public:
 private:
     uint64_t SkipTags(uint64_t offset, uint64_t audioEnd) {
         if (offset >= audioEnd) throw Error(TV_E_FAIL, "no audio after the tags");
-        std::vector<uint8_t> head = ReadUpTo(file_, offset, std::min<uint64_t>(10, audioEnd - offset));
+        ReadBuffer head = ReadUpTo(file_, offset, std::min<uint64_t>(10, audioEnd - offset));
         if (head.size() >= 4 && std::memcmp(head.data(), ".KMF", 4) == 0)
             throw Error(TV_E_FAIL, "a KorvaMedia file, not MPEG audio");
         // Taggers sometimes leave several ID3v2 tags in a row.
@@ -198,7 +199,7 @@ private:
     ByteSource& file_;
     const Mp3ScanOptions& options_;
     Mp3AudioInfo& info_;
-    std::vector<uint8_t> window_;
+    ReadBuffer window_;
     size_t firstInWindow_ = 0;
     double msPerFrame_ = 0;
     std::optional<MpegFrameWalk> walk_;

@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "base/byte_reader.h"
+#include "base/read_buffer.h"
 #include "mp3/id3v2/fields.h"
 #include "mp3/id3v2/frame_ids.h"
 #include "mp3/id3v2/inflate.h"
@@ -311,15 +311,9 @@ size_t SkipV4ExtendedHeader(Tag& tag, std::span<const uint8_t> body) {
 }
 
 // The bytes of one tag; with pictures left out, their data is never read (nor its memory touched).
-struct TagBytes {
-    std::unique_ptr<uint8_t[]> data;
-    size_t size = 0;
-    std::span<const uint8_t> span() const { return {data.get(), size}; }
-};
-
-TagBytes WholeTag(ByteSource& source, uint64_t offset, size_t total) {
-    TagBytes bytes{std::make_unique<uint8_t[]>(total), total};
-    if (total > 0 && source.readAt(offset, {bytes.data.get(), total}) != total) throw Error(TV_E_FAIL, "short read");
+ReadBuffer WholeTag(ByteSource& source, uint64_t offset, size_t total) {
+    ReadBuffer bytes(total);
+    if (total > 0 && source.readAt(offset, bytes) != total) throw Error(TV_E_FAIL, "short read");
     return bytes;
 }
 
@@ -341,21 +335,21 @@ std::optional<size_t> PictureFieldsLength(std::span<const uint8_t> head) {
 // headers as the parser will, so that every header the parser meets has been read; a tag whose
 // walk is not plain (v2.2, unsynchronised, an extended header, a v2.4 tag whose frame sizes do
 // not read as synchsafe) is read whole.
-TagBytes ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& header, uint32_t deferFrom,
-                      std::vector<PictureCut>& cuts) {
+ReadBuffer ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& header, uint32_t deferFrom,
+                        std::vector<PictureCut>& cuts) {
     constexpr size_t kChunk = 16 * 1024;
     constexpr size_t kPictureHead = 4096;  // MIME type and description fit; else the picture is read
     const size_t total = static_cast<size_t>(header.totalSize());
     const bool plain = (header.major == 3 || header.major == 4) && (header.flags & (kTagUnsync | kTagExtended)) == 0;
     if (deferFrom == 0 || !plain || total <= kChunk) return WholeTag(source, offset, total);
 
-    TagBytes bytes{std::unique_ptr<uint8_t[]>(new uint8_t[total]), total};
+    ReadBuffer bytes(total);
     size_t loaded = 0;
     auto ensure = [&](size_t end) {
         end = std::min(end, total);
         if (end <= loaded) return;
         const size_t readEnd = std::min(total, std::max(end, loaded + kChunk));
-        if (source.readAt(offset + loaded, {bytes.data.get() + loaded, readEnd - loaded}) != readEnd - loaded)
+        if (source.readAt(offset + loaded, {bytes.data() + loaded, readEnd - loaded}) != readEnd - loaded)
             throw Error(TV_E_FAIL, "short read");
         loaded = readEnd;
     };
@@ -364,7 +358,7 @@ TagBytes ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& head
     bool walkedToPadding = true;
     while (bodyEnd - pos >= kHeaderSize) {
         ensure(pos + kHeaderSize);
-        const uint8_t* p = bytes.data.get() + pos;
+        const uint8_t* p = bytes.data() + pos;
         if (p[0] == 0) break;
         const bool synchsafe = header.major == 4;
         if (!IsValidFrameId(std::string_view(reinterpret_cast<const char*>(p), 4)) ||
@@ -382,7 +376,7 @@ TagBytes ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& head
             PlainPictureFlags(header.major, ByteReader(p + 8, 2).u16be())) {
             const size_t head = std::min<size_t>(kPictureHead, size);
             ensure(dataStart + head);
-            if (const auto kept = PictureFieldsLength({bytes.data.get() + dataStart, head})) {
+            if (const auto kept = PictureFieldsLength({bytes.data() + dataStart, head})) {
                 cuts.push_back({pos, *kept});
                 pos = dataStart + size;
                 loaded = std::max(loaded, pos);
@@ -396,7 +390,7 @@ TagBytes ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& head
     // v2.4 sizes are read as synchsafe only when that reading walks the whole tag (else the
     // parser tries them as plain numbers, and would walk through what was not read).
     if (header.major == 4 && !cuts.empty() &&
-        (!walkedToPadding || !IsAllZero(std::span<const uint8_t>(bytes.data.get() + pos, bodyEnd - pos)))) {
+        (!walkedToPadding || !IsAllZero(std::span<const uint8_t>(bytes.data() + pos, bodyEnd - pos)))) {
         cuts.clear();
         return WholeTag(source, offset, total);
     }
@@ -477,8 +471,8 @@ FileTags ReadFileTags(ByteSource& source, const ReadOptions& options) {
             }
             try {
                 std::vector<PictureCut> cuts;
-                const TagBytes bytes = ReadTagBytes(source, offset, *header, options.deferPicturesFrom, cuts);
-                tags.prepended.push_back(ParseTag(bytes.span(), offset, options.limits, cuts));
+                const ReadBuffer bytes = ReadTagBytes(source, offset, *header, options.deferPicturesFrom, cuts);
+                tags.prepended.push_back(ParseTag(bytes, offset, options.limits, cuts));
             } catch (const Error& e) {
                 // An unreadable tag still has a known size: the audio starts after it.
                 tags.skipped.push_back(std::string("ID3v2 tag at ") + std::to_string(offset) + ": " + e.what());
