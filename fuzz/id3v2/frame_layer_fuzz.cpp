@@ -1,5 +1,6 @@
 // Any bytes as a file: the frame layer reads its tags, decodes every frame, normalises and
-// renders them, and reads its own render back.
+// renders them, and reads its own render back. Read again leaving pictures in the file, the tags
+// are the same once the pictures are loaded.
 #include <cstddef>
 #include <cstdint>
 
@@ -21,6 +22,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     (void)id3v2::FramesJson(tags);
+    id3v2::ReadOptions lazy;
+    lazy.deferPicturesFrom = 64;
+    id3v2::FileTags deferred = id3v2::ReadFileTags(source, lazy);
+    if (deferred.prepended.size() != tags.prepended.size()) __builtin_trap();
+    for (size_t t = 0; t < tags.prepended.size(); ++t) {
+        auto& frames = deferred.prepended[t].frames;
+        if (frames.size() != tags.prepended[t].frames.size()) __builtin_trap();
+        for (size_t i = 0; i < frames.size(); ++i) {
+            id3v2::LoadDeferredData(frames[i], source);
+            const auto& whole = tags.prepended[t].frames[i];
+            if (frames[i].id != whole.id || frames[i].payload != whole.payload) __builtin_trap();
+        }
+    }
     id3v2::NormalizeOptions options;
     options.trailingFields = true;
     const auto normal = id3v2::NormalizeToV23(tags, options);

@@ -341,7 +341,8 @@ ReadBuffer ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& he
     constexpr size_t kPictureHead = 4096;  // MIME type and description fit; else the picture is read
     const size_t total = static_cast<size_t>(header.totalSize());
     const bool plain = (header.major == 3 || header.major == 4) && (header.flags & (kTagUnsync | kTagExtended)) == 0;
-    if (deferFrom == 0 || !plain || total <= kChunk) return WholeTag(source, offset, total);
+    // A tag no larger than the smallest picture left out has none.
+    if (deferFrom == 0 || !plain || total <= deferFrom) return WholeTag(source, offset, total);
 
     ReadBuffer bytes(total);
     size_t loaded = 0;
