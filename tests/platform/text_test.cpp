@@ -99,30 +99,33 @@ TEST(Latin1, RoundTripAndLossyNarrowing) {
     EXPECT_FALSE(FitsLatin1("\xC3"));
 }
 
-TEST(Utf16, SurrogatePairsInBothByteOrders) {
+struct Utf16Case {
+    const char* name;
+    std::vector<uint8_t> utf16;
+    bool bigEndian;
+    std::string utf8;
+    bool lossy;
+};
+
+TEST(Utf16, DecodingPairsAndReplacesWhatCannotBePaired) {
     const std::string grin = "\xF0\x9F\x98\x80";  // U+1F600
-    EXPECT_EQ(Utf16ToUtf8(Bytes({0x3D, 0xD8, 0x00, 0xDE}), false), grin);
-    EXPECT_EQ(Utf16ToUtf8(Bytes({0xD8, 0x3D, 0xDE, 0x00}), true), grin);
+    const Utf16Case cases[] = {
+        {"pair, little-endian", Bytes({0x3D, 0xD8, 0x00, 0xDE}), false, grin, false},
+        {"pair, big-endian", Bytes({0xD8, 0x3D, 0xDE, 0x00}), true, grin, false},
+        // High surrogate then 'A'; a lone low surrogate; a high surrogate as the last unit.
+        {"unpaired surrogates", Bytes({0x00, 0xD8, 0x41, 0x00, 0x00, 0xDC, 0x42, 0x00, 0x00, 0xD8}), false,
+         R + "A" + R + "B" + R, true},
+        {"odd length", Bytes({0x41, 0x00, 0x42}), false, "A" + R, true},
+        {"one byte", Bytes({0x41}), true, R, true},
+        {"nothing", {}, true, "", false},
+    };
+    for (const Utf16Case& c : cases) {
+        bool lossy = false;
+        EXPECT_EQ(Utf16ToUtf8(c.utf16, c.bigEndian, &lossy), c.utf8) << c.name;
+        EXPECT_EQ(lossy, c.lossy) << c.name;
+    }
     EXPECT_EQ(Utf8ToUtf16(grin, false), std::string("\x3D\xD8\x00\xDE", 4));
     EXPECT_EQ(Utf8ToUtf16(grin, true), std::string("\xD8\x3D\xDE\x00", 4));
-}
-
-TEST(Utf16, UnpairedSurrogatesAreReplaced) {
-    bool lossy = false;
-    // High surrogate then 'A'; a lone low surrogate; a high surrogate as the last unit.
-    EXPECT_EQ(Utf16ToUtf8(Bytes({0x00, 0xD8, 0x41, 0x00, 0x00, 0xDC, 0x42, 0x00, 0x00, 0xD8}), false, &lossy),
-              R + "A" + R + "B" + R);
-    EXPECT_TRUE(lossy);
-}
-
-TEST(Utf16, OddLengthEndsInOneReplacement) {
-    bool lossy = false;
-    EXPECT_EQ(Utf16ToUtf8(Bytes({0x41, 0x00, 0x42}), false, &lossy), "A" + R);
-    EXPECT_TRUE(lossy);
-    lossy = false;
-    EXPECT_EQ(Utf16ToUtf8(Bytes({0x41}), true, &lossy), R);
-    EXPECT_TRUE(lossy);
-    EXPECT_EQ(Utf16ToUtf8({}, true), "");
 }
 
 TEST(Utf16, ByteOrderMarkChoosesTheOrder) {

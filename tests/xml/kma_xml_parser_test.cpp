@@ -113,6 +113,7 @@ std::string ErrorText(IKMAXMLParser* parser) {
 }
 
 TEST(KMAXMLParser, InterfaceBasics) {
+    Response response;  // outlives the parser that holds it
     auto parser = NewParser();
     void* out = nullptr;
     EXPECT_EQ(parser->QueryInterface(IID_IUnknown, &out), TV_S_OK);
@@ -123,7 +124,6 @@ TEST(KMAXMLParser, InterfaceBasics) {
     EXPECT_EQ(parser->GetCurrentErrorText(nullptr), TV_E_POINTER);
     EXPECT_EQ(CreateXMLParser(nullptr), TV_E_POINTER);
     // Strict mode keeps no byte index; loose mode leaves the caller's alone.
-    Response response;
     uint32_t index = 77;
     parser->Init(&response, nullptr, true);
     EXPECT_EQ(parser->GetCurrentByteIndex(&index), TV_E_NOTIMPL);
