@@ -8,13 +8,15 @@
 #include <string>
 
 #include "host/guid_text.h"
-#include "json_reader.h"
+#include "id3v2/json_value.h"
 #include "platform/preferences.h"
 #include "run_cli.h"
 #include "tagvera/components.h"
 
 namespace fs = std::filesystem;
 using tagvera::host::GuidToString;
+using tagvera::testing::Json;
+using tagvera::testing::JsonParser;
 
 namespace {
 
@@ -68,23 +70,23 @@ TEST(Cli, ComponentsTableNamesEveryComponent) {
 TEST(Cli, ComponentsJsonMatchesTheTable) {
     const CliResult r = RunCli({"components", "--json"}, kLibrary);
     ASSERT_EQ(r.status, 0) << r.err;
-    const Json doc = JsonReader::Parse(r.out);
-    EXPECT_EQ(doc["package"].text, "tagvera");
+    const Json doc = JsonParser::Parse(r.out);
+    EXPECT_EQ(doc["package"].string, "tagvera");
     EXPECT_EQ(doc["version"].number, 282);
-    const Json& list = doc["components"];
-    ASSERT_EQ(list.items.size(), 8u);
+    const auto& list = doc["components"].array;
+    ASSERT_EQ(list.size(), 8u);
     for (size_t i = 0; i < 8; ++i) {
         const Json& c = list[i];
-        EXPECT_EQ(c["index"].number, static_cast<double>(i));
-        EXPECT_EQ(c["class"].text, tagvera::kKnownComponents[i].className);
-        EXPECT_EQ(c["classId"].text, GuidToString(*tagvera::kKnownComponents[i].classId));
-        EXPECT_TRUE(c["loadMultiple"].b);
-        EXPECT_EQ(c["available"].b, c["status"].text == "ready");
+        EXPECT_EQ(c["index"].number, static_cast<int64_t>(i));
+        EXPECT_EQ(c["class"].string, tagvera::kKnownComponents[i].className);
+        EXPECT_EQ(c["classId"].string, GuidToString(*tagvera::kKnownComponents[i].classId));
+        EXPECT_TRUE(c["loadMultiple"].boolean);
+        EXPECT_EQ(c["available"].boolean, c["status"].string == "ready");
     }
-    EXPECT_TRUE(list[0]["available"].b) << "the property tree is always built";
+    EXPECT_TRUE(list[0]["available"].boolean) << "the property tree is always built";
     EXPECT_EQ(list[2]["mimeTypes"].strings(), (std::vector<std::string>{"audio/mp3", "audio/x-mp3"}));
     EXPECT_EQ(list[6]["extensions"].strings(), (std::vector<std::string>{"asf", "wma", "wmv"}));
-    EXPECT_TRUE(list[4]["mimeTypes"].items.empty());
+    EXPECT_TRUE(list[4]["mimeTypes"].array.empty());
 }
 
 TEST(Cli, MissingLibraryIsADataErrorNamingIt) {
@@ -125,6 +127,9 @@ TEST_F(Prefs, SetThenGetAndTheLibrarySideSeesIt) {
     EXPECT_EQ(r.out, "0\n");
     r = Run({"prefs", "get", "tageditid3v1"});
     EXPECT_EQ(r.out, "0\n") << "names compare without regard to case";
+    r = Run({"prefs", "get", "NoSuchPreference"});
+    EXPECT_EQ(r.status, 1) << "not found";
+    EXPECT_NE(r.err.find("NoSuchPreference"), std::string::npos);
 
     // The reader the library uses, pointed at the same file.
     ::setenv("TAGVERA_PREFERENCES", file_.c_str(), 1);
@@ -148,18 +153,18 @@ TEST_F(Prefs, ListShowsEveryPreferenceAndItsSource) {
 
     r = Run({"prefs", "list", "--json"});
     ASSERT_EQ(r.status, 0) << r.err;
-    const Json doc = JsonReader::Parse(r.out);
-    EXPECT_EQ(doc["file"].text, file_);
+    const Json doc = JsonParser::Parse(r.out);
+    EXPECT_EQ(doc["file"].string, file_);
     bool sawEncoding = false;
-    for (const Json& p : doc["preferences"].items) {
-        if (p["name"].text == "XMLEncoding") {
+    for (const Json& p : doc["preferences"].array) {
+        if (p["name"].string == "XMLEncoding") {
             sawEncoding = true;
-            EXPECT_EQ(p["value"].text, "UTF-8");
-            EXPECT_FALSE(p["default"].b);
+            EXPECT_EQ(p["value"].string, "UTF-8");
+            EXPECT_FALSE(p["default"].boolean);
         }
-        if (p["name"].text == "TagEditID3V2") {
+        if (p["name"].string == "TagEditID3V2") {
             EXPECT_EQ(p["value"].number, 1);
-            EXPECT_TRUE(p["default"].b);
+            EXPECT_TRUE(p["default"].boolean);
         }
     }
     EXPECT_TRUE(sawEncoding);
@@ -194,12 +199,6 @@ TEST_F(Prefs, DamagedFileIsADataErrorNamingTheFile) {
     ::unsetenv("TAGVERA_PREFERENCES");
     ASSERT_EQ(Run({"prefs", "reset"}).status, 0);
     EXPECT_EQ(Run({"prefs", "list"}).status, 0);
-}
-
-TEST_F(Prefs, UnknownNameIsNotFound) {
-    const CliResult r = Run({"prefs", "get", "NoSuchPreference"});
-    EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find("NoSuchPreference"), std::string::npos);
 }
 
 }  // namespace

@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "id3v2/json_value.h"
-#include "mp3_importer/cli_runner.h"
 #include "mp3_importer/importer_support.h"
+#include "run_cli.h"
 #include "tagvera/metaprop_serialize.h"
 
 namespace tagvera::testing {
@@ -39,9 +39,9 @@ std::vector<std::string> Lines(const std::string& text) {
     return lines;
 }
 
-class Cli : public ::testing::Test {
+class CliInfo : public ::testing::Test {
 protected:
-    PreferencesScope prefs_{nullptr};
+    PreferencesFile prefs_{""};
     test::ScratchDir dir_;
 
     std::string Write(const std::string& name, const Bytes& bytes) {
@@ -51,9 +51,9 @@ protected:
     }
 };
 
-TEST_F(Cli, InfoShowsTheSamplesTagsAndDurations) {
-    const CliRun run = RunCli(Args({"info"}, kSamples));
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+TEST_F(CliInfo, InfoShowsTheSamplesTagsAndDurations) {
+    const CliResult run = RunCli(Args({"info"}, kSamples));
+    ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err, "");
     for (const char* expected :
          {"Name: Morning Light", "Name: Harbour Lights", "Name: Old Radio", "Name: The Sample Band",
@@ -67,9 +67,9 @@ TEST_F(Cli, InfoShowsTheSamplesTagsAndDurations) {
     EXPECT_EQ(run.out.find("KorvaJukebox"), std::string::npos);
 }
 
-TEST_F(Cli, JsonSaysWhatTheImporterSays) {
-    const CliRun run = RunCli(Args({"info", "--json"}, kSamples));
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+TEST_F(CliInfo, JsonSaysWhatTheImporterSays) {
+    const CliResult run = RunCli(Args({"info", "--json"}, kSamples));
+    ASSERT_EQ(run.status, 0) << run.err;
     const Json doc = JsonParser::Parse(run.out);
     const auto& files = doc["files"].array;
     ASSERT_EQ(files.size(), 3u);
@@ -99,9 +99,9 @@ TEST_F(Cli, JsonSaysWhatTheImporterSays) {
               (std::vector<std::string>{"producer", "P. Roducer", "mix", "M. Ixer"}));
 }
 
-TEST_F(Cli, XmlIsTheTreesOwnDocument) {
-    const CliRun run = RunCli({"info", "--xml", kSamples[0]});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+TEST_F(CliInfo, XmlIsTheTreesOwnDocument) {
+    const CliResult run = RunCli({"info", "--xml", kSamples[0]});
+    ASSERT_EQ(run.status, 0) << run.err;
     ASSERT_EQ(run.out.rfind("<KJMETADATA>", 0), 0u) << run.out.substr(0, 40);
     // Read back by a tree, it gives the tree the importer built.
     auto tree = HostTree();
@@ -111,8 +111,8 @@ TEST_F(Cli, XmlIsTheTreesOwnDocument) {
     EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "Morning Light");
     EXPECT_EQ(NumberAt(tree.get(), "Statistics:Length"), Interrogate(kSamples[0]).number("Statistics:Length"));
     // Several files: one document each, named in a comment before it.
-    const CliRun several = RunCli(Args({"info", "--xml"}, kSamples));
-    ASSERT_EQ(several.exitCode, 0);
+    const CliResult several = RunCli(Args({"info", "--xml"}, kSamples));
+    ASSERT_EQ(several.status, 0);
     size_t documents = 0;
     for (size_t at = several.out.find("<KJMETADATA>"); at != std::string::npos; at = several.out.find("<KJMETADATA>", at + 1))
         ++documents;
@@ -120,7 +120,7 @@ TEST_F(Cli, XmlIsTheTreesOwnDocument) {
     EXPECT_NE(several.out.find("<!-- " + kSamples[2] + " -->"), std::string::npos);
 }
 
-TEST_F(Cli, ExtractSavesTheCoverByteForByte) {
+TEST_F(CliInfo, ExtractSavesTheCoverByteForByte) {
     const auto direct = Interrogate(kSamples[1]);
     auto cover = NodeAt(direct.tree.get(), "Album:Cover Art");
     ASSERT_TRUE(cover);
@@ -128,26 +128,26 @@ TEST_F(Cli, ExtractSavesTheCoverByteForByte) {
     ASSERT_EQ(direct.handler()->GetPropertyData(cover.get(), expected.data(), uint32_t(expected.size())), TV_S_OK);
 
     const std::string out = dir_.file("cover.jpg");
-    const CliRun saved = RunCli({"extract", kSamples[1], "Album:Cover Art", "-o", out});
-    ASSERT_EQ(saved.exitCode, 0) << saved.err;
+    const CliResult saved = RunCli({"extract", kSamples[1], "Album:Cover Art", "-o", out});
+    ASSERT_EQ(saved.status, 0) << saved.err;
     EXPECT_EQ(test::ReadAll(out), expected);
-    const CliRun piped = RunCli({"extract", kSamples[1], "Album:Cover Art", "-o", "-"});
-    ASSERT_EQ(piped.exitCode, 0) << piped.err;
+    const CliResult piped = RunCli({"extract", kSamples[1], "Album:Cover Art", "-o", "-"});
+    ASSERT_EQ(piped.status, 0) << piped.err;
     EXPECT_EQ(Bytes(piped.out.begin(), piped.out.end()), expected);
     // A value the tree holds itself.
-    const CliRun title = RunCli({"extract", kSamples[1], "Track:Name", "-o", "-"});
+    const CliResult title = RunCli({"extract", kSamples[1], "Track:Name", "-o", "-"});
     EXPECT_EQ(title.out, "Harbour Lights");
 }
 
-TEST_F(Cli, ExtractRefusesWhatIsNotThere) {
-    const CliRun missing = RunCli({"extract", kSamples[0], "Album:Cover Art", "-o", dir_.file("x")});
-    EXPECT_EQ(missing.exitCode, 1);
+TEST_F(CliInfo, ExtractRefusesWhatIsNotThere) {
+    const CliResult missing = RunCli({"extract", kSamples[0], "Album:Cover Art", "-o", dir_.file("x")});
+    EXPECT_EQ(missing.status, 1);
     EXPECT_NE(missing.err.find("no property \"Album:Cover Art\""), std::string::npos) << missing.err;
     EXPECT_FALSE(std::filesystem::exists(dir_.file("x")));
-    const CliRun group = RunCli({"extract", kSamples[0], "Album", "-o", "-"});
-    EXPECT_EQ(group.exitCode, 1);
-    const CliRun usage = RunCli({"extract", kSamples[0], "Album:Cover Art"});
-    EXPECT_EQ(usage.exitCode, 2);
+    const CliResult group = RunCli({"extract", kSamples[0], "Album", "-o", "-"});
+    EXPECT_EQ(group.status, 1);
+    const CliResult usage = RunCli({"extract", kSamples[0], "Album:Cover Art"});
+    EXPECT_EQ(usage.status, 2);
 }
 
 struct BadInput {
@@ -155,7 +155,7 @@ struct BadInput {
     std::string reason;
 };
 
-TEST_F(Cli, BadInputGivesOneLineAndExitStatusOne) {
+TEST_F(CliInfo, BadInputGivesOneLineAndExitStatusOne) {
     std::vector<BadInput> bad = {
         {Write("empty.mp3", {}), "empty file"},
         {Write("zeros.mp3", Bytes(200000, 0)), "no MPEG audio frames"},
@@ -178,9 +178,8 @@ TEST_F(Cli, BadInputGivesOneLineAndExitStatusOne) {
             std::vector<std::string> args{"info"};
             if (std::string(format) != "--text") args.push_back(format);
             args.push_back(input.path);
-            const CliRun run = RunCli(args);
-            EXPECT_EQ(run.signal, 0) << input.path;
-            EXPECT_EQ(run.exitCode, 1) << input.path << " " << format;
+            const CliResult run = RunCli(args);
+            EXPECT_EQ(run.status, 1) << input.path << " " << format;
             const auto lines = Lines(run.err);
             ASSERT_EQ(lines.size(), 1u) << run.err;
             EXPECT_EQ(lines[0].rfind("tagvera: " + input.path + ": ", 0), 0u) << lines[0];
@@ -190,15 +189,15 @@ TEST_F(Cli, BadInputGivesOneLineAndExitStatusOne) {
     // Truncated audio is read as far as it goes.
     const Bytes whole = test::ReadAll(kSamples[0]);
     const std::string cut = Write("cut.mp3", Bytes(whole.begin(), whole.begin() + long(whole.size() / 2)));
-    const CliRun run = RunCli({"info", cut});
-    EXPECT_EQ(run.exitCode, 0) << run.err;
+    const CliResult run = RunCli({"info", cut});
+    EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("Morning Light"), std::string::npos);
 }
 
-TEST_F(Cli, GoodFilesAreShownEvenWhenOthersFail) {
+TEST_F(CliInfo, GoodFilesAreShownEvenWhenOthersFail) {
     const std::string empty = Write("empty.mp3", {});
-    const CliRun run = RunCli({"info", "--json", kSamples[0], empty, kSamples[2]});
-    EXPECT_EQ(run.exitCode, 1);
+    const CliResult run = RunCli({"info", "--json", kSamples[0], empty, kSamples[2]});
+    EXPECT_EQ(run.status, 1);
     const Json doc = JsonParser::Parse(run.out);
     const auto& files = doc["files"].array;
     ASSERT_EQ(files.size(), 3u);
@@ -208,29 +207,29 @@ TEST_F(Cli, GoodFilesAreShownEvenWhenOthersFail) {
     EXPECT_EQ(files[2]["properties"]["Track"]["Name"].string, "Old Radio");
 }
 
-TEST_F(Cli, FoldersAreReadWithRecursion) {
+TEST_F(CliInfo, FoldersAreReadWithRecursion) {
     std::filesystem::create_directories(dir_.file("music/disc 2"));
     std::filesystem::copy_file(kSamples[0], dir_.file("music/a.mp3"));
     std::filesystem::copy_file(kSamples[2], dir_.file("music/disc 2/b.MP3"));
     Write("music/cover.txt", B("not music"));
-    const CliRun run = RunCli({"info", "-r", dir_.file("music")});
-    ASSERT_EQ(run.exitCode, 0) << run.err;
+    const CliResult run = RunCli({"info", "-r", dir_.file("music")});
+    ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("Name: Morning Light"), std::string::npos);
     EXPECT_NE(run.out.find("Name: Old Radio"), std::string::npos);
     EXPECT_EQ(run.out.find("cover.txt"), std::string::npos);
 }
 
-TEST_F(Cli, SaysWhenA32BitFigureWasClipped) {
+TEST_F(CliInfo, SaysWhenA32BitFigureWasClipped) {
     const std::string huge = dir_.file("huge.mp3");
     std::filesystem::copy_file(kSamples[0], huge);
     std::filesystem::resize_file(huge, (uint64_t(4) << 30) + 1000);  // sparse
-    const CliRun text = RunCli({"info", huge});
-    ASSERT_EQ(text.exitCode, 0) << text.err;
+    const CliResult text = RunCli({"info", huge});
+    ASSERT_EQ(text.status, 0) << text.err;
     EXPECT_NE(text.out.find("FileSize: 4294967295 bytes (clipped: the file has 4294968296 bytes)"), std::string::npos)
         << text.out;
     EXPECT_NE(text.out.find("statistics incomplete"), std::string::npos);
-    const CliRun json = RunCli({"info", "--json", huge});
-    ASSERT_EQ(json.exitCode, 0);
+    const CliResult json = RunCli({"info", "--json", huge});
+    ASSERT_EQ(json.status, 0);
     const Json doc = JsonParser::Parse(json.out);
     const Json& stats = doc["files"].array.at(0)["statistics"];
     EXPECT_EQ(stats["clipped"].strings(), std::vector<std::string>{"file_size"});

@@ -1,15 +1,15 @@
 // The MP3 importer as a host meets it: the built library loaded through its entry points, the
-// importer created by class id, preferences in a file of the test's own.
+// importer created by class id.
 #ifndef TAGVERA_TESTS_MP3_IMPORTER_IMPORTER_SUPPORT_H
 #define TAGVERA_TESTS_MP3_IMPORTER_IMPORTER_SUPPORT_H
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "host/host.h"
 #include "mp3_importer/mp3_builder.h"
+#include "mp3_importer/preferences_file.h"
 #include "mp3_importer/tree_support.h"
 #include "platform/scratch_dir.h"
 #include "tagvera/com_ptr.h"
@@ -71,34 +71,6 @@ inline Interrogation Interrogate(const std::string& path) {
     out.result = out.importer->Interrogate(out.tree.put());
     return out;
 }
-
-// Points the library at a preferences file of its own while alive. Each scope writes a new file,
-// so that the library's re-read check sees every change.
-class PreferencesScope {
-public:
-    // priority: the "TagReadPriority" value, or null for a file without it (the default).
-    explicit PreferencesScope(const char* priority) {
-        static int counter = 0;
-        path_ = dir_.file("preferences-" + std::to_string(++counter));
-        std::string text = "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\n";
-        if (priority) text += std::string("TagReadPriority = string:\"") + priority + "\"\n";
-        test::WriteText(path_, text);
-        if (const char* old = std::getenv("TAGVERA_PREFERENCES")) previous_ = old, hadPrevious_ = true;
-        setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
-    }
-    ~PreferencesScope() {
-        if (hadPrevious_) setenv("TAGVERA_PREFERENCES", previous_.c_str(), 1);
-        else unsetenv("TAGVERA_PREFERENCES");
-    }
-    PreferencesScope(const PreferencesScope&) = delete;
-    PreferencesScope& operator=(const PreferencesScope&) = delete;
-
-private:
-    test::ScratchDir dir_;
-    std::string path_;
-    std::string previous_;
-    bool hadPrevious_ = false;
-};
 
 }  // namespace tagvera::testing
 

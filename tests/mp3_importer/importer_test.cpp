@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -18,7 +17,7 @@ namespace {
 
 class Mp3Importer : public ::testing::Test {
 protected:
-    PreferencesScope prefs_{nullptr};
+    PreferencesFile prefs_{""};
     test::ScratchDir dir_;
 
     std::string Write(const std::string& name, const Bytes& bytes) {
@@ -61,8 +60,7 @@ TEST_F(Mp3Importer, ListsItsTypesInEveryInterface) {
     EXPECT_EQ(importer->GetSupportedMimeTypes(buffer, &size), TV_S_OK);
     EXPECT_STREQ(buffer, "audio/mp3;audio/x-mp3;");
     EXPECT_EQ(lite->GetSupportedMimeTypes(buffer, nullptr), TV_E_FAIL);
-    EXPECT_EQ(importer->SetOption(1, 2), TV_S_OK);
-    EXPECT_EQ(importer->SetOption2(3, 4), TV_S_OK);
+    EXPECT_EQ(importer->SetOption2(3, 4), TV_S_OK) << "options it does not know are accepted";
 }
 
 TEST_F(Mp3Importer, RefusesBadArgumentsAndWorksOnlyWithAFile) {
@@ -89,7 +87,6 @@ TEST_F(Mp3Importer, RefusesBadArgumentsAndWorksOnlyWithAFile) {
 }
 
 TEST_F(Mp3Importer, GivesTheStatistics) {
-    const Bytes audio = PlainAudio();
     const std::string path = Write("a.mp3", Mp3File(TextFrame("TIT2", "Title")));
     const auto got = Interrogate(path);
     ASSERT_EQ(got.result, TV_S_OK);
@@ -158,56 +155,6 @@ TEST_F(Mp3Importer, LightFormReadsOnlyTheId3v1Tag) {
     EXPECT_EQ(NumberAt(full.get(), "Statistics:Length"), lightLength);
 }
 
-TEST_F(Mp3Importer, Id3v1OnlyFileUnderEveryOrderThatNamesV1) {
-    const std::string path = Mp3DataFile("id3v1_only_v11.mp3");
-    for (const char* order : {"K1,V2,V1", "V1", "V2,V1", "V1,K1,V2", "V2,K1,V1"}) {
-        PreferencesScope prefs(order);
-        const auto got = Interrogate(path);
-        ASSERT_EQ(got.result, TV_S_OK) << order;
-        EXPECT_EQ(got.text("Track:Name"), "Caf\xc3\xa9 Title") << order;
-        EXPECT_EQ(got.text("Track:CD Track #"), "12") << order;
-        EXPECT_EQ(got.text("Track:Genre"), "Rock") << order;
-    }
-    PreferencesScope prefs("K1,V2");
-    EXPECT_FALSE(Interrogate(path).has("Track:Name"));
-}
-
-TEST_F(Mp3Importer, CoverPictureComesBackByteForByte) {
-    const Bytes picture = test::Pattern(20000, 9);
-    const std::string path = Write("cover.mp3", Mp3File(TextFrame("TIT2", "T") + PictureFrame(picture, 3, "image/png")));
-    const auto got = Interrogate(path);
-    ASSERT_EQ(got.result, TV_S_OK);
-    auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
-    ASSERT_TRUE(cover);
-    uint32_t type = 0;
-    cover->GetType(&type);
-    EXPECT_EQ(type, uint32_t(kTypeReference));
-    EXPECT_EQ(NumberAt(cover.get(), "DataSize"), picture.size());
-    EXPECT_EQ(TextAt(cover.get(), "MimeType"), "image/png");
-    Bytes buffer(picture.size());
-    ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_S_OK);
-    EXPECT_EQ(buffer, picture);
-    const std::string saved = dir_.file("cover.png");
-    ASSERT_EQ(got.handler()->SavePropertyData(cover.get(), saved.c_str()), TV_S_OK);
-    EXPECT_EQ(test::ReadAll(saved), picture);
-}
-
-TEST_F(Mp3Importer, BundledSampleCoverIsAJpeg) {
-    const auto got = Interrogate(std::string(TAGVERA_SOURCE_DIR) + "/samples/02-harbour-lights.mp3");
-    ASSERT_TRUE(Succeeded(got.result));
-    auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
-    ASSERT_TRUE(cover);
-    const uint32_t size = NumberAt(cover.get(), "DataSize");
-    ASSERT_GT(size, 100u);
-    Bytes buffer(size);
-    ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), size), TV_S_OK);
-    EXPECT_EQ(buffer[0], 0xFF);
-    EXPECT_EQ(buffer[1], 0xD8);
-    EXPECT_EQ(buffer[size - 2], 0xFF);
-    EXPECT_EQ(buffer[size - 1], 0xD9);
-    EXPECT_EQ(got.number("Statistics:VBR"), 1u);
-}
-
 TEST_F(Mp3Importer, BadFilesFailCleanly) {
     struct Bad {
         const char* name;
@@ -234,6 +181,11 @@ TEST_F(Mp3Importer, BadFilesFailCleanly) {
     const std::string fifo = dir_.file("fifo.mp3");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(importer->SetFilename(fifo.c_str()), TV_E_FAIL);  // and does not block
+    if (geteuid() != 0) {  // root reads any file
+        const std::string locked = Write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
+        ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+        EXPECT_EQ(importer->SetFilename(locked.c_str()), TV_E_FAIL);
+    }
 }
 
 TEST_F(Mp3Importer, TruncatedFilesNeverCrash) {
@@ -248,13 +200,6 @@ TEST_F(Mp3Importer, TruncatedFilesNeverCrash) {
             EXPECT_EQ(got.open, TV_E_FAIL) << cut;
         }
     }
-}
-
-TEST_F(Mp3Importer, UnreadableFileIsRefused) {
-    if (geteuid() == 0) GTEST_SKIP() << "root reads any file";
-    const std::string path = Write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
-    ASSERT_EQ(chmod(path.c_str(), 0), 0);
-    EXPECT_EQ(NewImporter()->SetFilename(path.c_str()), TV_E_FAIL);
 }
 
 // Bytes this process has read through system calls so far.

@@ -12,7 +12,7 @@ namespace {
 
 class MpegFixture : public ::testing::TestWithParam<std::string> {
 protected:
-    PreferencesScope prefs_{nullptr};
+    PreferencesFile prefs_{""};
 };
 
 TEST_P(MpegFixture, StatisticsMatchTheDecoder) {

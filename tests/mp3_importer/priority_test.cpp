@@ -46,7 +46,7 @@ TEST_P(TagReadPriority, FirstListedSourceWins) {
     test::ScratchDir dir;
     const std::string path = dir.file("three.mp3");
     test::WriteAll(path, ThreeSourceFile(JukeboxBlock()));
-    PreferencesScope prefs(c.priority);
+    PreferencesFile prefs(ReadPriority(c.priority));
     const auto got = Interrogate(path);
     ASSERT_EQ(got.open, TV_S_OK);
     ASSERT_EQ(got.result, TV_S_OK);
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(Orders, TagReadPriority, ::testing::ValuesIn(kCases));
 
 TEST(JukeboxFrame, NeverShowsEvenWhenItDoesNotParse) {
     test::ScratchDir dir;
-    PreferencesScope prefs(nullptr);
+    PreferencesFile prefs("");
     const Bytes bad[] = {B("not a block at all, but long enough to look"), B("KJMD"),
                          B("KJMD") + Bytes(60, 0xFF)};
     for (const Bytes& data : bad) {
@@ -105,7 +105,7 @@ TEST(JukeboxFrame, NeverShowsEvenWhenItDoesNotParse) {
 
 TEST(JukeboxFrame, OtherObjectFramesStay) {
     test::ScratchDir dir;
-    PreferencesScope prefs(nullptr);
+    PreferencesFile prefs("");
     const std::string path = dir.file("objects.mp3");
     test::WriteAll(path, Mp3File(JukeboxFrame(JukeboxBlock()) + GeobFrame("binary", "", "Studio:Session", B("abc"))));
     const auto got = Interrogate(path);
@@ -128,7 +128,7 @@ TEST(PropertyData, ComesFromTheSourceThePreferencePutsFirst) {
     } orders[] = {{nullptr, &k1Cover}, {"K1,V2,V1", &k1Cover}, {"V1,K1,V2", &k1Cover},
                   {"V2,K1,V1", &v2Cover}, {"V1,V2", &v2Cover}};
     for (const Order& order : orders) {
-        PreferencesScope prefs(order.priority);
+        PreferencesFile prefs(ReadPriority(order.priority));
         const auto got = Interrogate(path);
         ASSERT_EQ(got.result, TV_S_OK);
         auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
@@ -149,11 +149,15 @@ TEST(PropertyData, FallsBackToTheOtherSource) {
     test::ScratchDir dir;
     const std::string path = dir.file("apic.mp3");
     test::WriteAll(path, ThreeSourceFile(JukeboxBlock(), v2Cover));
-    PreferencesScope prefs(nullptr);
+    PreferencesFile prefs("");
     const auto got = Interrogate(path);
     auto cover = NodeAt(got.tree.get(), "Album:Cover Art");
     ASSERT_TRUE(cover);
+    uint32_t type = 0;
+    cover->GetType(&type);
+    EXPECT_EQ(type, uint32_t(kTypeReference));
     EXPECT_EQ(NumberAt(cover.get(), "DataSize"), v2Cover.size());
+    EXPECT_EQ(TextAt(cover.get(), "MimeType"), "image/jpeg");
     Bytes buffer(v2Cover.size());
     ASSERT_EQ(got.handler()->GetPropertyData(cover.get(), buffer.data(), uint32_t(buffer.size())), TV_S_OK);
     EXPECT_EQ(buffer, v2Cover);

@@ -15,7 +15,7 @@ namespace {
 
 class SharedFixture : public ::testing::TestWithParam<std::string> {
 protected:
-    PreferencesScope prefs_{nullptr};
+    PreferencesFile prefs_{""};
 };
 
 std::string Joined(const Json& frame) {
