@@ -6,17 +6,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <chrono>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "mp3/id3v2_file_write.h"
 #include "mp3/mp3_importer.h"
+#include "mp3_importer/preferences_file.h"
 #include "mp3_importer/tree_support.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
@@ -69,21 +66,11 @@ struct Mp3Session {
     // The bytes of an on-demand property, through the importer.
     std::vector<uint8_t> Data(const char* path) const {
         auto node = NodeAt(tree.get(), path);
-        if (!node) return {};
-        uint32_t size = 0;
-        if (!ChildNumberOf(node.get(), "DataSize", &size)) return {};
+        const uint32_t size = node ? NumberAt(node.get(), "DataSize") : UINT32_MAX;
+        if (size == UINT32_MAX) return {};
         std::vector<uint8_t> out(size);
         if (Failed(writer()->GetPropertyData(node.get(), out.data(), size))) return {};
         return out;
-    }
-    static bool ChildNumberOf(IMPAMetaProperty* node, const char* name, uint32_t* value) {
-        auto child = NodeAt(node, name);
-        if (!child) return false;
-        const uint8_t* d = nullptr;
-        uint32_t n = 0;
-        if (Failed(child->GetValue(&d, &n)) || n != 4) return false;
-        *value = uint32_t(d[0]) | uint32_t(d[1]) << 8 | uint32_t(d[2]) << 16 | uint32_t(d[3]) << 24;
-        return true;
     }
 };
 
@@ -98,27 +85,11 @@ inline Mp3Session OpenMp3(const std::string& path, bool xingRepair = true) {
     return s;
 }
 
-// The group at the path's first part, created when missing.
-inline ComPtr<IMPAMetaProperty> GroupOf(IMPAMetaProperty* tree, const std::string& group) {
-    ComPtr<IMPAMetaProperty> g;
-    if (Failed(tree->FindFirstChild(group.c_str(), g.put())) || !g) {
-        EXPECT_EQ(tree->AddGroup(group.c_str(), 0, false, g.put()), TV_S_OK);
-    }
-    return g;
-}
-
-inline std::pair<std::string, std::string> SplitPath(const std::string& path) {
-    const size_t colon = path.find(':');
-    return {path.substr(0, colon), path.substr(colon + 1)};
-}
-
 // As a host edits: a new node replaces the old one and is marked changed.
 inline ComPtr<IMPAMetaProperty> SetProperty(IMPAMetaProperty* tree, const std::string& path, uint32_t type,
                                             const std::vector<uint8_t>& value) {
-    auto [group, name] = SplitPath(path);
-    auto g = GroupOf(tree, group);
     ComPtr<IMPAMetaProperty> node;
-    EXPECT_EQ(g->AddProperty(name.c_str(), type, 0, value.data(), static_cast<uint32_t>(value.size()), true, node.put()),
+    EXPECT_EQ(tree->AddProperty(path.c_str(), type, 0, value.data(), static_cast<uint32_t>(value.size()), true, node.put()),
               TV_S_OK);
     if (node) node->SetChanged(kChanged);
     return node;
@@ -164,29 +135,6 @@ inline uint64_t PrependedSize(const std::string& path) {
     platform::File file(path, platform::OpenMode::Read);
     return mp3::PlaceId3v2Tags(file).prependedSize;
 }
-
-// Points the library at a preferences file holding lines while alive.
-class EditPreferences {
-public:
-    explicit EditPreferences(const std::string& lines) {
-        path_ = dir_.file("preferences");
-        test::WriteText(path_, "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\n" + lines);
-        // An old time stamp lets the library cache the file instead of reading it on every use
-        // (which a fault test would otherwise fail).
-        std::filesystem::last_write_time(path_, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
-        if (const char* old = std::getenv("TAGVERA_PREFERENCES")) previous_ = old, had_ = true;
-        setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
-    }
-    ~EditPreferences() {
-        if (had_) setenv("TAGVERA_PREFERENCES", previous_.c_str(), 1);
-        else unsetenv("TAGVERA_PREFERENCES");
-    }
-
-private:
-    test::ScratchDir dir_;
-    std::string path_, previous_;
-    bool had_ = false;
-};
 
 // A command's standard output, and whether it ran at all.
 struct CommandOutput {
