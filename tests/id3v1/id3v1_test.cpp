@@ -8,6 +8,7 @@
 #include "mp3/id3v1_lyrics3.h"
 #include "mp3/id3v1_map.h"
 #include "mp3/id3v1_tag.h"
+#include "mp3_importer/mp3_builder.h"
 #include "mp3_importer/tree_support.h"
 #include "mpeg/mpeg_test_support.h"
 #include "platform/scratch_dir.h"
@@ -22,20 +23,11 @@ using testing::NumberAt;
 using testing::ReadWholeFile;
 using testing::TextAt;
 
-// A record from field values; text is Latin-1 bytes.
+// An ID3v1.0 record from field values; text is Latin-1 bytes.
 Id3v1Tag Record(const std::string& title, const std::string& artist, const std::string& album, const std::string& year,
                 const std::string& comment, uint8_t genre) {
-    std::array<uint8_t, 128> b{};
-    std::memcpy(b.data(), "TAG", 3);
-    auto put = [&](size_t at, const std::string& s, size_t width) { std::memcpy(&b[at], s.data(), std::min(s.size(), width)); };
-    put(3, title, 30);
-    put(33, artist, 30);
-    put(63, album, 30);
-    put(93, year, 4);
-    put(97, comment, 30);
-    b[127] = genre;
     Id3v1Tag tag;
-    EXPECT_TRUE(ParseId3v1Tag(b, &tag));
+    EXPECT_TRUE(ParseId3v1Tag(testing::Id3v1(title, artist, album, year, 0, genre, comment), &tag));
     return tag;
 }
 
