@@ -6,18 +6,20 @@
 #include <string>
 #include <vector>
 
-#include "metaprop/metaprop_component.h"
 #include "mp3/jukebox_parser.h"
 #include "mp3_importer/tree_support.h"
 #include "platform/scratch_dir.h"
-#include "tagvera/com_ptr.h"
-#include "tagvera/metaprop_serialize.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera {
 namespace {
 
+using testing::BlockOf;
 using testing::Bytes;
+using testing::NewTree;
+using testing::NodeAt;
+using testing::NumberAt;
+using testing::TextAt;
 
 ComPtr<IMPAKJMDParser> NewParser() {
     ComPtr<IMPAKJMDParser> parser;
@@ -27,7 +29,7 @@ ComPtr<IMPAKJMDParser> NewParser() {
 
 // A tree as the jukebox stores it: title, artist, album, comments, a year and a nested credit.
 ComPtr<IMPAMetaProperty> StoredTree() {
-    auto tree = testing::NewTree();
+    auto tree = NewTree();
     tree->AddText("Track:Name", "Stored Title", 0, true, nullptr);
     tree->AddText("Track:Comments", "Stored comment", 0, true, nullptr);
     tree->AddNumber("Track:Year", 1999, 0, true, nullptr);
@@ -49,7 +51,7 @@ Bytes Parsed(IMPAKJMDParser* parser) {
 
 // The held block read back into a fresh tree.
 ComPtr<IMPAMetaProperty> Held(IMPAKJMDParser* parser) {
-    auto tree = testing::NewTree();
+    auto tree = NewTree();
     EXPECT_EQ(parser->CopyToTree(tree.get()), TV_S_OK);
     return tree;
 }
@@ -58,7 +60,7 @@ TEST(JukeboxParser, RefusesBadBlocksAndArguments) {
     auto parser = NewParser();
     EXPECT_TRUE(QueryAs<IMPAKJMDParser>(parser, IID_IMPAKJMDParser));
     EXPECT_FALSE(QueryAs<IMPAMetaProperty>(parser, IID_IMPAMetaProperty));
-    Bytes block = testing::BlockOf(StoredTree().get());
+    Bytes block = BlockOf(StoredTree().get());
     ASSERT_GE(block.size(), 32u);
     // Short blocks are refused before the magic is looked at.
     EXPECT_EQ(parser->Parse(block.data(), 31), TV_E_FAIL);
@@ -71,7 +73,7 @@ TEST(JukeboxParser, RefusesBadBlocksAndArguments) {
     EXPECT_EQ(parser->Parse(notABlock.data(), 64), TV_E_FAIL);
 
     // Nothing is held after a failure.
-    auto tree = testing::NewTree();
+    auto tree = NewTree();
     uint8_t byte = 0;
     ComPtr<IKMABuffer> buffer;
     EXPECT_EQ(parser->CopyToTree(tree.get()), TV_E_NOTLOADED);
@@ -90,29 +92,25 @@ TEST(JukeboxParser, RefusesBadBlocksAndArguments) {
 
 TEST(JukeboxParser, BuildKeepsWhatDidNotChangeAndDropsWhatWasDeleted) {
     auto parser = NewParser();
-    Bytes block = testing::BlockOf(StoredTree().get());
+    Bytes block = BlockOf(StoredTree().get());
     ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
     EXPECT_EQ(Parsed(parser.get()), block) << "handed out unchanged";
 
     // The host's tree: the title changed (a value set over an existing one), the comment deleted.
     auto edited = StoredTree();
-    ComPtr<IMPAMetaProperty> title;
-    ASSERT_EQ(edited->FindByPath("Track:Name", title.put()), TV_S_OK);
     const char newTitle[] = "New Title";
-    title->SetValue(reinterpret_cast<const uint8_t*>(newTitle), sizeof newTitle);
+    NodeAt(edited.get(), "Track:Name")->SetValue(reinterpret_cast<const uint8_t*>(newTitle), sizeof newTitle);
     edited->AddText("Album:Name", "Unchanged in the block", 0, true, nullptr);  // a new node, state 0
-    ComPtr<IMPAMetaProperty> comments;
-    ASSERT_EQ(edited->FindByPath("Track:Comments", comments.put()), TV_S_OK);
-    comments->SetChanged(kDeleted);
+    NodeAt(edited.get(), "Track:Comments")->SetChanged(kDeleted);
 
     ASSERT_EQ(parser->Build(edited.get(), nullptr, 0), TV_S_OK);
     auto rebuilt = Held(parser.get());
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "New Title");
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Album:Name"), "Stored Album");
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
-    EXPECT_FALSE(testing::NodeAt(rebuilt.get(), "Track:Comments"));
-    EXPECT_EQ(testing::NumberAt(rebuilt.get(), "Track:Year"), 1999u);
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Credits:Producer"), "Stored Producer");
+    EXPECT_EQ(TextAt(rebuilt.get(), "Track:Name"), "New Title");
+    EXPECT_EQ(TextAt(rebuilt.get(), "Album:Name"), "Stored Album");
+    EXPECT_EQ(TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
+    EXPECT_FALSE(NodeAt(rebuilt.get(), "Track:Comments"));
+    EXPECT_EQ(NumberAt(rebuilt.get(), "Track:Year"), 1999u);
+    EXPECT_EQ(TextAt(rebuilt.get(), "Track:Credits:Producer"), "Stored Producer");
     // The block the writer stores is big-endian, standard magic.
     Bytes out = Parsed(parser.get());
     ASSERT_GE(out.size(), 8u);
@@ -122,21 +120,16 @@ TEST(JukeboxParser, BuildKeepsWhatDidNotChangeAndDropsWhatWasDeleted) {
 
 TEST(JukeboxParser, BuildLooksTwoLevelsDeepOnly) {
     auto parser = NewParser();
-    auto tree = testing::NewTree();
+    auto tree = NewTree();
     tree->AddText("Track:Name", "Title", 0, true, nullptr);
     tree->AddText("Track:Credits:Producer", "Deep", 0, true, nullptr);
-    ComPtr<IMPAMetaProperty> producer;
-    ASSERT_EQ(tree->FindByPath("Track:Credits:Producer", producer.put()), TV_S_OK);
-    producer->SetChanged(kChanged);
-    ComPtr<IMPAMetaProperty> name;
-    ASSERT_EQ(tree->FindByPath("Track:Name", name.put()), TV_S_OK);
-    name->SetChanged(kChanged);
+    for (const char* path : {"Track:Name", "Track:Credits:Producer"}) NodeAt(tree.get(), path)->SetChanged(kChanged);
 
     // No block held yet: a file's first jukebox frame.
     ASSERT_EQ(parser->Build(tree.get(), nullptr, 0), TV_S_OK);
     auto rebuilt = Held(parser.get());
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "Title");
-    EXPECT_FALSE(testing::NodeAt(rebuilt.get(), "Track:Credits"));
+    EXPECT_EQ(TextAt(rebuilt.get(), "Track:Name"), "Title");
+    EXPECT_FALSE(NodeAt(rebuilt.get(), "Track:Credits"));
 }
 
 TEST(JukeboxParser, BuildWithForceTakesEverythingAtTwoLevels) {
@@ -144,13 +137,11 @@ TEST(JukeboxParser, BuildWithForceTakesEverythingAtTwoLevels) {
     auto tree = StoredTree();
     ASSERT_EQ(parser->Build(tree.get(), nullptr, 1), TV_S_OK);
     auto rebuilt = Held(parser.get());
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Track:Name"), "Stored Title");
-    EXPECT_EQ(testing::TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
+    EXPECT_EQ(TextAt(rebuilt.get(), "Track:Name"), "Stored Title");
+    EXPECT_EQ(TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
     // The host's tree is left as it was: Build adds copies, not the host's own nodes.
     uint32_t parents = 0;
-    ComPtr<IMPAMetaProperty> name;
-    ASSERT_EQ(tree->FindByPath("Track:Name", name.put()), TV_S_OK);
-    auto manager = QueryAs<IMPAMetaPropertyParentMgr>(name, IID_IMPAMetaPropertyParentMgr);
+    auto manager = QueryAs<IMPAMetaPropertyParentMgr>(NodeAt(tree.get(), "Track:Name"), IID_IMPAMetaPropertyParentMgr);
     ASSERT_TRUE(manager);
     manager->GetParentCount(&parents);
     EXPECT_EQ(parents, 1u);
@@ -158,7 +149,7 @@ TEST(JukeboxParser, BuildWithForceTakesEverythingAtTwoLevels) {
 
 TEST(JukeboxParser, CoverThroughADataSourceIsStoredAndReadBack) {
     const Bytes picture = test::Pattern(5000, 3);
-    auto tree = testing::NewTree();
+    auto tree = NewTree();
     ComPtr<IMPAMetaProperty> cover;
     ASSERT_EQ(tree->AddProperty("Album:Cover Art", kTypeReference, 0, nullptr, 0, true, cover.put()), TV_S_OK);
     cover->AddNumber(kPropDataSize, uint32_t(picture.size()), 0, true, nullptr);
@@ -182,12 +173,12 @@ TEST(JukeboxParser, CoverThroughADataSourceIsStoredAndReadBack) {
 
     // In the block: a type-10 record with "DataSize"; read without reference data into a tree.
     auto held = Held(parser.get());
-    ComPtr<IMPAMetaProperty> stored;
-    ASSERT_EQ(held->FindByPath("Album:Cover Art", stored.put()), TV_S_OK);
+    auto stored = NodeAt(held.get(), "Album:Cover Art");
+    ASSERT_TRUE(stored);
     uint32_t type = 0;
     stored->GetType(&type);
     EXPECT_EQ(type, uint32_t(kTypeReference));
-    EXPECT_EQ(testing::NumberAt(stored.get(), kPropDataSize), picture.size());
+    EXPECT_EQ(NumberAt(stored.get(), kPropDataSize), picture.size());
 
     test::ScratchDir dir;
     ASSERT_EQ(parser->SavePropertyData(cover.get(), dir.file("cover.jpg").c_str()), TV_S_OK);
@@ -201,14 +192,13 @@ TEST(JukeboxParser, PropertyDataOnlyForStoredReferences) {
     ComPtr<IMPAMetaProperty> tiny;
     stored->AddProperty("Album:Tiny", kTypeDataReference, 0, reinterpret_cast<const uint8_t*>("x"), 1, true,
                         tiny.put());
-    Bytes block = testing::BlockOf(stored.get());
+    Bytes block = BlockOf(stored.get());
     ASSERT_EQ(parser->Parse(block.data(), uint32_t(block.size())), TV_S_OK);
     uint8_t buffer[16] = {};
-    ComPtr<IMPAMetaProperty> title;
-    ASSERT_EQ(stored->FindByPath("Track:Name", title.put()), TV_S_OK);
-    EXPECT_EQ(parser->GetPropertyData(title.get(), buffer, sizeof buffer), TV_E_FAIL);  // not a reference
+    EXPECT_EQ(parser->GetPropertyData(NodeAt(stored.get(), "Track:Name").get(), buffer, sizeof buffer), TV_E_FAIL)
+        << "not a reference";
     EXPECT_EQ(parser->GetPropertyData(tiny.get(), buffer, sizeof buffer), TV_E_FAIL);   // fewer than 2 bytes
-    auto elsewhere = testing::NewTree();
+    auto elsewhere = NewTree();
     ComPtr<IMPAMetaProperty> missing;
     elsewhere->AddProperty("Album:Back Cover", kTypeReference, 0, nullptr, 0, true, missing.put());
     EXPECT_EQ(parser->GetPropertyData(missing.get(), buffer, sizeof buffer), TV_E_FAIL);
