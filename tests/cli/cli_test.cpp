@@ -10,6 +10,7 @@
 #include "host/guid_text.h"
 #include "id3v2/json_value.h"
 #include "platform/preferences.h"
+#include "platform/scratch_dir.h"
 #include "run_cli.h"
 #include "tagvera/components.h"
 
@@ -100,21 +101,11 @@ TEST(Cli, MissingLibraryIsADataErrorNamingIt) {
 
 class Prefs : public ::testing::Test {
 protected:
-    void SetUp() override {
-        dir_ = fs::temp_directory_path() / ("tagvera-prefs-" + std::to_string(::getpid()) + "-" +
-                                            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir_);
-        fs::create_directories(dir_);
-        file_ = (dir_ / "preferences").string();
-        env_ = kLibrary;
-        env_["TAGVERA_PREFERENCES"] = file_;
-    }
-    void TearDown() override { fs::remove_all(dir_); }
     CliResult Run(const std::vector<std::string>& args) { return RunCli(args, env_); }
 
-    fs::path dir_;
-    std::string file_;
-    std::map<std::string, std::string> env_;
+    tagvera::test::ScratchDir dir_;
+    const std::string file_ = dir_.file("preferences");
+    std::map<std::string, std::string> env_ = {{"TAGVERA_LIBRARY", TAGVERA_LIBRARY_PATH}, {"TAGVERA_PREFERENCES", file_}};
 };
 
 TEST_F(Prefs, SetThenGetAndTheLibrarySideSeesIt) {
