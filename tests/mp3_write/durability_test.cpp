@@ -37,7 +37,7 @@ protected:
         auto s = OpenMp3(path);
         if (Failed(s.open)) return s.open;
         SetText(s.tree.get(), "Track:Name", title);
-        return s.Write(0, options);
+        return s.Write(options);
     }
 
     static std::string RecordTitle(const std::string& path) {
@@ -84,7 +84,7 @@ TEST_F(OneWritePerFile, ARewriteCarriesTheRecordInTheNewFileSyncedBeforeTheRenam
         {
             auto s = OpenMp3(path);
             SetText(s.tree.get(), "Track:Name", "Grown");
-            c = CallsDuring([&] { ASSERT_EQ(s.Write(0, options), TV_S_OK); });
+            c = CallsDuring([&] { ASSERT_EQ(s.Write(options), TV_S_OK); });
             EXPECT_NE(s.Report().find("file rewritten"), std::string::npos) << s.Report();
             EXPECT_NE(s.Report().find("id3v1: written"), std::string::npos) << s.Report();
         }

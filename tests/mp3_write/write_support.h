@@ -49,10 +49,8 @@ struct Mp3Session {
     ComPtr<IMPAHandleMetaProperties2> writer() const {
         return QueryAs<IMPAHandleMetaProperties2>(importer.get(), IID_IMPAHandleMetaProperties2);
     }
-    HRESULT Write(uint32_t force = 0, uint32_t options = 0, bool withDataSource = true) const {
-        auto w = writer();
-        return w->WriteMetaProperties2(tree.get(), withDataSource ? w.get() : nullptr, force, options);
-    }
+    // The importer is its own data source, for the on-demand data it read.
+    HRESULT Write(uint32_t options = 0) const { return writer()->WriteMetaProperties2(tree.get(), writer().get(), 0, options); }
     std::string Report() const {
         auto r = QueryAs<IMPAWriteReport>(importer.get(), IID_IMPAWriteReport);
         char buffer[4096] = {};
@@ -106,19 +104,12 @@ inline ComPtr<IMPAMetaProperty> SetNumber(IMPAMetaProperty* tree, const std::str
 }
 
 // A picture named by a file (type 11), as a host hands over a new cover.
-inline ComPtr<IMPAMetaProperty> SetPictureFile(IMPAMetaProperty* tree, const std::string& path, const std::string& file,
-                                               const char* mime = "image/jpeg") {
+inline ComPtr<IMPAMetaProperty> SetPictureFile(IMPAMetaProperty* tree, const std::string& path, const std::string& file) {
     std::vector<uint8_t> name(file.begin(), file.end());
     name.push_back(0);
     auto node = SetProperty(tree, path, kTypeFileReference, name);
-    if (node) node->AddText("MimeType", mime, 0, true, nullptr);
+    if (node) node->AddText("MimeType", "image/jpeg", 0, true, nullptr);
     return node;
-}
-
-inline void MarkDeleted(IMPAMetaProperty* tree, const std::string& path) {
-    auto node = NodeAt(tree, path.c_str());
-    ASSERT_TRUE(node) << path;
-    node->SetChanged(kDeleted);
 }
 
 // Every byte of the file from the first byte after the ID3v2 tags to the start of the trailing tags.
