@@ -21,8 +21,6 @@ inline Bytes Cstr(const std::string& s) { return B(s) + Bytes{0}; }
 
 inline Bytes TextFrame(const std::string& id, const std::string& latin1) { return Frame23(id, Latin1Text(latin1)); }
 
-inline Bytes CommentFrame(const std::string& text) { return Frame23("COMM", Bytes{0} + B("eng") + Bytes{0} + B(text)); }
-
 inline Bytes GeobFrame(const std::string& mime, const std::string& fileName, const std::string& description,
                        const Bytes& data) {
     return Frame23("GEOB", Bytes{0} + Cstr(mime) + Cstr(fileName) + Cstr(description) + data);
