@@ -80,6 +80,13 @@ void CImportMP3File::ReleaseTags() {
 void CImportMP3File::CloseFile() {
     probes_.reset();
     file_.reset();
+    // Writers close the handle after writing: the statistics give the size the file has now.
+    if (!path_.empty()) {
+        try {
+            fileSize_ = platform::FileSize(path_);
+        } catch (const Error&) {
+        }
+    }
 }
 
 platform::File& CImportMP3File::OpenedFile() {

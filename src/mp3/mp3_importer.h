@@ -96,7 +96,8 @@ public:
     IMPAKJMDParser* jukeboxParser() const { return jukebox_.get(); }
     // Forgets the trees and both parsers and clears tags loaded; the path and statistics stay.
     void ReleaseTags();
-    // Closes the importer's own handle on the file (it is reopened on demand).
+    // Closes the importer's own handle on the file (it is reopened on demand) and takes the
+    // file's size again, for a writer that has just changed it.
     void CloseFile();
     // The importer's own handle on the file, opened again when closed.
     platform::File& file() { return OpenedFile(); }

@@ -56,6 +56,11 @@ TEST_F(Mp3Write, NewTagGrowsOnceWithPaddingThenEditsInPlaceAndTheAudioStaysByteF
         ASSERT_EQ(s.Write(), TV_S_OK);
         EXPECT_NE(s.Report().find("id3v2: file rewritten"), std::string::npos) << s.Report();
         EXPECT_NE(s.Report().find("id3v1: written"), std::string::npos) << s.Report();
+        // The same importer, asked again, describes the file as it is now.
+        ComPtr<IMPAMetaProperty> again;
+        ASSERT_TRUE(Succeeded(s.importer->Interrogate(again.put())));
+        EXPECT_EQ(NumberAt(again.get(), "Statistics:FileSize"), platform::FileSize(path));
+        EXPECT_EQ(TextAt(again.get(), "Track:Name"), "Blue in Green");
     }
     EXPECT_EQ(AudioOf(path), audio);
     const Bytes record = LastRecord(path);
