@@ -35,6 +35,18 @@ for tool in tagvera taglib mutagen; do
   /usr/bin/python3 -c "print('  %-8s %7.0f files/s wall (%.3f s)  %7.0f files/s CPU (%.3f s)' % ('$tool', $count / $wall, $wall, $count / $cpu, $cpu))"
 done
 
+# The same split by kind: the VBR files without any header, which only a walk over all their
+# frames can time, and the rest.
+mapfile -t walked < <(find "$corpus" -name '*vbr_noxing*.mp3' | sort)
+mapfile -t others < <(find "$corpus" -name '*.mp3' ! -name '*vbr_noxing*' | sort)
+echo "CPU seconds by kind (best of 5): ${#others[@]} files with a VBR header or a constant rate, ${#walked[@]} VBR files without a header:"
+for tool in tagvera taglib; do
+  if [ "$tool" = tagvera ]; then run=("$build/cli/tagvera" info); else run=("$build/bench/mp3_read/bench_taglib_read"); fi
+  read -r _ cpuOthers < <(bench/mp3_read/time_runs.py 5 "${run[@]}" "${others[@]}")
+  read -r _ cpuWalked < <(bench/mp3_read/time_runs.py 5 "${run[@]}" "${walked[@]}")
+  printf '  %-8s %.3f s and %.3f s\n' "$tool" "$cpuOthers" "$cpuWalked"
+done
+
 log=$(mktemp)
 for tool in tagvera taglib mutagen; do
   declare -n cmd=$tool
