@@ -351,11 +351,6 @@ private:
         node->SetName(spec.name.c_str());
         node->SetType(spec.type);
         if (spec.value) node->SetValue(spec.value->data(), static_cast<uint32_t>(spec.value->size()));
-        for (const auto& c : spec.children) {
-            hr = node->AddProperty(c.name.c_str(), c.type, c.flags, c.value.data(), static_cast<uint32_t>(c.value.size()),
-                                   true, nullptr);
-            if (Failed(hr)) return hr;
-        }
         ComPtr<IMPAMetaProperty> parent;
         if (Failed(root->FindFirstChild(spec.parent.c_str(), parent.put())) || !parent) {
             hr = root->AddGroup(spec.parent.c_str(), 0, false, parent.put());
@@ -363,7 +358,14 @@ private:
         }
         // The first frame that names a property wins; later ones leave it as it is.
         hr = parent->AddChild(node.get(), false, nullptr, 0);
-        return Failed(hr) ? hr : TV_S_OK;
+        if (Failed(hr) || hr == TV_S_PROP_EXISTS) return Failed(hr) ? hr : TV_S_OK;
+        // Children go in once the node has its place, so that their paths are made once.
+        for (const auto& c : spec.children) {
+            hr = node->AddProperty(c.name.c_str(), c.type, c.flags, c.value.data(), static_cast<uint32_t>(c.value.size()),
+                                   true, nullptr);
+            if (Failed(hr)) return hr;
+        }
+        return TV_S_OK;
     }
 
     // The frame a reference property was read from: same frame number, same path, and where
