@@ -48,9 +48,6 @@ TEST(Id3libAdapter, EditsMarkTheTagChanged) {
     EXPECT_TRUE(lib.changed());
     lib.AddFrame(MakeFrame("TALB", Latin1Text("Album")));
     EXPECT_EQ(Ids(lib.Frames()), (std::vector<std::string>{"TALB", "TPE1"}));
-    EXPECT_FALSE(lib.padding());
-    lib.setPadding(true);
-    EXPECT_TRUE(lib.padding());
     lib.Clear();
     EXPECT_EQ(lib.FrameCount(), 0u);
     EXPECT_TRUE(lib.Render(100).empty());

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <map>
 #include <set>
 
 #include "id3v2/fixture_list.h"

@@ -2,7 +2,6 @@
 // property tree under its name with the fixture's value, and on-demand data comes back intact.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <set>
 
 #include "id3v2/fixture_list.h"
@@ -58,7 +57,7 @@ std::string Joined(const Json& frame) {
     return s;
 }
 
-TEST(Id3Fixtures, AreAllThere) { EXPECT_GE(FixtureBases().size(), 30u) << Id3FixtureDir(); }
+TEST(Id3Fixtures, AreAllThere) { EXPECT_GE(FixtureBases().size(), 30u) << SharedId3Dir(); }
 
 class FixtureProperties : public ::testing::TestWithParam<std::string> {
 protected:

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/text.h"
+
 namespace tagvera::testing {
 
 struct Json {
@@ -121,19 +123,6 @@ private:
         return v;
     }
 
-    static void utf8(std::string& out, uint32_t cp) {
-        if (cp < 0x80) {
-            out += char(cp);
-        } else if (cp < 0x800) {
-            out += char(0xC0 | (cp >> 6)), out += char(0x80 | (cp & 0x3F));
-        } else if (cp < 0x10000) {
-            out += char(0xE0 | (cp >> 12)), out += char(0x80 | ((cp >> 6) & 0x3F)), out += char(0x80 | (cp & 0x3F));
-        } else {
-            out += char(0xF0 | (cp >> 18)), out += char(0x80 | ((cp >> 12) & 0x3F));
-            out += char(0x80 | ((cp >> 6) & 0x3F)), out += char(0x80 | (cp & 0x3F));
-        }
-    }
-
     std::string str() {
         expect('"');
         std::string out;
@@ -158,7 +147,7 @@ private:
                         const uint32_t low = hex4();
                         cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
                     }
-                    utf8(out, cp);
+                    tagvera::text::AppendUtf8(out, char32_t(cp));
                     break;
                 }
                 default: out += c;

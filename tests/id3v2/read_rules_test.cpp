@@ -1,6 +1,8 @@
 // Frames to properties: the read rules' names, parents, types and children, one frame at a time.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "id3v2/tag_builder.h"
 #include "mp3/id3v2/text_encoding.h"
 #include "mp3/id3v2_frame_map.h"
@@ -34,32 +36,86 @@ uint32_t Number(const std::vector<uint8_t>& v) {
 
 Bytes Utf16(const std::string& s) { return Bytes{1} + id3v2::EncodeText(s, id3v2::TextEncoding::Utf16); }
 
-TEST(ReadRules, TextFramesNameTheirProperty) {
-    auto p = Read("TIT2", Latin1Text("Blue in Green"));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->path(), "Track:Name");
-    EXPECT_EQ(p->type, kTypeText);
-    EXPECT_EQ(Text(p->value), "Blue in Green");
-    EXPECT_EQ(p->child("Unicode"), nullptr);
-    ASSERT_NE(p->child("ID3FrameID"), nullptr);
-    EXPECT_EQ(Number(p->child("ID3FrameID")->value), 22u);
-    EXPECT_EQ(p->child("ID3FrameID")->flags, kFlagPrivate);
-
-    p = Read("TPE2", Utf16("Band ä"));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->path(), "Artist:Band");
-    ASSERT_NE(p->child("Unicode"), nullptr);
-    EXPECT_EQ(Number(p->child("Unicode")->value), 1u);
-    EXPECT_EQ(Text(p->value), "Band ä");
-
-    EXPECT_EQ(Read("TSSE", Latin1Text("lame"))->path(), "Statistics:Encode Settings");
-    EXPECT_EQ(Read("TPE4", Latin1Text("dj"))->path(), "Credits:Mix Artist");
+Bytes Comm(const std::string& lang, const std::string& text) { return Bytes{0} + B(lang) + Bytes{0} + B(text); }
+Bytes Txxx(const std::string& desc, const std::string& text) { return Bytes{0} + B(desc) + Bytes{0} + B(text); }
+Bytes Apic(uint8_t type, const std::string& mime, const std::string& desc, size_t dataSize = 10) {
+    Bytes p = Bytes{0} + B(mime) + Bytes{0, type} + B(desc) + Bytes{0};
+    p.resize(p.size() + dataSize, 0xAB);
+    return p;
+}
+Bytes Geob(const std::string& mime, const std::string& file, const std::string& desc, const Bytes& data) {
+    return Bytes{0} + B(mime) + Bytes{0} + B(file) + Bytes{0} + B(desc) + Bytes{0} + data;
 }
 
-TEST(ReadRules, SeveralValuesJoinWithSlash) {
-    auto p = Read("TPE1", Utf8Text(std::string("A\0B", 3)));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(Text(p->value), "A/B");
+struct MappingCase {
+    std::string id;
+    Bytes payload;
+    std::string path;
+    uint32_t type;
+    std::string text;  // the value as text; empty for values that are not text
+};
+
+TEST(ReadRules, FramesNameTheirPropertyAndType) {
+    const MappingCase cases[] = {
+        {"TIT2", Latin1Text("Blue in Green"), "Track:Name", kTypeText, "Blue in Green"},
+        {"TPE2", Utf16("Band ä"), "Artist:Band", kTypeText, "Band ä"},
+        {"TSSE", Latin1Text("lame"), "Statistics:Encode Settings", kTypeText, "lame"},
+        {"TPE4", Latin1Text("dj"), "Credits:Mix Artist", kTypeText, "dj"},
+        {"TPE1", Utf8Text(std::string("A\0B", 3)), "Artist:Name", kTypeText, "A/B"},  // values join with '/'
+        {"TYER", Latin1Text("1999"), "Track:Year", kTypeNumber, ""},
+        // Genre numbers become names.
+        {"TCON", Latin1Text("(17)"), "Track:Genre", kTypeText, "Rock"},
+        {"TCON", Latin1Text("(147)"), "Track:Genre", kTypeText, "Synthpop"},
+        {"TCON", Latin1Text("Rock"), "Track:Genre", kTypeText, "Rock"},
+        {"TCON", Latin1Text("17Rock"), "Track:Genre", kTypeText, "Rock"},
+        {"TCON", Utf8Text(std::string("13\0Jazz", 7)), "Track:Genre", kTypeText, "Pop/Jazz"},
+        {"COMM", Comm("eng", "nice"), "Track:Comments", kTypeText, "nice"},
+        {"COMM", Comm("dte", "2001-01-01"), "Track:Comments", kTypeDate, "2001-01-01"},
+        // User text names its own property.
+        {"TXXX", Txxx("MusicMatch_Mood", "calm"), "Track:Mood", kTypeText, "calm"},
+        {"TXXX", Txxx("MusicMatch_", "x"), "Track:MusicMatch_", kTypeText, "x"},
+        {"TXXX", Txxx("Credits:Producer", "x"), "Credits:Producer", kTypeText, "x"},
+        {"TXXX", Txxx("A:B:C", "x"), "A:B:C", kTypeText, "x"},
+        {"TXXX", Txxx("", "x"), "Track:User Text", kTypeText, "x"},
+        {"WCOP", B("http://c"), "Web Links:Copyright Web Page", kTypeUrl, "http://c"},
+        {"WOAS", B("http://s"), "Web Links:Web Page", kTypeUrl, "http://s"},
+        {"WPAY", B("http://p"), "Web Links:Purchase Track Web Page", kTypeUrl, "http://p"},
+        {"WOAF", B("http://f"), "Web Links:Track URL", kTypeUrl, "http://f"},
+        {"WXXX", Bytes{0, 0} + B("http://u"), "Track:Web Page", kTypeUrl, "http://u"},
+        {"WXXX", Txxx("Band:Home", "http://u"), "Band:Home Web Page", kTypeUrl, "http://u"},
+        // Pictures by type; the front cover wins the cover property, the others are covers too.
+        {"APIC", Apic(3, "image/jpeg", "front"), "Album:Cover Art", kTypeReference, ""},
+        {"APIC", Apic(4, "image/png", "back"), "Album:Cover Art", kTypeReference, ""},
+        {"APIC", Apic(0, "image/jpeg", ""), "Album:Cover Art", kTypeReference, ""},
+        {"APIC", Apic(1, "image/gif", ""), "Track:Icon", kTypeReference, ""},
+        {"APIC", Apic(18, "image/gif", ""), "Credits:Liner Art", kTypeReference, ""},
+        {"APIC", Apic(20, "image/gif", ""), "Credits:Publisher Logo Picture", kTypeReference, ""},
+        {"APIC", Apic(0, "image/jpeg", "Band:Live"), "Band:Live Picture", kTypeReference, ""},
+        // Objects by MIME type.
+        {"GEOB", Geob("binary", "", "KorvaJukebox:Metadata", B("KJMD")), "KorvaJukebox:Metadata", kTypeBinary, ""},
+        {"GEOB", Geob("flag", "", "Loved", Bytes{1}), "Track:Loved", kTypeFlag, ""},
+        {"GEOB", Geob("filename", "song.wav", "", {}), "Track:General Object", kTypeFilename, "song.wav"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.id + " -> " + c.path);
+        const auto p = Read(c.id, c.payload);
+        ASSERT_TRUE(p);
+        EXPECT_EQ(p->path(), c.path);
+        EXPECT_EQ(p->type, c.type);
+        if (!c.text.empty()) {
+            EXPECT_EQ(Text(p->value), c.text);
+        }
+        ASSERT_NE(p->child("ID3FrameID"), nullptr);
+        EXPECT_EQ(p->child("ID3FrameID")->flags, kFlagPrivate);
+    }
+}
+
+TEST(ReadRules, ValuesAndChildrenOfTextFrames) {
+    auto p = Read("TIT2", Latin1Text("Blue in Green"));
+    EXPECT_EQ(p->child("Unicode"), nullptr);
+    EXPECT_EQ(Number(p->child("ID3FrameID")->value), 22u);
+    EXPECT_EQ(Number(Read("TPE2", Utf16("Band ä"))->child("Unicode")->value), 1u);
+    EXPECT_EQ(Number(*Read("TYER", Latin1Text("1999"))->value), 1999u);
 }
 
 TEST(ReadRules, FramesThatAreNotRead) {
@@ -71,82 +127,34 @@ TEST(ReadRules, FramesThatAreNotRead) {
     EXPECT_FALSE(Read("UFID", B("http://x") + Bytes{0, 1}));
     EXPECT_FALSE(Read("TYER", Latin1Text("0")));       // a year of 0
     EXPECT_FALSE(Read("TIT2", Bytes{7, 'x'}));         // bogus encoding
-}
-
-TEST(ReadRules, YearIsANumber) {
-    auto p = Read("TYER", Latin1Text("1999"));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->path(), "Track:Year");
-    EXPECT_EQ(p->type, kTypeNumber);
-    EXPECT_EQ(Number(*p->value), 1999u);
-}
-
-TEST(ReadRules, GenreNumbersBecomeNames) {
-    EXPECT_EQ(Text(Read("TCON", Latin1Text("(17)"))->value), "Rock");
-    EXPECT_EQ(Text(Read("TCON", Latin1Text("(147)"))->value), "Synthpop");
-    EXPECT_EQ(Text(Read("TCON", Latin1Text("Rock"))->value), "Rock");
-    EXPECT_EQ(Text(Read("TCON", Latin1Text("17Rock"))->value), "Rock");
-    EXPECT_EQ(Text(Read("TCON", Utf8Text(std::string("13\0Jazz", 7)))->value), "Pop/Jazz");
-}
-
-TEST(ReadRules, CommentsLanguagesAndLongText) {
-    auto p = Read("COMM", Bytes{0} + B("eng") + Bytes{0} + B("nice"));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->path(), "Track:Comments");
-    EXPECT_EQ(Text(p->value), "nice");
-    EXPECT_EQ(p->child("Language"), nullptr);
-
-    p = Read("COMM", Bytes{0} + B("deu") + Bytes{0} + B("schön"));
-    ASSERT_NE(p->child("Language"), nullptr);
-    EXPECT_EQ(Text(p->child("Language")->value), "deu");
-
-    p = Read("COMM", Bytes{0} + B("dte") + Bytes{0} + B("2001-01-01"));
-    EXPECT_EQ(p->type, kTypeDate);
-
-    p = Read("COMM", Bytes{0} + B("eng") + Bytes{0} + B(std::string(300, 'c')));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->type, kTypeReference);
-    EXPECT_FALSE(p->value);
-    EXPECT_EQ(Number(p->child("DataSize")->value), 301u);
-    EXPECT_EQ(Text(p->child("MimeType")->value), "text/plain");
-    EXPECT_EQ(Text(p->child("Extension")->value), "txt");
-    EXPECT_EQ(Text(mp3::FrameReferenceData(MakeFrame("COMM", Bytes{0} + B("eng") + Bytes{0} + B(std::string(300, 'c'))))),
-              std::string(300, 'c'));
-    // iTunes' machine data is not a comment.
-    EXPECT_FALSE(Read("COMM", Bytes{0} + B("eng") + B("iTunNORM") + Bytes{0} + B(" 0000")));
-}
-
-TEST(ReadRules, UserTextNamesItsOwnProperty) {
-    EXPECT_EQ(Read("TXXX", Bytes{0} + B("MusicMatch_Mood") + Bytes{0} + B("calm"))->path(), "Track:Mood");
-    EXPECT_EQ(Read("TXXX", Bytes{0} + B("MusicMatch_") + Bytes{0} + B("x"))->path(), "Track:MusicMatch_");
-    EXPECT_EQ(Read("TXXX", Bytes{0} + B("Credits:Producer") + Bytes{0} + B("x"))->path(), "Credits:Producer");
-    EXPECT_EQ(Read("TXXX", Bytes{0} + B("A:B:C") + Bytes{0} + B("x"))->path(), "A:B:C");
-    EXPECT_EQ(Read("TXXX", Bytes{0, 0} + B("x"))->path(), "Track:User Text");
-    EXPECT_FALSE(Read("TXXX", Bytes{0} + B("Credits:") + Bytes{0} + B("x")));
-}
-
-TEST(ReadRules, LyricsStayInTheFile) {
-    auto p = Read("USLT", Bytes{0} + B("fra") + Bytes{0} + B("la la"));
-    ASSERT_TRUE(p);
-    EXPECT_EQ(p->path(), "Track:Lyrics");
-    EXPECT_EQ(p->type, kTypeReference);
-    EXPECT_EQ(Number(p->child("DataSize")->value), 6u);
-    EXPECT_EQ(Text(p->child("MimeType")->value), "text/plain");
-    EXPECT_EQ(Text(p->child("Language")->value), "fra");
-    EXPECT_EQ(Read("USLT", Bytes{0} + B("eng") + Bytes{0} + B("x"))->child("Language"), nullptr);
-}
-
-TEST(ReadRules, UrlsGoToWebLinks) {
-    auto p = Read("WCOP", B("http://c"));
-    EXPECT_EQ(p->path(), "Web Links:Copyright Web Page");
-    EXPECT_EQ(p->type, kTypeUrl);
-    EXPECT_EQ(Text(p->value), "http://c");
-    EXPECT_EQ(Read("WOAS", B("http://s"))->path(), "Web Links:Web Page");
-    EXPECT_EQ(Read("WPAY", B("http://p"))->path(), "Web Links:Purchase Track Web Page");
-    EXPECT_EQ(Read("WOAF", B("http://f"))->path(), "Web Links:Track URL");
-    EXPECT_EQ(Read("WXXX", Bytes{0, 0} + B("http://u"))->path(), "Track:Web Page");
-    EXPECT_EQ(Read("WXXX", Bytes{0} + B("Band:Home") + Bytes{0} + B("http://u"))->path(), "Band:Home Web Page");
+    EXPECT_FALSE(Read("COMM", Bytes{0} + B("eng") + B("iTunNORM") + Bytes{0} + B(" 0000")));  // machine data
+    EXPECT_FALSE(Read("TXXX", Txxx("Credits:", "x")));
     EXPECT_FALSE(Read("WOAR", B("")));
+    EXPECT_FALSE(Read("APIC", Apic(21, "image/jpeg", "x")));
+    EXPECT_FALSE(Read("GEOB", Geob("ulong", "", "Short", Bytes{1, 2})));
+    EXPECT_FALSE(Read("MCDI", Bytes{5, 1, 2}));
+}
+
+TEST(ReadRules, CommentsAndLyricsNameTheirLanguageUnlessEnglish) {
+    EXPECT_EQ(Read("COMM", Comm("eng", "nice"))->child("Language"), nullptr);
+    EXPECT_EQ(Text(Read("COMM", Comm("deu", "schön"))->child("Language")->value), "deu");
+    EXPECT_EQ(Read("USLT", Comm("eng", "x"))->child("Language"), nullptr);
+    EXPECT_EQ(Text(Read("USLT", Comm("fra", "la la"))->child("Language")->value), "fra");
+}
+
+TEST(ReadRules, LongTextStaysInTheFile) {
+    const Bytes longComment = Comm("eng", std::string(300, 'c'));
+    for (const auto& [id, payload, size] : {std::tuple{"COMM", longComment, 301u}, std::tuple{"USLT", Comm("fra", "la la"), 6u}}) {
+        SCOPED_TRACE(id);
+        auto p = Read(id, payload);
+        ASSERT_TRUE(p);
+        EXPECT_EQ(p->type, kTypeReference);
+        EXPECT_FALSE(p->value);
+        EXPECT_EQ(Number(p->child("DataSize")->value), size);
+        EXPECT_EQ(Text(p->child("MimeType")->value), "text/plain");
+    }
+    EXPECT_EQ(Text(Read("COMM", longComment)->child("Extension")->value), "txt");
+    EXPECT_EQ(Text(mp3::FrameReferenceData(MakeFrame("COMM", longComment))), std::string(300, 'c'));
 }
 
 TEST(ReadRules, PeopleListIsATextList) {
@@ -158,56 +166,25 @@ TEST(ReadRules, PeopleListIsATextList) {
     EXPECT_EQ(p->child("Separator")->value, (Bytes{0, 0, 0, 0}));
 }
 
-Bytes Apic(uint8_t type, const std::string& mime, const std::string& desc, size_t dataSize = 10) {
-    Bytes p = Bytes{0} + B(mime) + Bytes{0, type} + B(desc) + Bytes{0};
-    p.resize(p.size() + dataSize, 0xAB);
-    return p;
-}
-
-TEST(ReadRules, PicturesByType) {
+TEST(ReadRules, PictureAndObjectData) {
     auto p = Read("APIC", Apic(3, "image/jpeg", "front"));
-    EXPECT_EQ(p->path(), "Album:Cover Art");
-    EXPECT_EQ(p->type, kTypeReference);
     EXPECT_EQ(Number(p->child("DataSize")->value), 10u);
     EXPECT_EQ(Text(p->child("MimeType")->value), "image/jpeg");
     EXPECT_EQ(Text(p->child("Extension")->value), "jpg");
-    EXPECT_EQ(Read("APIC", Apic(4, "image/png", "back"))->path(), "Album:Cover Art");
     EXPECT_EQ(Text(Read("APIC", Apic(4, "image/png", ""))->child("Extension")->value), "png");
-    EXPECT_EQ(Read("APIC", Apic(1, "image/gif", ""))->path(), "Track:Icon");
-    EXPECT_EQ(Read("APIC", Apic(18, "image/gif", ""))->path(), "Credits:Liner Art");
-    EXPECT_EQ(Read("APIC", Apic(20, "image/gif", ""))->path(), "Credits:Publisher Logo Picture");
-    EXPECT_EQ(Read("APIC", Apic(0, "image/jpeg", ""))->path(), "Album:Cover Art");
-    EXPECT_EQ(Read("APIC", Apic(0, "image/jpeg", "Band:Live"))->path(), "Band:Live Picture");
-    EXPECT_FALSE(Read("APIC", Apic(21, "image/jpeg", "x")));
     auto odd = Read("APIC", Apic(3, "application/x-encrypted", ""));
     EXPECT_EQ(Text(odd->child("MimeType")->value), "application/x-encrypted");
     EXPECT_EQ(Text(odd->child("Extension")->value), "eimg");
     EXPECT_EQ(Text(Read("APIC", Apic(3, "text/x", ""))->child("MimeType")->value), "");
-}
 
-Bytes Geob(const std::string& mime, const std::string& file, const std::string& desc, const Bytes& data) {
-    return Bytes{0} + B(mime) + Bytes{0} + B(file) + Bytes{0} + B(desc) + Bytes{0} + data;
-}
-
-TEST(ReadRules, ObjectsByMimeType) {
-    auto p = Read("GEOB", Geob("binary", "", "KorvaJukebox:Metadata", B("KJMD")));
-    EXPECT_EQ(p->path(), "KorvaJukebox:Metadata");
-    EXPECT_EQ(p->type, kTypeBinary);
-    EXPECT_EQ(*p->value, B("KJMD"));
+    EXPECT_EQ(*Read("GEOB", Geob("binary", "", "KorvaJukebox:Metadata", B("KJMD")))->value, B("KJMD"));
     p = Read("GEOB", Geob("ulong", "", "Plays", Bytes{7, 0, 0, 0, 9}));
     EXPECT_EQ(p->type, kTypeNumber);
     EXPECT_EQ(Number(*p->value), 7u);
-    p = Read("GEOB", Geob("flag", "", "Loved", Bytes{1}));
-    EXPECT_EQ(p->type, kTypeFlag);
-    p = Read("GEOB", Geob("filename", "song.wav", "", {}));
-    EXPECT_EQ(p->path(), "Track:General Object");
-    EXPECT_EQ(p->type, kTypeFilename);
-    EXPECT_EQ(Text(p->value), "song.wav");
     p = Read("GEOB", Geob("application/pdf", "b.pdf", "Booklet", Bytes(5, 1)));
     EXPECT_EQ(p->type, kTypeReference);
     EXPECT_EQ(Number(p->child("DataSize")->value), 5u);
     EXPECT_EQ(Text(p->child("Extension")->value), "b.pdf");
-    EXPECT_FALSE(Read("GEOB", Geob("ulong", "", "Short", Bytes{1, 2})));
 }
 
 TEST(ReadRules, CdTableOfContents) {
@@ -224,7 +201,6 @@ TEST(ReadRules, CdTableOfContents) {
     // Not text: a count byte and nine bytes per track give hex digits.
     Bytes raw{1, 0xAA, 1, 2, 3, 4, 5, 6, 7, 8};
     EXPECT_EQ(Text(Read("MCDI", raw)->value), "01AA0102030405060708");
-    EXPECT_FALSE(Read("MCDI", Bytes{5, 1, 2}));
 }
 
 }  // namespace

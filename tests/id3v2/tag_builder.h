@@ -1,12 +1,17 @@
-// Builds ID3v2 tags byte by byte for tests: frames of each version, headers, unsynchronisation.
+// Builds ID3v2 tags byte by byte for tests: frames of each version, headers, unsynchronisation;
+// reads them back from memory or a scratch file.
 #ifndef TAGVERA_TESTS_ID3V2_TAG_BUILDER_H
 #define TAGVERA_TESTS_ID3V2_TAG_BUILDER_H
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
+
+#include "base/byte_source.h"
+#include "mp3/id3v2/tag_reader.h"
 
 namespace tagvera::testing {
 
@@ -77,9 +82,15 @@ inline Bytes Audio() {
     return a;
 }
 
-inline Bytes ReadFileBytes(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return Bytes((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
+inline id3v2::FileTags ReadBytes(const Bytes& bytes) {
+    MemorySource source(bytes);
+    return id3v2::ReadFileTags(source);
+}
+
+inline std::string WriteTemp(const std::string& name, const Bytes& bytes) {
+    const std::string path = ::testing::TempDir() + "id3v2_" + name;
+    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    return path;
 }
 
 }  // namespace tagvera::testing

@@ -2,22 +2,15 @@
 // and encrypted frames, v2.4 extended headers, and the prepended size of tags in a row.
 #include <gtest/gtest.h>
 
-#include "base/byte_source.h"
 #include "id3v2/tag_builder.h"
 #include "mp3/id3lib_adapter.h"
 #include "mp3/id3v2/fields.h"
 #include "mp3/id3v2/json_report.h"
 #include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/tag_reader.h"
 #include "mp3/id3v2/trailing_tags.h"
 
 namespace tagvera::testing {
 namespace {
-
-id3v2::FileTags ReadBytes(const Bytes& bytes) {
-    MemorySource source(bytes);
-    return id3v2::ReadFileTags(source);
-}
 
 Bytes Id3v1(const std::string& title, uint8_t track, uint8_t genre) {
     Bytes r = B("TAG") + B(title);
