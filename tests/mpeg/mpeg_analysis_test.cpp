@@ -40,21 +40,23 @@ TEST(AnalyzeMpegAudio, ConstantRateWithAlternatingPaddingHasTheUnpaddedFrameAsBl
     EXPECT_EQ(wf.nBlockSize, 1);
 }
 
-TEST(AnalyzeMpegAudio, UnpaddedFramesGiveTheirLengthAndThePaddingOffFlag) {
-    const auto bytes = SilentFrames(0xFFFB94C0, 384, 30);  // 48 kHz mono, never padded
-    MpegLayer3WaveFormat wf;
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, true), 0);
-    EXPECT_EQ(wf.nChannels, 1);
-    EXPECT_EQ(wf.nBlockSize, 384);
-    EXPECT_EQ(wf.nFramesPerBlock, 1);
-    EXPECT_EQ(wf.fdwFlags, MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever);
-}
-
-TEST(AnalyzeMpegAudio, EveryFramePaddedWithACrc) {
-    const auto bytes = SilentFrames(0xFFFA9200, 418, 30);
-    MpegLayer3WaveFormat wf;
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, true), 0);
-    EXPECT_EQ(wf.fdwFlags, MPEGLAYER3_FLAG_PADDING_ON | kMpegFlagCrcAlways);
+TEST(AnalyzeMpegAudio, PaddingAndCrcFlagsFollowTheFrames) {
+    const struct {
+        std::vector<uint8_t> bytes;
+        uint16_t channels, blockSize;
+        uint32_t flags;
+    } cases[] = {
+        {SilentFrames(0xFFFB94C0, 384, 30), 1, 384, MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},  // 48 kHz mono
+        {SilentFrames(0xFFFA9200, 418, 30), 2, 418, MPEGLAYER3_FLAG_PADDING_ON | kMpegFlagCrcAlways},
+    };
+    for (const auto& c : cases) {
+        MpegLayer3WaveFormat wf;
+        ASSERT_EQ(AnalyzeMpegAudio(c.bytes, &wf, true), 0);
+        EXPECT_EQ(wf.nChannels, c.channels);
+        EXPECT_EQ(wf.nBlockSize, c.blockSize);
+        EXPECT_EQ(wf.nFramesPerBlock, 1);
+        EXPECT_EQ(wf.fdwFlags, c.flags);
+    }
 }
 
 TEST(AnalyzeMpegAudio, ARepeatingPatternOfRatesIsNotVariable) {

@@ -47,7 +47,6 @@ struct FixtureReport {
     double sampleRate = 0;
     double channels = 0;
     double streamBitRate = 0;
-    double formatBitRate = 0;
     double probeSeconds = 0;
     double decodedSeconds = 0;
     double decodedSamples = 0;
@@ -69,7 +68,6 @@ inline FixtureReport LoadReport(const std::string& name) {
     r.sampleRate = ReportNumber(json, "ffprobe", "sample_rate");
     r.channels = ReportNumber(json, "ffprobe", "channels");
     r.streamBitRate = ReportNumber(json, "ffprobe", "stream_bit_rate");
-    r.formatBitRate = ReportNumber(json, "ffprobe", "format_bit_rate");
     r.probeSeconds = ReportNumber(json, "ffprobe", "duration_s");
     r.decodedSeconds = ReportNumber(json, "decoded", "duration_s");
     r.decodedSamples = ReportNumber(json, "decoded", "samples_per_channel");

@@ -17,13 +17,6 @@ uint32_t Be32(std::span<const uint8_t> b, size_t at) {
     return uint32_t(b[at]) << 24 | uint32_t(b[at + 1]) << 16 | uint32_t(b[at + 2]) << 8 | b[at + 3];
 }
 
-TEST(XingOffset, FollowsVersionAndChannels) {
-    EXPECT_EQ(XingOffset(44100, 2), 36u);
-    EXPECT_EQ(XingOffset(32000, 1), 21u);
-    EXPECT_EQ(XingOffset(22050, 2), 21u);
-    EXPECT_EQ(XingOffset(16000, 1), 13u);
-}
-
 TEST(ParseXingHeader, ReadsLameVbrHeaders) {
     for (const char* name : {"vbr_xing_44k_v7", "vbr_xing_22k_mono"}) {
         SCOPED_TRACE(name);
@@ -86,33 +79,24 @@ TEST(BuildXingFrame, BuildsAFrameThatDecodesAndParsesBack) {
     EXPECT_EQ(x.toc[99], 199);
 }
 
-TEST(BuildXingFrame, MonoAndMpeg2) {
+TEST(BuildXingFrame, PicksTheSmallestFrameThatHoldsItAndRefusesWhatCannot) {
     std::vector<uint8_t> frame;
-    // MPEG-2 mono with a quality: 9 + 12 + 4 + 4 + 100 + 4 = 133 bytes; 72 * kbps / 22.05 >= 133 first at 48k.
-    const uint32_t length = BuildXingFrame(22050, 3, 0, 0, 0xF, 1, 2, 77, nullptr, &frame, nullptr, nullptr, 0);
-    EXPECT_EQ(length, 156u);
-    CMpegHeader h;
-    ASSERT_TRUE(h.Decode(Be32(frame, 0)));
-    EXPECT_EQ(h.version, kMpeg2);
-    EXPECT_EQ(h.channels, 1u);
     XingHeader x;
+    // MPEG-2 mono with a quality: 9 + 12 + 4 + 4 + 100 + 4 = 133 bytes; 72 * kbps / 22.05 >= 133 first at 48k.
+    ASSERT_EQ(BuildXingFrame(22050, 3, 0, 0, 0xF, 1, 2, 77, nullptr, &frame, nullptr, nullptr, 0), 156u);
     ASSERT_EQ(ParseXingHeader(frame, 22050, 1, &x), TV_S_OK);
     EXPECT_EQ(x.quality, 77u);
     // MPEG-2 without a quality leaves the TOC out.
     ASSERT_GT(BuildXingFrame(22050, 3, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 14), 0u);
     ASSERT_EQ(ParseXingHeader(frame, 22050, 1, &x), TV_S_OK);
     EXPECT_EQ(x.flags, 3u);
-}
-
-TEST(BuildXingFrame, RefusesRatesAndIndicesThatCannotHoldIt) {
-    std::vector<uint8_t> frame;
-    EXPECT_EQ(BuildXingFrame(11025, 0, 0, 0, 7, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
-    EXPECT_EQ(BuildXingFrame(44000, 0, 0, 0, 7, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
-    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 1), 0u);   // 104 bytes
-    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 15), 0u);
-    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 9), 417u);
     // Both extra fields: 32 + 12 + 8 + 100 + 4 + 40 = 196 bytes: 64 kbit/s (208 bytes).
     EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 0x3F, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 208u);
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 9), 417u);
+    EXPECT_EQ(BuildXingFrame(11025, 0, 0, 0, 7, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(BuildXingFrame(44000, 0, 0, 0, 7, 1, 2, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 1), 0u);  // 104 bytes
+    EXPECT_EQ(BuildXingFrame(44100, 0, 0, 0, 7, 1, 2, 0, nullptr, &frame, nullptr, nullptr, 15), 0u);
 }
 
 TEST(CountMpegFrames, CountsEveryFrameOfAFixture) {
@@ -179,26 +163,30 @@ TEST(XingRepair, AVbrFileWithoutHeaderGetsOneInItsFirstFrame) {
     EXPECT_FALSE(readOnly.xingRepair);
 }
 
-TEST(XingRepair, AZeroFrameCountIsPatchedInPlace) {
-    auto bytes = LoadFixture("vbr_xing_44k_v7");
+TEST(XingRepair, AZeroOrAbsurdFrameCountIsCountedAndPatchedInPlace) {
+    const auto original = LoadFixture("vbr_xing_44k_v7");
     const size_t countAt = 36 + 8;
-    const uint32_t stated = Be32(bytes, countAt);
-    for (int i = 0; i < 4; ++i) bytes[countAt + i] = 0;
-    MemorySource source(bytes);
-    Mp3AudioInfo info;
-    ASSERT_EQ(ScanMp3Audio(source, 0, &info, {.fileWritable = true}), TV_S_OK);
-    EXPECT_TRUE(info.framesCounted);
-    EXPECT_EQ(info.frameCount, stated);
-    ASSERT_TRUE(info.xingRepair);
-    EXPECT_TRUE(info.xingRepair->patchOnly);
-    EXPECT_EQ(info.xingRepair->offset, countAt);
-    EXPECT_EQ(Be32(info.xingRepair->bytes, 0), stated);
-    EXPECT_EQ(Apply(bytes, *info.xingRepair), LoadFixture("vbr_xing_44k_v7"));
-    // Counting happens even for a read-only caller, since a count of 0 says nothing.
-    Mp3AudioInfo readOnly;
-    ASSERT_EQ(ScanMp3Audio(source, 0, &readOnly), TV_S_OK);
-    EXPECT_EQ(readOnly.frameCount, stated);
-    EXPECT_FALSE(readOnly.xingRepair);
+    const uint32_t stated = Be32(original, countAt);
+    for (const uint8_t fill : {uint8_t(0), uint8_t(0xFF)}) {
+        SCOPED_TRACE(int(fill));
+        auto bytes = original;
+        std::fill(bytes.begin() + countAt, bytes.begin() + countAt + 4, fill);
+        MemorySource source(bytes);
+        Mp3AudioInfo info;
+        ASSERT_EQ(ScanMp3Audio(source, 0, &info, {.fileWritable = true}), TV_S_OK);
+        EXPECT_TRUE(info.framesCounted);
+        EXPECT_EQ(info.frameCount, stated);
+        ASSERT_TRUE(info.xingRepair);
+        EXPECT_TRUE(info.xingRepair->patchOnly);
+        EXPECT_EQ(info.xingRepair->offset, countAt);
+        EXPECT_EQ(Apply(bytes, *info.xingRepair), original);
+        // A read-only caller gets the counted figures, since the stated count says nothing.
+        Mp3AudioInfo readOnly;
+        ASSERT_EQ(ScanMp3Audio(source, 0, &readOnly), TV_S_OK);
+        EXPECT_EQ(readOnly.frameCount, stated);
+        EXPECT_LT(readOnly.durationMs, 9000u);
+        EXPECT_FALSE(readOnly.xingRepair);
+    }
 }
 
 TEST(XingRepair, AnEmptyTocIsCheckedOnlyWhenTheFileCouldBeCorrected) {
