@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <fstream>
 #include <string>
@@ -88,7 +89,11 @@ inline id3v2::FileTags ReadBytes(const Bytes& bytes) {
 }
 
 inline std::string WriteTemp(const std::string& name, const Bytes& bytes) {
-    const std::string path = ::testing::TempDir() + "id3v2_" + name;
+    // CTest runs tests in parallel processes: each test writes files of its own.
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    std::string test = info ? std::string(info->test_suite_name()) + "." + info->name() : "";
+    std::replace(test.begin(), test.end(), '/', '_');
+    const std::string path = ::testing::TempDir() + "id3v2_" + test + "_" + name;
     std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
     return path;
 }
