@@ -296,14 +296,10 @@ private:
         tagSize_ = static_cast<uint32_t>(tags.prependedSize);
     }
 
-    // Reads the data of a picture that was left in the file (kDeferPicturesFrom).
+    // Reads the data of a picture that was left in the file (kDeferPicturesFrom; only tags linked
+    // from a file leave any).
     void LoadDeferred(Frame& frame) {
         if (!frame.deferred) return;
-        if (!buffer_.empty() || path_ == "<buffer>") {
-            MemorySource source(buffer_);
-            id3v2::LoadDeferredData(frame, source);
-            return;
-        }
         platform::File file(path_, platform::OpenMode::Read);
         id3v2::LoadDeferredData(frame, file);
     }
@@ -312,12 +308,7 @@ private:
     // It holds whole frames, so whatever data stayed in the file is read first.
     mp3::Id3libTag& Library() {
         if (!library_) {
-            for (Frame& frame : frames_)
-                if (frame.deferred) {
-                    platform::File file(path_, platform::OpenMode::Read);
-                    for (Frame& f : frames_) id3v2::LoadDeferredData(f, file);
-                    break;
-                }
+            for (Frame& frame : frames_) LoadDeferred(frame);
             library_ = std::make_unique<mp3::Id3libTag>();
             library_->Load(frames_);
         }
