@@ -33,12 +33,6 @@ class CliInfo : public ::testing::Test {
 protected:
     PreferencesFile prefs_{""};
     test::ScratchDir dir_;
-
-    std::string Write(const std::string& name, const Bytes& bytes) {
-        const std::string path = dir_.file(name);
-        test::WriteAll(path, bytes);
-        return path;
-    }
 };
 
 TEST_F(CliInfo, InfoShowsTheSamplesTagsAndDurations) {
@@ -146,19 +140,19 @@ struct BadInput {
 
 TEST_F(CliInfo, BadInputGivesOneLineAndExitStatusOne) {
     std::vector<BadInput> bad = {
-        {Write("empty.mp3", {}), "empty file"},
-        {Write("zeros.mp3", Bytes(200000, 0)), "no MPEG audio frames"},
-        {Write("tag-only.mp3", Tag(3, 0, TextFrame("TIT2", "Cut before the audio"))), "no MPEG audio frames"},
-        {Write("text.mp3", B(std::string(3000, 'x'))), "no MPEG audio frames"},
+        {dir_.write("empty.mp3", {}), "empty file"},
+        {dir_.write("zeros.mp3", Bytes(200000, 0)), "no MPEG audio frames"},
+        {dir_.write("tag-only.mp3", Tag(3, 0, TextFrame("TIT2", "Cut before the audio"))), "no MPEG audio frames"},
+        {dir_.write("text.mp3", B(std::string(3000, 'x'))), "no MPEG audio frames"},
         {dir_.path(), "is a folder"},
         {dir_.file("missing.mp3"), "no such file"},
-        {Write("notes.txt", B("hello")), "not a kind of file"},
+        {dir_.write("notes.txt", B("hello")), "not a kind of file"},
     };
     const std::string fifo = dir_.file("fifo.mp3");
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     bad.push_back({fifo, "not a regular file"});
     if (geteuid() != 0) {
-        const std::string locked = Write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
+        const std::string locked = dir_.write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
         chmod(locked.c_str(), 0);
         bad.push_back({locked, "cannot open: Permission denied"});
     }
@@ -176,14 +170,14 @@ TEST_F(CliInfo, BadInputGivesOneLineAndExitStatusOne) {
     }
     // Truncated audio is read as far as it goes.
     const Bytes whole = test::ReadAll(kSamples[0]);
-    const std::string cut = Write("cut.mp3", Bytes(whole.begin(), whole.begin() + long(whole.size() / 2)));
+    const std::string cut = dir_.write("cut.mp3", Bytes(whole.begin(), whole.begin() + long(whole.size() / 2)));
     const CliResult run = RunCli({"info", cut});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("Morning Light"), std::string::npos);
 }
 
 TEST_F(CliInfo, GoodFilesAreShownEvenWhenOthersFail) {
-    const std::string empty = Write("empty.mp3", {});
+    const std::string empty = dir_.write("empty.mp3", {});
     const CliResult run = RunCli({"info", "--json", kSamples[0], empty, kSamples[2]});
     EXPECT_EQ(run.status, 1);
     const Json doc = JsonParser::Parse(run.out);
@@ -199,7 +193,7 @@ TEST_F(CliInfo, FoldersAreReadWithRecursion) {
     std::filesystem::create_directories(dir_.file("music/disc 2"));
     std::filesystem::copy_file(kSamples[0], dir_.file("music/a.mp3"));
     std::filesystem::copy_file(kSamples[2], dir_.file("music/disc 2/b.MP3"));
-    Write("music/cover.txt", B("not music"));
+    dir_.write("music/cover.txt", B("not music"));
     const CliResult run = RunCli({"info", "-r", dir_.file("music")});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_NE(run.out.find("Name: Morning Light"), std::string::npos);

@@ -6,18 +6,9 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
-namespace {
-std::string Slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
-}  // namespace
+#include "platform/scratch_dir.h"
 
 CliResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
     char outPath[] = "/tmp/tagvera-cli-out-XXXXXX";
@@ -46,8 +37,8 @@ CliResult RunCli(const std::vector<std::string>& args, const std::map<std::strin
     waitpid(pid, &status, 0);
     CliResult r;
     r.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    r.out = Slurp(outPath);
-    r.err = Slurp(errPath);
+    r.out = tagvera::test::ReadText(outPath);
+    r.err = tagvera::test::ReadText(errPath);
     std::remove(outPath);
     std::remove(errPath);
     return r;

@@ -85,7 +85,7 @@ TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
     EXPECT_EQ(parser_->GetFrameData(Find("Track:Name").get(), buffer.data(), 300), TV_E_FAIL);
 
     // The data goes to a file as it is.
-    const std::string out = ::testing::TempDir() + "id3v2_parser_cover.jpg";
+    const std::string out = WriteTemp("cover.jpg", {});
     ASSERT_EQ(parser_->SaveFrameDataToFile(cover.get(), out.c_str()), TV_S_OK);
     EXPECT_EQ(ReadWholeFile(out), Bytes(300, 0x11));
 

@@ -3,16 +3,13 @@
 #ifndef TAGVERA_TESTS_ID3V2_TAG_BUILDER_H
 #define TAGVERA_TESTS_ID3V2_TAG_BUILDER_H
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdint>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "base/byte_source.h"
 #include "mp3/id3v2/tag_reader.h"
+#include "platform/scratch_dir.h"
 
 namespace tagvera::testing {
 
@@ -88,14 +85,11 @@ inline id3v2::FileTags ReadBytes(const Bytes& bytes) {
     return id3v2::ReadFileTags(source);
 }
 
+// Files of this test process, in a folder of its own (CTest runs tests as parallel processes),
+// removed when the process ends.
 inline std::string WriteTemp(const std::string& name, const Bytes& bytes) {
-    // CTest runs tests in parallel processes: each test writes files of its own.
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string test = info ? std::string(info->test_suite_name()) + "." + info->name() : "";
-    std::replace(test.begin(), test.end(), '/', '_');
-    const std::string path = ::testing::TempDir() + "id3v2_" + test + "_" + name;
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
-    return path;
+    static const test::ScratchDir dir;
+    return dir.write(name, bytes);
 }
 
 }  // namespace tagvera::testing

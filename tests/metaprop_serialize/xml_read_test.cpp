@@ -2,22 +2,13 @@
 // and malformed documents.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <sstream>
-
 #include "component/value_objects.h"
+#include "platform/scratch_dir.h"
 #include "serialize_support.h"
 #include "tagvera/xml.h"
 
 namespace tagvera::testing {
 namespace {
-
-std::string Slurp(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 Node Read(const std::string& xml, HRESULT expect = TV_S_OK) {
     Node tree = NewTree();
@@ -43,7 +34,7 @@ TEST(XmlRead, EveryTypeTreeSurvivesBothLayouts) {
 }
 
 TEST(XmlRead, DocumentOfAnIndependentWriterGivesTheSameTree) {
-    Node back = Read(Slurp(TAGVERA_TEST_DATA_DIR "/metaprop/every_type.xml"));
+    Node back = Read(test::ReadText(TAGVERA_TEST_DATA_DIR "/metaprop/every_type.xml"));
     EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(EveryTypeTree().get(), XmlRules()));
 }
 

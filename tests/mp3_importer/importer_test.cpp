@@ -19,12 +19,6 @@ class Mp3Importer : public ::testing::Test {
 protected:
     PreferencesFile prefs_{""};
     test::ScratchDir dir_;
-
-    std::string Write(const std::string& name, const Bytes& bytes) {
-        const std::string path = dir_.file(name);
-        test::WriteAll(path, bytes);
-        return path;
-    }
 };
 
 TEST_F(Mp3Importer, AnswersItsInterfacesAndListsItsTypesInEach) {
@@ -84,8 +78,8 @@ TEST_F(Mp3Importer, RefusesBadArgumentsAndWorksOnlyWithAFile) {
 }
 
 TEST_F(Mp3Importer, OpensEachFileAfresh) {
-    const std::string first = Write("first.mp3", Mp3File(TextFrame("TIT2", "First")));
-    const std::string second = Write("second.mp3", Mp3File(TextFrame("TIT2", "Second")));
+    const std::string first = dir_.write("first.mp3", Mp3File(TextFrame("TIT2", "First")));
+    const std::string second = dir_.write("second.mp3", Mp3File(TextFrame("TIT2", "Second")));
     auto importer = NewImporter();
     ComPtr<IMPAMetaProperty> tree;
     ASSERT_EQ(importer->SetFilename(first.c_str()), TV_S_OK);
@@ -106,7 +100,7 @@ TEST_F(Mp3Importer, OpensEachFileAfresh) {
 
 TEST_F(Mp3Importer, LightFormReadsOnlyTheId3v1Tag) {
     const std::string path =
-        Write("both.mp3", Mp3File(TextFrame("TIT2", "V2 Title") + TextFrame("TPE1", "V2 Artist"),
+        dir_.write("both.mp3", Mp3File(TextFrame("TIT2", "V2 Title") + TextFrame("TPE1", "V2 Artist"),
                                   Id3v1("V1 Title", "", "V1 Album", "1999", 4, 17)));
     auto importer = NewImporter();
     auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
@@ -143,7 +137,7 @@ TEST_F(Mp3Importer, BadFilesFailCleanly) {
         {"korvamedia.mp3", B(".KMF") + PlainAudio()},
     };
     for (const Bad& bad : files) {
-        const std::string path = Write(bad.name, bad.bytes);
+        const std::string path = dir_.write(bad.name, bad.bytes);
         auto importer = NewImporter();
         EXPECT_EQ(importer->SetFilename(path.c_str()), TV_E_FAIL) << bad.name;
         ComPtr<IMPAMetaProperty> tree;
@@ -158,7 +152,7 @@ TEST_F(Mp3Importer, BadFilesFailCleanly) {
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     EXPECT_EQ(importer->SetFilename(fifo.c_str()), TV_E_FAIL);  // and does not block
     if (geteuid() != 0) {  // root reads any file
-        const std::string locked = Write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
+        const std::string locked = dir_.write("locked.mp3", Mp3File(TextFrame("TIT2", "T")));
         ASSERT_EQ(chmod(locked.c_str(), 0), 0);
         EXPECT_EQ(importer->SetFilename(locked.c_str()), TV_E_FAIL);
     }
@@ -167,7 +161,7 @@ TEST_F(Mp3Importer, BadFilesFailCleanly) {
 TEST_F(Mp3Importer, TruncatedFilesNeverCrash) {
     const Bytes whole = Mp3File(TextFrame("TIT2", "Cut") + PictureFrame(test::Pattern(3000)), Id3v1("V1"));
     for (size_t cut : {size_t(5), size_t(10), size_t(200), size_t(3050), size_t(4000), size_t(20000), whole.size() - 1}) {
-        const std::string path = Write("cut.mp3", Bytes(whole.begin(), whole.begin() + cut));
+        const std::string path = dir_.write("cut.mp3", Bytes(whole.begin(), whole.begin() + cut));
         const auto got = Interrogate(path);
         // Either refused, or read with whatever statistics the audio left gives.
         if (Succeeded(got.open)) {
@@ -190,8 +184,8 @@ uint64_t ProcessBytesRead() {
 
 TEST_F(Mp3Importer, FileOver4GBClipsItsSizeAndReadsNoMore) {
     const Bytes start = Mp3File(TextFrame("TIT2", "Huge"));
-    const std::string small = Write("small.mp3", start);
-    const std::string huge = Write("huge.mp3", start);
+    const std::string small = dir_.write("small.mp3", start);
+    const std::string huge = dir_.write("huge.mp3", start);
     // Sparse: the rest reads as zeros and takes no disk space.
     std::filesystem::resize_file(huge, (uint64_t(4) << 30) + 12345);
 

@@ -30,6 +30,8 @@ public:
 
     const std::string& path() const { return path_; }
     std::string file(const std::string& name) const { return path_ + "/" + name; }
+    // Writes bytes to a file of the folder; its path.
+    std::string write(const std::string& name, const std::vector<uint8_t>& bytes) const;
     // Names in the folder, sorted.
     std::set<std::string> entries() const {
         std::set<std::string> out;
@@ -53,6 +55,12 @@ inline std::vector<uint8_t> ReadAll(const std::string& path) {
 inline void WriteAll(const std::string& path, const std::vector<uint8_t>& bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+}
+
+inline std::string ScratchDir::write(const std::string& name, const std::vector<uint8_t>& bytes) const {
+    const std::string path = file(name);
+    WriteAll(path, bytes);
+    return path;
 }
 
 inline void WriteText(const std::string& path, const std::string& text) {
