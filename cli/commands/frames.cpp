@@ -8,11 +8,11 @@
 
 #include "cli/args.h"
 #include "cli/command_registry.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/json_report.h"
-#include "mp3/id3v2/sha1.h"
-#include "mp3/id3v2/tag_reader.h"
-#include "mp3/id3v2/trailing_tags.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/json_report.h"
+#include "tags/id3v2/sha1.h"
+#include "tags/id3v2/tag_reader.h"
+#include "tags/id3v2/trailing_tags.h"
 #include "platform/file.h"
 
 namespace tagvera::cli {

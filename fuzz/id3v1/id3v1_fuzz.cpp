@@ -3,9 +3,9 @@
 #include <cstdlib>
 
 #include "metaprop/metaprop_component.h"
-#include "mp3/id3v1_lyrics3.h"
-#include "mp3/id3v1_map.h"
-#include "mp3/id3v1_tag.h"
+#include "tags/id3v1/lyrics3.h"
+#include "tags/id3v1/id3v1_map.h"
+#include "tags/id3v1/id3v1_tag.h"
 #include "tagvera/com_ptr.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -5,11 +5,11 @@
 #include <cstdint>
 
 #include "base/byte_source.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/json_report.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/tag_reader.h"
-#include "mp3/id3v2/tag_writer.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/json_report.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/tag_reader.h"
+#include "tags/id3v2/tag_writer.h"
 
 using namespace tagvera;
 

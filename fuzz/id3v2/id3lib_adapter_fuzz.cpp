@@ -4,9 +4,9 @@
 #include <cstdint>
 
 #include "base/byte_source.h"
-#include "mp3/id3lib_adapter.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/tag_reader.h"
+#include "tags/id3v2/id3lib_adapter.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/tag_reader.h"
 
 using namespace tagvera;
 
@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         id3v2::NormalizeOptions options;
         options.trailingFields = true;
         const auto normal = id3v2::NormalizeToV23(tags, options);
-        mp3::Id3libTag lib;
+        id3v2::Id3libTag lib;
         lib.Load(normal.frames);
         const auto frames = lib.Frames();
         if (frames.size() != normal.frames.size()) __builtin_trap();

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "metaprop/metaprop_component.h"
-#include "mp3/jukebox_parser.h"
+#include "tags/jukebox/jukebox_parser.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
 

@@ -5,8 +5,8 @@
 #include <cstdlib>
 
 #include "base/head_tail_source.h"
-#include "mp3/mpeg_analysis.h"
-#include "mp3/mpeg_scan.h"
+#include "mp3/mpeg/analysis.h"
+#include "mp3/mpeg/scan.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace tagvera;

@@ -8,10 +8,10 @@
 #include "base/error.h"
 #include "component/managed_component.h"
 #include "metaprop/metaprop_component.h"
-#include "mp3/id3v1_map.h"
+#include "tags/id3v1/id3v1_map.h"
 #include "mp3/mp3_read_plan.h"
 #include "mp3/mp3_tag_writer.h"
-#include "mp3/mp3_xing_repair.h"
+#include "mp3/mpeg/xing_repair.h"
 #include "platform/safe_write.h"
 #include "tagvera/plugin.h"
 #include "tagvera/vocabulary.h"
@@ -130,7 +130,7 @@ HRESULT CImportMP3File::Open(const char* path, bool full) {
             Forget();
             return hr;
         }
-        // The one change reading makes (mp3_xing_repair.h); a file that refuses it is read as it is.
+        // The one change reading makes (mpeg/xing_repair.h); a file that refuses it is read as it is.
         if (audio.xingRepair && ApplyXingRepair(path, *audio.xingRepair, fileSize_) == XingRepairResult::Written) {
             writeReport_ = std::string("xing: ") + XingRepairText(*audio.xingRepair) + "\n";
             CloseFile();  // what was read of its head is no longer what it holds

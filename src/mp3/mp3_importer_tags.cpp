@@ -4,7 +4,7 @@
 
 #include "base/error.h"
 #include "metaprop/node_access.h"
-#include "mp3/id3v1_map.h"
+#include "tags/id3v1/id3v1_map.h"
 #include "mp3/mp3_tag_priority.h"
 #include "tagvera/vocabulary.h"
 

@@ -6,8 +6,8 @@
 
 #include <cstddef>
 
-#include "mp3/id3v1_lyrics3.h"
-#include "mp3/id3v1_tag.h"
+#include "tags/id3v1/lyrics3.h"
+#include "tags/id3v1/id3v1_tag.h"
 
 namespace tagvera {
 

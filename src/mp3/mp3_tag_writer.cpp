@@ -9,9 +9,9 @@
 
 #include "base/error.h"
 #include "metaprop/node_access.h"
-#include "mp3/id3v1_map.h"
-#include "mp3/id3v1_tag.h"
-#include "mp3/id3v2_file_write.h"
+#include "tags/id3v1/id3v1_map.h"
+#include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v2/file_write.h"
 #include "mp3/mp3_importer.h"
 #include "platform/file.h"
 #include "platform/preferences.h"
@@ -78,7 +78,7 @@ HRESULT BuildJukeboxContainer(CImportMP3File& importer, IMPAMetaProperty* tree, 
     return group->AddProperty(name, kTypeBinary, 0, bytes, size, true, nullptr);
 }
 
-std::string Id3v2ReportLines(const mp3::Id3v2WriteOutcome& o) {
+std::string Id3v2ReportLines(const id3v2::Id3v2WriteOutcome& o) {
     if (!o.written) return {};
     std::string s = "id3v2: ";
     if (o.stripped) s += "tags removed, file rewritten, ";
@@ -117,7 +117,7 @@ HRESULT WriteMp3Tags(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandl
     if (!parser) return TV_E_NOTLOADED;
 
     const std::optional<Id3v1Tag> record = edit.id3v1 ? UpdatedId3v1Record(importer, tree, force) : std::nullopt;
-    mp3::LastId3v2WriteOutcome() = {};
+    id3v2::LastId3v2WriteOutcome() = {};
     bool ran = false;
     HRESULT hr = TV_S_OK;
     if (edit.id3v2) {
@@ -133,11 +133,11 @@ HRESULT WriteMp3Tags(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandl
     if (ran && Succeeded(hr)) {
         hr = parser->SetTagOption(true);
         // The record rides along with the tag: one write, one sync, and on failure neither.
-        std::optional<mp3::PendingId3v1Record> pending;
+        std::optional<id3v2::PendingId3v1Record> pending;
         if (record && Succeeded(hr)) pending.emplace(record->bytes);
         if (Succeeded(hr)) hr = parser->Update(0, options);
     }
-    const mp3::Id3v2WriteOutcome& outcome = mp3::LastId3v2WriteOutcome();
+    const id3v2::Id3v2WriteOutcome& outcome = id3v2::LastId3v2WriteOutcome();
     std::string report = Succeeded(hr) ? Id3v2ReportLines(outcome) : std::string();
 
     // The next read starts again from the file, which may be a new one after a rewrite.
@@ -165,11 +165,11 @@ HRESULT RemoveMp3Tags(CImportMP3File& importer) {
     ComPtr<IMPAID3v2Parser> parser;
     if (Failed(CreateID3v2Parser(importer.parserContext(), parser.put())) || !parser) return TV_E_OUTOFMEMORY;
     uint32_t tagSize = 0;
-    mp3::LastId3v2WriteOutcome() = {};
+    id3v2::LastId3v2WriteOutcome() = {};
     HRESULT hr = parser->LinkFile(path.c_str(), &tagSize, kLinkId3v2Only);
     if (Succeeded(hr)) hr = parser->Strip();
     parser.reset();
-    std::string report = Succeeded(hr) ? Id3v2ReportLines(mp3::LastId3v2WriteOutcome()) : std::string();
+    std::string report = Succeeded(hr) ? Id3v2ReportLines(id3v2::LastId3v2WriteOutcome()) : std::string();
 
     // The record keeps its 128 bytes, blank, so that the file's length only changes by the strip.
     try {

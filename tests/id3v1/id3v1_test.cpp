@@ -5,9 +5,9 @@
 
 #include <cstring>
 
-#include "mp3/id3v1_lyrics3.h"
-#include "mp3/id3v1_map.h"
-#include "mp3/id3v1_tag.h"
+#include "tags/id3v1/lyrics3.h"
+#include "tags/id3v1/id3v1_map.h"
+#include "tags/id3v1/id3v1_tag.h"
 #include "mp3_importer/mp3_builder.h"
 #include "mp3_importer/tree_support.h"
 #include "mpeg/mpeg_test_support.h"

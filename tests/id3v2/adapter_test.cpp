@@ -5,10 +5,10 @@
 #include <algorithm>
 
 #include "id3v2/tag_builder.h"
-#include "mp3/id3lib_adapter.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/tag_reader.h"
+#include "tags/id3v2/id3lib_adapter.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/tag_reader.h"
 
 namespace tagvera::testing {
 namespace {
@@ -28,7 +28,7 @@ std::vector<std::string> Ids(const std::vector<id3v2::Frame>& frames) {
 }
 
 TEST(Id3libAdapter, UnknownFramesAreKeptAsideAndRendered) {
-    mp3::Id3libTag lib;
+    id3v2::Id3libTag lib;
     lib.Load({MakeFrame("TIT2", Latin1Text("Title")), MakeFrame("TSOP", Latin1Text("Sort")),
               MakeFrame("XYZW", Bytes{1, 2, 3}), MakeFrame("COMM", Bytes{1} + B("eng") + Bytes{0, 0} + Bytes{0xFF, 0xFE, 'c', 0})});
     auto aside = lib.AsideIds();
@@ -42,7 +42,7 @@ TEST(Id3libAdapter, UnknownFramesAreKeptAsideAndRendered) {
 }
 
 TEST(Id3libAdapter, EditsMarkTheTagChanged) {
-    mp3::Id3libTag lib;
+    id3v2::Id3libTag lib;
     lib.Load({MakeFrame("TIT2", Latin1Text("Title")), MakeFrame("TPE1", Latin1Text("Artist"))});
     EXPECT_EQ(lib.RemoveFramesIf([](const id3v2::Frame& f) { return f.id == "TIT2"; }), 1u);
     EXPECT_TRUE(lib.changed());

@@ -4,11 +4,11 @@
 
 #include "id3v2/tag_builder.h"
 #include "metaprop/metaprop_component.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/inflate.h"
-#include "mp3/id3v2/json_report.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2_parser.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/inflate.h"
+#include "tags/id3v2/json_report.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/properties/id3v2_parser.h"
 #include "tagvera/com_ptr.h"
 
 namespace tagvera::testing {

@@ -8,7 +8,7 @@
 #include <cstdio>
 
 #include "id3v2/fixture_list.h"
-#include "mp3/id3v2/json_report.h"
+#include "tags/id3v2/json_report.h"
 #include "platform/file.h"
 
 namespace tagvera::testing {

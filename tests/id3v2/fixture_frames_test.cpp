@@ -7,12 +7,12 @@
 
 #include "id3v2/fixture_list.h"
 #include "id3v2/json_value.h"
-#include "mp3/id3lib_adapter.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/frame_ids.h"
-#include "mp3/id3v2/json_report.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/tag_reader.h"
+#include "tags/id3v2/id3lib_adapter.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/frame_ids.h"
+#include "tags/id3v2/json_report.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/tag_reader.h"
 #include "platform/file.h"
 
 namespace tagvera::testing {
@@ -107,7 +107,7 @@ TEST_P(FixtureFrames, TagLibraryKeepsTheNormalisedTag) {
     options.trailingFields = true;
     const auto normal = id3v2::NormalizeToV23(tags, options);
     EXPECT_TRUE(normal.dropped.empty());
-    mp3::Id3libTag lib;
+    id3v2::Id3libTag lib;
     lib.Load(normal.frames);
     EXPECT_EQ(Prints(lib.Frames()), Prints(normal.frames));
     // Only frames the library cannot know are kept aside by us.

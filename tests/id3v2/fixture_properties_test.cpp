@@ -7,9 +7,9 @@
 #include "id3v2/fixture_list.h"
 #include "id3v2/json_value.h"
 #include "metaprop/metaprop_component.h"
-#include "mp3/id3v2/sha1.h"
-#include "mp3/id3v2_frame_map.h"
-#include "mp3/id3v2_parser.h"
+#include "tags/id3v2/sha1.h"
+#include "tags/id3v2/properties/frame_map.h"
+#include "tags/id3v2/properties/id3v2_parser.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
 
@@ -71,13 +71,13 @@ protected:
     }
 
     void ExpectFrameId(const Node& n, const char* id, const std::string& path) {
-        const Node fid = n.child(mp3::kFrameIdProperty);
+        const Node fid = n.child(id3v2::kFrameIdProperty);
         ASSERT_TRUE(fid.p) << path;
         EXPECT_EQ(fid.type(), kTypeBinary);
         uint32_t flags = 0;
         fid.p->GetFlags(&flags);
         EXPECT_EQ(flags, kFlagPrivate);
-        EXPECT_EQ(fid.number(), mp3::FrameNumber(id)) << path;
+        EXPECT_EQ(fid.number(), id3v2::FrameNumber(id)) << path;
     }
 
     void ExpectData(const Node& n, const std::string& path, size_t size, const std::string& sha1) {

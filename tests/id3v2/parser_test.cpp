@@ -4,8 +4,8 @@
 
 #include "id3v2/tag_builder.h"
 #include "metaprop/metaprop_component.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2_parser.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/properties/id3v2_parser.h"
 #include "mpeg/mpeg_test_support.h"
 #include "platform/file.h"
 #include "tagvera/com_ptr.h"

@@ -4,15 +4,15 @@
 #include <tuple>
 
 #include "id3v2/tag_builder.h"
-#include "mp3/id3v2/text_encoding.h"
-#include "mp3/id3v2_frame_map.h"
-#include "mp3/id3v2_read_rules.h"
+#include "tags/id3v2/text_encoding.h"
+#include "tags/id3v2/properties/frame_map.h"
+#include "tags/id3v2/properties/read_rules.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera::testing {
 namespace {
 
-using mp3::PropertySpec;
+using id3v2::PropertySpec;
 
 id3v2::Frame MakeFrame(const std::string& id, const Bytes& payload) {
     id3v2::Frame f;
@@ -22,7 +22,7 @@ id3v2::Frame MakeFrame(const std::string& id, const Bytes& payload) {
 }
 
 std::optional<PropertySpec> Read(const std::string& id, const Bytes& payload) {
-    return mp3::ReadFrameProperty(MakeFrame(id, payload));
+    return id3v2::ReadFrameProperty(MakeFrame(id, payload));
 }
 
 std::string Text(const std::optional<std::vector<uint8_t>>& v) {
@@ -154,7 +154,7 @@ TEST(ReadRules, LongTextStaysInTheFile) {
         EXPECT_EQ(Text(p->child("MimeType")->value), "text/plain");
     }
     EXPECT_EQ(Text(Read("COMM", longComment)->child("Extension")->value), "txt");
-    EXPECT_EQ(Text(mp3::FrameReferenceData(MakeFrame("COMM", longComment))), std::string(300, 'c'));
+    EXPECT_EQ(Text(id3v2::FrameReferenceData(MakeFrame("COMM", longComment))), std::string(300, 'c'));
 }
 
 TEST(ReadRules, PeopleListIsATextList) {

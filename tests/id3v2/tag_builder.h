@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/byte_source.h"
-#include "mp3/id3v2/tag_reader.h"
+#include "tags/id3v2/tag_reader.h"
 #include "platform/scratch_dir.h"
 
 namespace tagvera::testing {

@@ -3,11 +3,11 @@
 #include <gtest/gtest.h>
 
 #include "id3v2/tag_builder.h"
-#include "mp3/id3lib_adapter.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/json_report.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/trailing_tags.h"
+#include "tags/id3v2/id3lib_adapter.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/json_report.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/trailing_tags.h"
 
 namespace tagvera::testing {
 namespace {
@@ -67,7 +67,7 @@ TEST(TagReader, GroupedAndEncryptedFrames) {
     EXPECT_EQ(id3v2::DecodeFields(secret).kind, id3v2::FrameKind::Binary);
     EXPECT_NE(id3v2::FramesJson(tags).find("\"encryption_method\": 128"), std::string::npos);
     // Neither goes to the tag library, and both survive its render.
-    mp3::Id3libTag lib;
+    id3v2::Id3libTag lib;
     lib.Load(id3v2::NormalizeToV23(tags).frames);
     EXPECT_EQ(lib.AsideIds().size(), 2u);
     const auto back = id3v2::ParseTag(lib.Render(0));

@@ -3,7 +3,7 @@
 
 #include "base/error.h"
 #include "id3v2/tag_builder.h"
-#include "mp3/id3v2/text_encoding.h"
+#include "tags/id3v2/text_encoding.h"
 
 namespace tagvera::testing {
 namespace {

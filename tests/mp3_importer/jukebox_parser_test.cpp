@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "mp3/jukebox_parser.h"
+#include "tags/jukebox/jukebox_parser.h"
 #include "mp3_importer/tree_support.h"
 #include "platform/scratch_dir.h"
 #include "tagvera/vocabulary.h"

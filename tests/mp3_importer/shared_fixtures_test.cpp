@@ -7,7 +7,7 @@
 
 #include "id3v2/fixture_list.h"
 #include "id3v2/json_value.h"
-#include "mp3/id3v2/sha1.h"
+#include "tags/id3v2/sha1.h"
 #include "mp3_importer/importer_support.h"
 
 namespace tagvera::testing {

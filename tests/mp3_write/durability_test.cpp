@@ -6,7 +6,7 @@
 
 #include <cerrno>
 
-#include "mp3/id3v1_tag.h"
+#include "tags/id3v1/id3v1_tag.h"
 #include "mp3_write/write_support.h"
 #include "platform/fault_injection.h"
 #include "platform/file_system_sync.h"

@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "mp3/id3v2_file_write.h"
+#include "tags/id3v2/file_write.h"
 #include "mp3/mp3_importer.h"
 #include "mp3_importer/preferences_file.h"
 #include "mp3_importer/tree_support.h"
@@ -115,7 +115,7 @@ inline ComPtr<IMPAMetaProperty> SetPictureFile(IMPAMetaProperty* tree, const std
 // Every byte of the file from the first byte after the ID3v2 tags to the start of the trailing tags.
 inline std::vector<uint8_t> AudioOf(const std::string& path) {
     platform::File file(path, platform::OpenMode::Read);
-    const auto place = mp3::PlaceId3v2Tags(file);
+    const auto place = id3v2::PlaceId3v2Tags(file);
     uint64_t end = place.fileSize - (place.hasId3v1 ? 128 : 0);
     if (place.lyrics3Size) end = place.lyrics3Offset;
     if (place.appendedSize && place.appendedOffset < end) end = place.appendedOffset;
@@ -124,7 +124,7 @@ inline std::vector<uint8_t> AudioOf(const std::string& path) {
 
 inline uint64_t PrependedSize(const std::string& path) {
     platform::File file(path, platform::OpenMode::Read);
-    return mp3::PlaceId3v2Tags(file).prependedSize;
+    return id3v2::PlaceId3v2Tags(file).prependedSize;
 }
 
 // A command's standard output, and whether it ran at all.

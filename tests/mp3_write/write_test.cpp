@@ -6,10 +6,10 @@
 #include <map>
 
 #include "id3v2/fixture_list.h"
-#include "mp3/id3v1_tag.h"
-#include "mp3/id3v2/fields.h"
-#include "mp3/id3v2/normalize.h"
-#include "mp3/id3v2/tag_reader.h"
+#include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/tag_reader.h"
 #include "mp3_write/write_support.h"
 
 namespace tagvera::testing {

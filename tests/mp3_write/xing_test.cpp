@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "mp3/mpeg_scan.h"
+#include "mp3/mpeg/scan.h"
 #include "mp3_write/write_support.h"
 
 namespace tagvera::testing {

@@ -1,7 +1,7 @@
 // The analysis window: means, block layout, padding and CRC flags, VBR detection.
 #include <gtest/gtest.h>
 
-#include "mp3/mpeg_analysis.h"
+#include "mp3/mpeg/analysis.h"
 #include "mpeg/mpeg_test_support.h"
 
 namespace tagvera {

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "mp3/mpeg_bit_stream.h"
-#include "mp3/mpeg_header.h"
+#include "mp3/mpeg/bit_stream.h"
+#include "mp3/mpeg/header.h"
 #include "mpeg/mpeg_test_support.h"
 
 namespace tagvera {

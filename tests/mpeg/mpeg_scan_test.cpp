@@ -4,10 +4,10 @@
 #include <random>
 
 #include "base/head_tail_source.h"
-#include "mp3/id3v1_tag.h"
-#include "mp3/id3v2/tag_reader.h"
+#include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v2/tag_reader.h"
 #include "mp3/mp3_read_plan.h"
-#include "mp3/mpeg_scan.h"
+#include "mp3/mpeg/scan.h"
 #include "mpeg/mpeg_test_support.h"
 #include "platform/file.h"
 

@@ -1,9 +1,9 @@
 // Xing headers: reading, building, and the repair worked out from a frame walk.
 #include <gtest/gtest.h>
 
-#include "mp3/mpeg_frame_count.h"
-#include "mp3/mpeg_scan.h"
-#include "mp3/mpeg_xing.h"
+#include "mp3/mpeg/frame_count.h"
+#include "mp3/mpeg/scan.h"
+#include "mp3/mpeg/xing.h"
 #include "mpeg/mpeg_test_support.h"
 
 namespace tagvera {

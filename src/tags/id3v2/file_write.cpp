@@ -1,0 +1,166 @@
+#include "tags/id3v2/file_write.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "base/error.h"
+#include "base/head_tail_source.h"
+#include "base/padding_policy.h"
+#include "tags/id3v2/normalize.h"
+#include "tags/id3v2/tag_reader.h"
+#include "tags/id3v2/tag_writer.h"
+#include "platform/file.h"
+#include "platform/safe_write.h"
+
+namespace tagvera::id3v2 {
+
+namespace {
+
+constexpr uint64_t kMaxTagBody = (uint64_t(1) << 28) - 1;
+constexpr uint64_t kId3v1Bytes = 128;
+
+struct Range {
+    uint64_t offset, size;
+};
+
+// The file without the given ranges, as copy pieces.
+void CopyAllBut(platform::FileLayout& layout, uint64_t from, uint64_t to, std::vector<Range> cut) {
+    std::sort(cut.begin(), cut.end(), [](const Range& a, const Range& b) { return a.offset < b.offset; });
+    uint64_t at = from;
+    for (const Range& r : cut) {
+        if (r.size == 0 || r.offset + r.size <= at) continue;
+        if (r.offset > at) layout.copy(at, std::min(r.offset, to) - at);
+        at = std::max(at, r.offset + r.size);
+    }
+    if (at < to) layout.copy(at, to - at);
+}
+
+void ListLost(const std::string& where, const std::vector<std::string>& what, std::vector<std::string>& out) {
+    for (const auto& s : what) out.push_back(where + s);
+}
+
+std::optional<std::array<uint8_t, kId3v1Bytes>>& Pending() {
+    thread_local std::optional<std::array<uint8_t, kId3v1Bytes>> record;
+    return record;
+}
+
+}  // namespace
+
+PendingId3v1Record::PendingId3v1Record(std::span<const uint8_t, 128> record) {
+    Pending().emplace();
+    std::copy(record.begin(), record.end(), Pending()->begin());
+}
+
+PendingId3v1Record::~PendingId3v1Record() { Pending().reset(); }
+
+Id3v2WriteOutcome& LastId3v2WriteOutcome() {
+    thread_local Id3v2WriteOutcome last;
+    return last;
+}
+
+void AddPadding(std::vector<uint8_t>& tag, uint64_t padding) {
+    if (padding == 0) return;
+    if (tag.size() < id3v2::kHeaderSize) throw Error(TV_E_FAIL, "no tag to pad");
+    const uint64_t body = tag.size() - id3v2::kHeaderSize + padding;
+    if (body > kMaxTagBody) throw Error(TV_E_FAIL, "tag larger than an ID3v2 size can say");
+    tag.resize(tag.size() + static_cast<size_t>(padding), 0);
+    id3v2::PutSynchsafe(tag.data() + 6, static_cast<uint32_t>(body));
+}
+
+Id3v2Placement PlaceId3v2Tags(ByteSource& file) {
+    const id3v2::FileTags tags = id3v2::ReadFileTags(file);
+    Id3v2Placement p;
+    p.fileSize = file.size();
+    p.prependedSize = tags.prependedSize;
+    if (tags.appended) {
+        p.appendedOffset = tags.appended->offset;
+        p.appendedSize = tags.appended->totalSize;
+    }
+    p.hasId3v1 = tags.id3v1.has_value();
+    if (tags.lyrics3) {
+        p.lyrics3Size = tags.lyrics3->size;
+        p.lyrics3Offset = p.fileSize - (p.hasId3v1 ? kId3v1Bytes : 0) - p.lyrics3Size;
+    }
+    ListLost("", tags.skipped, p.unreadable);
+    for (const auto& tag : tags.prepended) ListLost("ID3v2 tag at " + std::to_string(tag.offset) + ": ", tag.skipped, p.unreadable);
+    if (tags.appended) ListLost("ID3v2 tag at the end: ", tags.appended->skipped, p.unreadable);
+    ListLost("", id3v2::NormalizeToV23(tags).dropped, p.unreadable);
+    return p;
+}
+
+Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options) {
+    // Opened for writing first: the tags are placed as they are in the file the patch goes into.
+    std::optional<platform::InPlaceEdit> edit(std::in_place, path);
+    Id3v2Placement place;
+    {
+        HeadTailSource probes(edit->file());
+        place = PlaceId3v2Tags(probes);
+    }
+    Id3v2WriteOutcome out;
+    out.lost = place.unreadable;
+    const uint64_t oldSpace = place.prependedSize;
+    if (tag.empty() && oldSpace == 0 && place.appendedSize == 0) return out;
+
+    // No frames left: the old space keeps a tag of padding only, which every reader skips.
+    if (tag.empty()) tag = id3v2::RenderV23Tag({}, 0);
+    const padding::Plan plan = padding::PlanPadding(tag.size(), oldSpace);
+    // Taken now, so that a write that fails leaves the record to nobody.
+    const auto record = std::exchange(Pending(), std::nullopt);
+    // Over the old record, or appended.
+    const uint64_t recordOffset = place.hasId3v1 ? place.fileSize - kId3v1Bytes : place.fileSize;
+    // A tag at the end holds frames that are now in ours; keeping it would bring deleted ones back.
+    if (plan.inPlace && place.appendedSize == 0) {
+        AddPadding(tag, plan.padding);
+        std::vector<platform::Patch> patches{{0, tag}};
+        if (record) patches.push_back({recordOffset, *record});
+        edit->apply(patches, options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
+        out.written = true;
+        out.inPlace = true;
+        out.padding = plan.padding;
+        out.bytesWritten = tag.size();
+        out.id3v1Written = record.has_value();
+        LastId3v2WriteOutcome() = out;
+        return out;
+    }
+    if (options.inPlaceOnly)
+        throw Error(TV_E_FAIL, "the new tag does not fit the space of the old one, and the file may not be rewritten");
+
+    // The rewrite replaces the file: no handle of ours stays open on it (Windows would refuse).
+    edit.reset();
+    const uint64_t padding = options.growPadding ? (plan.inPlace ? plan.padding : padding::GrowPadding(tag.size())) : 0;
+    AddPadding(tag, padding);
+    platform::FileLayout layout;
+    layout.bytes(std::move(tag));
+    CopyAllBut(layout, oldSpace, record ? recordOffset : place.fileSize, {{place.appendedOffset, place.appendedSize}});
+    if (record) layout.bytes(*record);
+    platform::RewriteFile(path, layout);
+    out.written = true;
+    out.padding = padding;
+    out.bytesWritten = layout.knownSize();
+    out.id3v1Written = record.has_value();
+    LastId3v2WriteOutcome() = out;
+    return out;
+}
+
+bool StripId3v2Tags(const std::string& path) {
+    Id3v2Placement place;
+    {
+        platform::File file(path, platform::OpenMode::Read);
+        place = PlaceId3v2Tags(file);
+    }
+    if (place.prependedSize == 0 && place.appendedSize == 0 && place.lyrics3Size == 0) return false;
+    platform::FileLayout layout;
+    CopyAllBut(layout, place.prependedSize, place.fileSize,
+               {{place.appendedOffset, place.appendedSize}, {place.lyrics3Offset, place.lyrics3Size}});
+    platform::RewriteFile(path, layout);
+    Id3v2WriteOutcome out;
+    out.written = out.stripped = true;
+    out.bytesWritten = layout.knownSize();
+    out.lost = place.unreadable;
+    LastId3v2WriteOutcome() = out;
+    return true;
+}
+
+}  // namespace tagvera::id3v2

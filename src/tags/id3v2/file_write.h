@@ -1,0 +1,94 @@
+// Putting a rendered ID3v2 tag into an MP3 file, and taking the tags out, through the platform's
+// safe-write helper only. The ID3 tag library renders; it never writes a file itself, because its
+// own update renames a half-written copy over the original when a write fails.
+//
+// A tag that fits the space of the tags it replaces (their padding included) is written over
+// them in one positional write and the rest of the file is not touched. A tag that does not fit
+// makes a new file beside the original (new tag, padding for the next edit, the audio copied
+// byte for byte) that is renamed over it. Either way a failure leaves the old file as it was.
+#ifndef TAGVERA_TAGS_ID3V2_FILE_WRITE_H
+#define TAGVERA_TAGS_ID3V2_FILE_WRITE_H
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "base/byte_source.h"
+
+namespace tagvera::id3v2 {
+
+// Where a file's ID3v2 tags are, read again just before writing so that the plan matches the
+// file as it is now, not as it was when the tag was linked.
+struct Id3v2Placement {
+    uint64_t fileSize = 0;
+    // Bytes of the ID3v2 tags at the start, padding included; the audio begins here.
+    uint64_t prependedSize = 0;
+    // An ID3v2 tag found by its footer at the end (offset and size; size 0 when there is none).
+    uint64_t appendedOffset = 0;
+    uint64_t appendedSize = 0;
+    // A Lyrics3 block before the ID3v1 record (offset and size; size 0 when there is none).
+    uint64_t lyrics3Offset = 0;
+    uint64_t lyrics3Size = 0;
+    bool hasId3v1 = false;
+    // What reading the old tags could not keep ("ID3v2 tag at 0: ...", "XYZ1: empty frame"):
+    // a write replaces those tags, so these are lost with it.
+    std::vector<std::string> unreadable;
+};
+
+// Throws Error when the tags cannot be placed (a first tag that claims more than the file has).
+Id3v2Placement PlaceId3v2Tags(ByteSource& file);
+
+struct Id3v2WriteOutcome {
+    bool written = false;    // false: nothing to do (no tag before and none now)
+    bool stripped = false;   // the tags were removed
+    bool inPlace = false;    // over the old tag's space; false: the file was rewritten
+    uint64_t bytesWritten = 0;  // tag and padding, plus the rest of the file on a rewrite
+    uint64_t padding = 0;       // zero bytes left after the frames
+    std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written
+    bool id3v1Written = false;  // a PendingId3v1Record went into the same write
+};
+
+struct Id3v2WriteOptions {
+    // Leave room after a tag that had to grow (so that the next edit is in place).
+    bool growPadding = true;
+    // Refuse (Error, nothing written) when the tag does not fit the old space.
+    bool inPlaceOnly = false;
+    // An in-place write is not synced before returning; the caller syncs later (kMp3WriteDeferSync).
+    // A rewrite is synced before it replaces the file all the same.
+    bool deferSync = false;
+};
+
+// An ID3v1 record for the next WriteId3v2Tag of this thread to put into the file in the same
+// write as the ID3v2 tag (one set of patches with one sync, or inside the rewritten copy), over
+// the old record or appended. The MP3 importer's writer hands it over this way around the ID3v2
+// parser's Update, whose interface carries only flags. A write takes it (and sets id3v1Written);
+// it is dropped with this object when no write happened.
+class PendingId3v1Record {
+public:
+    explicit PendingId3v1Record(std::span<const uint8_t, 128> record);
+    ~PendingId3v1Record();
+    PendingId3v1Record(const PendingId3v1Record&) = delete;
+    PendingId3v1Record& operator=(const PendingId3v1Record&) = delete;
+};
+
+// Replaces the file's ID3v2 tags (every tag at the start and one with a footer at the end) by tag,
+// a complete tag with no padding as RenderV23Tag makes it, or by nothing when tag is empty (the
+// old space, if any, then holds a tag of padding only, so that nothing else has to move).
+// Throws Error (a platform FileError for OS failures) with the file unchanged.
+Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options = {});
+
+// Removes every ID3v2 tag and a Lyrics3 block; an ID3v1 record stays. False when the file had
+// none of them (nothing written). Throws Error with the file unchanged.
+bool StripId3v2Tags(const std::string& path);
+
+// What the last WriteId3v2Tag or StripId3v2Tags of this thread did (reset by the caller), so that
+// an importer can report a write made on its behalf through the ID3v2 parser's Update.
+Id3v2WriteOutcome& LastId3v2WriteOutcome();
+
+// Sets a rendered tag's size field so that it covers padding zero bytes more, and appends them.
+void AddPadding(std::vector<uint8_t>& tag, uint64_t padding);
+
+}  // namespace tagvera::id3v2
+
+#endif

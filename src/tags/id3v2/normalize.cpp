@@ -1,0 +1,195 @@
+#include "tags/id3v2/normalize.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <set>
+
+#include "base/error.h"
+#include "tags/id3v2/fields.h"
+#include "tags/id3v2/trailing_tags.h"
+
+namespace tagvera::id3v2 {
+
+namespace {
+
+bool AllDigits(std::string_view s) {
+    return !s.empty() && std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
+TextEncoding V23Encoding(const Fields& f) {
+    return f.encoding && *f.encoding != TextEncoding::Latin1 ? TextEncoding::Utf16 : TextEncoding::Latin1;
+}
+
+Frame TextFrame(const std::string& id, const Frame& like, std::vector<std::string> values, TextEncoding e) {
+    Fields f;
+    f.kind = FrameKind::Text;
+    f.values = std::move(values);
+    Frame out;
+    out.id = out.sourceId = id;
+    out.version = 3;
+    out.statusFlags = like.statusFlags;
+    out.origin = like.origin;
+    out.payload = EncodeFields(id, f, e);
+    return out;
+}
+
+// TDRC "yyyy-MM-ddTHH:mm:ss" becomes TYER "yyyy", TDAT "ddMM" and TIME "HHmm" as far as given.
+std::vector<Frame> SplitTimestamp(const Frame& src, const Fields& f, bool yearOnly) {
+    std::vector<Frame> out;
+    const std::string ts = f.values.empty() ? std::string() : f.values.front();
+    const TextEncoding e = TextEncoding::Latin1;  // digits only
+    if (ts.size() < 4 || !AllDigits(ts.substr(0, 4))) return out;
+    out.push_back(TextFrame(yearOnly ? "TORY" : "TYER", src, {ts.substr(0, 4)}, e));
+    if (yearOnly) return out;
+    if (ts.size() >= 10 && ts[4] == '-' && ts[7] == '-' && AllDigits(ts.substr(5, 2)) && AllDigits(ts.substr(8, 2)))
+        out.push_back(TextFrame("TDAT", src, {ts.substr(8, 2) + ts.substr(5, 2)}, e));
+    if (ts.size() >= 16 && ts[10] == 'T' && ts[13] == ':' && AllDigits(ts.substr(11, 2)) && AllDigits(ts.substr(14, 2)))
+        out.push_back(TextFrame("TIME", src, {ts.substr(11, 2) + ts.substr(14, 2)}, e));
+    return out;
+}
+
+struct Builder {
+    NormalizedFrames result;
+    std::set<std::string> keys;
+    // Frames of a later source that the earlier ones already have are left out.
+    bool merging = false;
+    bool keyed = false;  // only worth the decoding when a later source may follow
+
+    void add(Frame f) {
+        if (keyed) {
+            const std::string key = FrameKey(f);
+            if (merging && keys.count(key)) return;
+            keys.insert(key);
+        }
+        result.frames.push_back(std::move(f));
+    }
+
+    void addTag(const std::vector<Frame>& frames) {
+        std::set<std::string> present;
+        for (const auto& f : frames) present.insert(f.id);
+        std::vector<std::string> people;
+        TextEncoding peopleEncoding = TextEncoding::Latin1;
+        size_t peopleAt = SIZE_MAX;
+        for (const auto& src : frames) {
+            try {
+                if (src.id == "TDRC" || src.id == "TDOR") {
+                    const Fields f = DecodeFields(src);
+                    const bool original = src.id == "TDOR";
+                    if (present.count(original ? "TORY" : "TYER")) {
+                        add(NormalizeFrame(src));
+                        continue;
+                    }
+                    auto parts = SplitTimestamp(src, f, original);
+                    if (parts.empty()) {
+                        add(NormalizeFrame(src));
+                        continue;
+                    }
+                    for (auto& p : parts)
+                        if (!present.count(p.id)) add(std::move(p));
+                    continue;
+                }
+                if (src.id == "TIPL" || src.id == "TMCL") {
+                    const Fields f = DecodeFields(src);
+                    if (V23Encoding(f) == TextEncoding::Utf16) peopleEncoding = TextEncoding::Utf16;
+                    people.insert(people.end(), f.values.begin(), f.values.end());
+                    if (people.size() % 2) people.emplace_back();
+                    if (peopleAt == SIZE_MAX) peopleAt = result.frames.size();
+                    continue;
+                }
+                add(NormalizeFrame(src));
+            } catch (const Error& e) {
+                result.dropped.push_back(src.id + ": " + e.what());
+            }
+        }
+        if (!people.empty() && !present.count("IPLS")) {
+            Fields f;
+            f.kind = FrameKind::PeopleList;
+            f.values = std::move(people);
+            Frame ipls;
+            ipls.id = ipls.sourceId = "IPLS";
+            ipls.payload = EncodeFields("IPLS", f, peopleEncoding);
+            const std::string key = keyed ? FrameKey(ipls) : std::string();
+            if (!(merging && keys.count(key))) {
+                if (keyed) keys.insert(key);
+                result.frames.insert(result.frames.begin() + static_cast<std::ptrdiff_t>(peopleAt), std::move(ipls));
+            }
+        }
+    }
+};
+
+}  // namespace
+
+Frame NormalizeFrame(const Frame& src) {
+    Frame out;
+    out.id = src.id;
+    out.sourceId = src.sourceId;
+    out.version = 3;
+    out.statusFlags = src.statusFlags;
+    out.encrypted = src.encrypted;
+    out.encryptionMethod = src.encryptionMethod;
+    out.group = src.group;
+    out.origin = src.origin;
+    // A picture's data is the end of its payload, so the part left in the file stays valid
+    // whatever re-encoding does to the fields before it.
+    out.deferred = src.deferred;
+    const Fields f = src.encrypted ? Fields{} : DecodeFields(src);
+    if (f.kind == FrameKind::Binary || f.kind == FrameKind::Counter) {
+        out.payload = src.payload;
+    } else {
+        out.payload = EncodeFields(src.id, f, V23Encoding(f));
+        // An empty frame is no frame (a URL frame that held only its terminator).
+        if (out.payload.empty()) throw Error(TV_E_FAIL, "no content");
+    }
+    return out;
+}
+
+std::string FrameKey(const Frame& frame) {
+    if (frame.encrypted) return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end());
+    try {
+        const Fields f = DecodeFields(frame);
+        switch (f.kind) {
+            case FrameKind::UserText:
+            case FrameKind::UserUrl:
+            case FrameKind::Object:
+                return frame.id + '\x01' + f.desc;
+            case FrameKind::Comment:
+                return frame.id + '\x01' + f.lang + '\x01' + f.desc;
+            case FrameKind::Picture:
+                return frame.id + '\x01' + std::to_string(f.pictureType.value_or(0)) + '\x01' + f.desc;
+            case FrameKind::Private:
+                return frame.id + '\x01' + f.owner + (frame.id == "PRIV" ? '\x01' + std::string(f.data.begin(), f.data.end()) : "");
+            case FrameKind::Popularimeter:
+                return frame.id + '\x01' + f.email;
+            case FrameKind::Binary:
+                return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end());
+            default:
+                return frame.id;
+        }
+    } catch (const Error&) {
+        return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end());
+    }
+}
+
+NormalizedFrames NormalizeToV23(const FileTags& tags, const NormalizeOptions& options) {
+    Builder b;
+    const size_t sources = (options.followingTags ? tags.prepended.size() : std::min<size_t>(1, tags.prepended.size())) +
+                           (tags.appended && options.appendedTag ? 1 : 0) +
+                           (options.trailingFields && (tags.id3v1 || tags.lyrics3) ? 1 : 0);
+    b.keyed = sources > 1;
+    for (size_t i = 0; i < tags.prepended.size(); ++i) {
+        if (i > 0 && !options.followingTags) break;
+        b.merging = i > 0;
+        b.addTag(tags.prepended[i].frames);
+    }
+    if (tags.appended && options.appendedTag) {
+        b.merging = !b.result.frames.empty();
+        b.addTag(tags.appended->frames);
+    }
+    if (options.trailingFields) {
+        b.merging = !b.result.frames.empty();
+        b.addTag(FramesFromTrailingTags(tags));
+    }
+    return std::move(b.result);
+}
+
+}  // namespace tagvera::id3v2

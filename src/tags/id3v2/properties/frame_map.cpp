@@ -1,0 +1,113 @@
+#include "tags/id3v2/properties/frame_map.h"
+
+#include <array>
+
+namespace tagvera::id3v2 {
+
+namespace {
+
+constexpr std::array<const char*, 51> kFrameNumbers{{
+    "TOAL", "TPUB", "TENC", "TSSE", "TOFN", "TLAN", "TPOS", "TDAT", "TIME", "TRDA", "TMED", "TFLT", "TRSN",
+    "TRSO", "TEXT", "TOPE", "TOLY", "TIT3", "TPE4", "TXXX", "TIT1", "TIT2", "TPE1", "TPE2", "TALB", "TYER",
+    "TPE3", "TCOM", "TCOP", "TCON", "TRCK", "COMM", "WOAF", "WOAR", "WOAS", "WCOM", "WCOP", "WPUB", "WPAY",
+    "WORS", "WXXX", "IPLS", "USLT", "APIC", "GEOB", "UFID", "PCNT", "POPM", "GRID", "ENCR", "MCDI",
+}};
+
+using R = ReadRule;
+using W = WriteRule;
+
+constexpr std::array<FrameMapRow, 44> kFrameMap{{
+    {"TENC", "Encoded By", "Credits", R::Text, W::Text, false},
+    {"TOAL", "Original Album", "Credits", R::Text, W::Text, false},
+    {"TPUB", "Publisher", "Credits", R::Text, W::Text, false},
+    {"TSSE", "Encode Settings", "Statistics", R::Text, W::Text, false},
+    {"TOFN", "Original Filename", "Credits", R::Text, W::Text, false},
+    {"TLAN", "Language", "Track", R::Text, W::Text, false},
+    {"TPOS", "Part In Set", "Track", R::Text, W::Text, false},
+    {"TMED", "Media Source", "Credits", R::NotRead, W::Text, false},
+    {"TFLT", "MimeType", "Statistics", R::NotRead, W::Text, false},
+    {"TRSN", "Net Radio Station", "Credits", R::Text, W::Text, false},
+    {"TRSO", "Net Radio Owner", "Credits", R::Text, W::Text, false},
+    {"TEXT", "Text Author", "Credits", R::Text, W::Text, false},
+    {"TOPE", "Original Artist", "Credits", R::Text, W::Text, false},
+    {"TOLY", "Original Lyricist", "Credits", R::Text, W::Text, false},
+    {"TIT2", "Name", "Track", R::Text, W::Text, true},
+    {"TIT3", "Description", "Track", R::Text, W::Text, false},
+    {"TPE1", "Name", "Artist", R::Text, W::Text, true},
+    {"TPE2", "Band", "Artist", R::Text, W::Text, false},
+    {"TPE3", "Conductor", "Artist", R::Text, W::Text, false},
+    {"TPE4", "Mix Artist", "Credits", R::Text, W::Text, false},
+    {"TALB", "Name", "Album", R::Text, W::Text, true},
+    {"TYER", "Year", "Track", R::Year, W::Text, true},
+    {"TCOM", "Composer", "Artist", R::Text, W::Text, false},
+    {"TCOP", "Copyright", "Track", R::Text, W::Text, true},
+    {"TCON", "Genre", "Track", R::Genre, W::Text, true},
+    {"TRCK", "CD Track #", "Track", R::Text, W::Text, true},
+    {"COMM", "Comments", "Track", R::Comment, W::Text, true},
+    {"TXXX", "User Text", "Track", R::UserText, W::Text, false},
+    {"USLT", "Lyrics", "Track", R::Lyrics, W::Text, false},
+    {"WOAF", "Track URL", "Web Links", R::Url, W::Url, true},
+    {"WOAR", "Artist URL", "Web Links", R::Url, W::Url, true},
+    {"WOAS", "Web Page", "Web Links", R::Url, W::Url, true},
+    {"WCOM", "Buy CD URL", "Web Links", R::Url, W::Url, true},
+    {"WCOP", "Copyright", "Web Links", R::Url, W::Url, true},
+    {"WPUB", "Publisher's Official Homepage", "Web Links", R::Url, W::Url, true},
+    {"WPAY", "Purchase Track", "Web Links", R::Url, W::Url, true},
+    {"WORS", "Official Internet Radio Station Homepage", "Web Links", R::Url, W::Url, true},
+    {"WXXX", "Web Page", "Track", R::UserUrl, W::Url, true},
+    {"IPLS", "All Other Credits", "Credits", R::PeopleList, W::Text, false},
+    {"APIC", "Cover Art", "Album", R::Picture, W::Picture, false},
+    {"GEOB", "General Object", "Track", R::Object, W::Object, false},
+    {"MCDI", "CD TOC", "Track", R::CdToc, W::CdToc, false},
+    {"TXXX", "GN ExtData", "Track", R::NotRead, W::Gracenote, false},
+    {"UFID", "GN File ID", "Track", R::NotRead, W::Gracenote, false},
+}};
+
+constexpr std::array<PictureTypeRow, 15> kPictureTypes{{
+    {1, 2, "Icon", "Track"},
+    {3, 4, "Cover Art", "Album"},
+    {5, 6, "Liner Art", "Album"},
+    {7, 8, "Picture", "Artist"},
+    {9, 9, "Conductor Picture", "Artist"},
+    {10, 10, "Band Picture", "Artist"},
+    {11, 11, "Composer Picture", "Artist"},
+    {12, 12, "Text Author Picture", "Credits"},
+    {13, 13, "Recording Location Picture", "Credits"},
+    {14, 14, "Recording Picture", "Credits"},
+    {15, 15, "Concert Picture", "Credits"},
+    {16, 16, "Movie Picture", "Credits"},
+    {17, 18, "Liner Art", "Credits"},
+    {19, 19, "Logo Picture", "Artist"},
+    {20, 20, "Publisher Logo Picture", "Credits"},
+}};
+
+}  // namespace
+
+uint32_t FrameNumber(std::string_view id) {
+    for (size_t i = 0; i < kFrameNumbers.size(); ++i)
+        if (id == kFrameNumbers[i]) return static_cast<uint32_t>(i + 1);
+    return 0;
+}
+
+std::string_view FrameIdOfNumber(uint32_t number) {
+    if (number == 0 || number > kFrameNumbers.size()) return {};
+    return kFrameNumbers[number - 1];
+}
+
+std::span<const FrameMapRow> FrameMap() { return kFrameMap; }
+
+const FrameMapRow* FindReadRow(std::string_view id) {
+    for (const auto& row : kFrameMap)
+        if (id == row.frameId && row.read != ReadRule::NotRead) return &row;
+    return nullptr;
+}
+
+std::span<const PictureTypeRow> PictureTypes() { return kPictureTypes; }
+
+const PictureTypeRow* FindPictureType(uint8_t type) {
+    for (const auto& row : PictureTypes())
+        if (type >= row.firstType && type <= row.lastType) return &row;
+    return nullptr;
+}
+
+}  // namespace tagvera::id3v2
