@@ -46,10 +46,14 @@ static_assert(kIsInterface<IMPAInterrogateFile> && kIsInterface<IMPAInterrogateL
 static_assert(kIsInterface<IMPAHandleMetaProperties> && kIsInterface<IMPAHandleMetaProperties2>);
 static_assert(kIsInterface<IMPAMetaProperty> && kIsInterface<IMPAMetaPropertyLinkedList>);
 static_assert(kIsInterface<IMPAMetaPropertyParentMgr> && kIsInterface<IMPAFileProperties>);
+static_assert(kIsInterface<IMPAMetaPropertySerialize> && kIsInterface<IMPAMetaPropertySerialize2>);
+static_assert(kIsInterface<IMPAMetaPropertyBuffer> && kIsInterface<IMPAWriteReport>);
+static_assert(kIsInterface<IKMAXMLParser> && kIsInterface<IKMAXMLParserResponse>);
 
 // Interfaces extend only along one line, so each table starts with its base's slots.
 static_assert(std::is_base_of_v<IUnknown, IKMABuffer> && !std::is_base_of_v<IUnknown, IKCAPackage_>);
 static_assert(std::is_base_of_v<IMPAHandleMetaProperties, IMPAHandleMetaProperties2>);
+static_assert(std::is_base_of_v<IMPAMetaProperty, IMPAMetaPropertyBuffer>);
 
 // The entry points' shapes.
 static_assert(std::is_same_v<KMACreateInstanceFn, HRESULT(TV_STDCALL*)(IUnknown**)>);

@@ -145,6 +145,30 @@
     X(IMPAFileProperties, SetOriginalCopyFlag, 40)          \
     X(IMPAFileProperties, SetTrackNumber, 41)               \
     X(IMPAFileProperties, SetQuality, 42)                   \
-    X(IMPAFileProperties, Reserved43, 43)
+    X(IMPAFileProperties, Reserved43, 43)                   \
+    X(IMPAMetaPropertySerialize, WriteXML, 3)                   \
+    X(IMPAMetaPropertySerialize, ReadXML, 4)                    \
+    X(IMPAMetaPropertySerialize, WriteBinary, 5)                \
+    X(IMPAMetaPropertySerialize, ReadBinary, 6)                 \
+    X(IMPAMetaPropertySerialize2, ReadXMLWithEncoding, 3)       \
+    X(IMPAMetaPropertySerialize2, WriteBinaryEx, 4)             \
+    X(IMPAMetaPropertyBuffer, SetBuffer, 38)                    \
+    X(IMPAWriteReport, GetWriteReport, 3)                       \
+    X(IKMAXMLParser, Init, 3)                                   \
+    X(IKMAXMLParser, Close, 4)                                  \
+    X(IKMAXMLParser, Parse, 5)                                  \
+    X(IKMAXMLParser, GetCurrentLineNumber, 6)                   \
+    X(IKMAXMLParser, GetCurrentColumnNumber, 7)                 \
+    X(IKMAXMLParser, GetCurrentByteIndex, 8)                    \
+    X(IKMAXMLParser, GetCurrentErrorText, 9)                    \
+    X(IKMAXMLParserResponse, OnBeginElement, 3)                 \
+    X(IKMAXMLParserResponse, OnEndElement, 4)                   \
+    X(IKMAXMLParserResponse, OnCharacterData, 5)                \
+    X(IKMAXMLParserResponse, OnProcessingInstruction, 6)        \
+    X(IKMAXMLParserResponse, OnBeginCDataSection, 7)            \
+    X(IKMAXMLParserResponse, OnEndCDataSection, 8)              \
+    X(IKMAXMLParserResponse, OnComment, 9)                      \
+    X(IKMAXMLParserResponse, OnDocumentType, 10)                \
+    X(IKMAXMLParserResponse, OnEndDocument, 11)
 
 #endif
