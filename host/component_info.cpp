@@ -6,6 +6,7 @@
 #include "host/objects.h"
 #include "host/result_text.h"
 #include "platform/text.h"
+#include "tagvera/buffer_text.h"
 #include "tagvera/com_ptr.h"
 
 namespace tagvera::host {
@@ -56,7 +57,7 @@ ValueSnapshot SnapshotValues(IKMAValues* values) {
         out.buffers.emplace_back(name, BufferBytes(b.get()));
     for (HRESULT hr = values->GetFirstStringValue(&name, b.put()); Succeeded(hr);
          hr = values->GetNextStringValue(&name, b.put()))
-        out.strings.emplace_back(name, ReadText(b.get()));
+        out.strings.emplace_back(name, BufferText(b.get()));
     return out;
 }
 

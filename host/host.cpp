@@ -3,6 +3,7 @@
 #include "base/error.h"
 #include "host/objects.h"
 #include "host/result_text.h"
+#include "tagvera/buffer_text.h"
 
 namespace tagvera::host {
 
@@ -60,7 +61,7 @@ PluginDescription Host::Describe() const {
     d.componentCount = static_cast<uint32_t>(package_->GetComponentCount());
     if (auto ns = QueryAs<IKMAPluginNamespace>(package_, IID_IKMAPluginNamespace)) {
         ComPtr<IKMABuffer> uri;
-        if (Succeeded(ns->GetPluginNamespace(uri.put()))) d.namespaceUri = ReadText(uri.get());
+        if (Succeeded(ns->GetPluginNamespace(uri.put()))) d.namespaceUri = BufferText(uri.get());
     }
     return d;
 }

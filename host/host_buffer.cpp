@@ -70,14 +70,4 @@ HRESULT NewHostBuffer(IKMABuffer** out) {
     return *out ? TV_S_OK : TV_E_OUTOFMEMORY;
 }
 
-std::string ReadText(IKMABuffer* buffer) {
-    if (!buffer) return {};
-    uint8_t* data = nullptr;
-    uint32_t size = 0;
-    if (Failed(buffer->Get(&data, &size)) || !data) return {};
-    const auto* chars = reinterpret_cast<const char*>(data);
-    const void* nul = std::memchr(chars, 0, size);
-    return std::string(chars, nul ? static_cast<const char*>(nul) - chars : size);
-}
-
 }  // namespace tagvera::host

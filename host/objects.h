@@ -3,8 +3,6 @@
 #ifndef TAGVERA_HOST_OBJECTS_H
 #define TAGVERA_HOST_OBJECTS_H
 
-#include <string>
-
 #include "tagvera/values.h"
 
 namespace tagvera::host {
@@ -15,9 +13,6 @@ HRESULT NewHostBuffer(IKMABuffer** out);
 HRESULT NewHostValues(IKMAValues** out);
 // Insertion order, case-sensitive names; also answers IKMAValuesRemove.
 HRESULT NewHostKeyedList(IKMAValues** out);
-
-// The text a string buffer holds: up to its first NUL, never past its size.
-std::string ReadText(IKMABuffer* buffer);
 
 }  // namespace tagvera::host
 

@@ -3,6 +3,7 @@
 #define TAGVERA_TAGVERA_H
 
 #include "tagvera/abi.h"
+#include "tagvera/buffer_text.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/components.h"
 #include "tagvera/entry_points.h"

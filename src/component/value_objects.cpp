@@ -61,14 +61,4 @@ HRESULT NewValueList(IKMAValues** out) { return Make<CZNHeader>(IID_IKMAValues, 
 
 HRESULT NewKeyedList(IKMAValues** out) { return Make<CKMAUniquelyKeyedList>(IID_IKMAValues, out); }
 
-std::string BufferText(IKMABuffer* buffer) {
-    if (!buffer) return {};
-    uint8_t* data = nullptr;
-    uint32_t size = 0;
-    if (Failed(buffer->Get(&data, &size)) || !data) return {};
-    const auto* chars = reinterpret_cast<const char*>(data);
-    const void* nul = std::memchr(chars, 0, size);
-    return std::string(chars, nul ? static_cast<const char*>(nul) - chars : size);
-}
-
 }  // namespace tagvera

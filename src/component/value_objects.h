@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "tagvera/buffer_text.h"
 #include "tagvera/values.h"
 
 namespace tagvera {
@@ -21,9 +22,6 @@ HRESULT NewTextBuffer(std::string_view text, IKMABuffer** out);
 HRESULT NewValueList(IKMAValues** out);
 // CKMAUniquelyKeyedList: insertion order, case-sensitive names; also answers IKMAValuesRemove.
 HRESULT NewKeyedList(IKMAValues** out);
-
-// The text a string buffer holds: up to its first NUL, never past its size.
-std::string BufferText(IKMABuffer* buffer);
 
 }  // namespace tagvera
 

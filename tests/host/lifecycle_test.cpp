@@ -142,7 +142,7 @@ TEST_F(Lifecycle, WholeLifeThroughTheEntryPoints) {
     EXPECT_EQ(package->GetComponentCount(), 8);
     EXPECT_STREQ(package->GetPackageName(), "tagvera");
     ASSERT_EQ(ns->GetPluginNamespace(uri.put()), TV_S_OK);
-    const std::string nsText = ReadText(uri.get());
+    const std::string nsText = BufferText(uri.get());
     EXPECT_EQ(uri->GetSize(), nsText.size() + 1) << "the namespace carries its NUL";
     EXPECT_EQ(nsText.rfind("http", 0), 0u);
 
