@@ -6,9 +6,8 @@
 #include <ostream>
 
 #include "cli/property_view.h"
+#include "cli/tool_services.h"
 #include "host/result_text.h"
-#include "platform/file.h"
-#include "platform/file_system_sync.h"
 #include "tagvera/mp3.h"
 #include "tagvera/plugin.h"
 #include "tagvera/vocabulary.h"
@@ -19,21 +18,23 @@ namespace {
 
 // The files this run wrote with their sync left for later (kMp3WriteDeferSync): one sync per file
 // system at the end instead of one per file, done before the command reports that it is done.
-platform::FileSystemSyncs& DeferredSyncs() {
-    static platform::FileSystemSyncs syncs;
-    return syncs;
+std::vector<std::string>& DeferredSyncs() {
+    static std::vector<std::string> paths;
+    return paths;
 }
 
 // False (after saying so) when what was written may not be on disk.
 bool SyncDeferredWrites(CommandContext& ctx) {
-    if (DeferredSyncs().empty()) return true;
-    try {
-        DeferredSyncs().syncAll();
-        return true;
-    } catch (const platform::FileError& e) {
-        ctx.err << "tagvera: " << e.path() << ": written, but not safely on disk: " << e.what() << '\n';
-        return false;
-    }
+    std::vector<std::string> paths;
+    std::swap(paths, DeferredSyncs());
+    if (paths.empty()) return true;
+    std::vector<const char*> names;
+    for (const auto& p : paths) names.push_back(p.c_str());
+    ComPtr<IKMABuffer> reason;
+    const HRESULT hr = ToolServices(ctx)->SyncFiles(names.data(), uint32_t(names.size()), reason.put());
+    if (Succeeded(hr)) return true;
+    ctx.err << "tagvera: written, but not safely on disk: " << FailureText(hr, reason.get()) << '\n';
+    return false;
 }
 
 }  // namespace
@@ -112,7 +113,7 @@ void WriteBack(CommandContext& ctx, const MediaFile& media) {
     if (!writer) throw DataError(media.path, "its importer cannot write tags");
     // Many files in a row: their file systems are synced once when the run ends.
     const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, kMp3WriteDeferSync);
-    if (Succeeded(hr)) DeferredSyncs().add(media.path);
+    if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
     if (hr == TV_E_NOTIMPL) throw DataError(media.path, "writing this kind of file is not built yet");
     if (Failed(hr)) {
         std::string reason = "not written: " + host::ResultText(hr);

@@ -1,9 +1,5 @@
 // tagvera extract: the bytes of one property of a media file, such as its cover picture, which the
 // importer hands out on demand, into a file or to standard output.
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <iostream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +8,7 @@
 #include "cli/command_registry.h"
 #include "cli/media_file.h"
 #include "cli/property_view.h"
+#include "cli/tool_services.h"
 #include "host/result_text.h"
 #include "tagvera/vocabulary.h"
 
@@ -27,17 +24,12 @@ std::vector<uint8_t> HeldBytes(IMPAMetaProperty* node) {
     return bytes;
 }
 
-void WriteBytes(const std::string& output, const std::vector<uint8_t>& bytes, const std::string& file) {
-    if (output == "-") {
-        std::cout.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-        std::cout.flush();
-        if (!std::cout) throw DataError(file, "cannot write to standard output");
-        return;
-    }
-    std::FILE* out = std::fopen(output.c_str(), "wb");
-    if (!out) throw DataError(output, std::string("cannot create: ") + std::strerror(errno));
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), out) == bytes.size();
-    if (std::fclose(out) != 0 || !written) throw DataError(output, "cannot write");
+void WriteBytes(CommandContext& ctx, const std::string& output, const std::vector<uint8_t>& bytes,
+                const std::string& file) {
+    if (output != "-") return WriteOutputFile(ctx, output, bytes);
+    ctx.out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
+    ctx.out.flush();
+    if (!ctx.out) throw DataError(file, "cannot write to standard output");
 }
 
 int Run(CommandContext& ctx, const Args& args) {
@@ -57,7 +49,7 @@ int Run(CommandContext& ctx, const Args& args) {
     if (IsGroup(node.get())) throw DataError(file, "\"" + path + "\" is a group, not a value");
 
     if (TypeOf(node.get()) != kTypeReference) {
-        WriteBytes(*output, HeldBytes(node.get()), file);
+        WriteBytes(ctx, *output, HeldBytes(node.get()), file);
         return kExitOk;
     }
     // Type 10: the importer reads the bytes from the file now.
@@ -73,12 +65,12 @@ int Run(CommandContext& ctx, const Args& args) {
     if (!bytes) throw DataError(file, "\"" + path + "\" does not say how large it is");
     std::vector<uint8_t> buffer(*bytes);
     if (buffer.empty()) {
-        WriteBytes(*output, buffer, file);
+        WriteBytes(ctx, *output, buffer, file);
         return kExitOk;
     }
     if (const HRESULT hr = handler->GetPropertyData(node.get(), buffer.data(), *bytes); Failed(hr))
         throw DataError(file, "cannot read \"" + path + "\": " + host::ResultText(hr));
-    WriteBytes(*output, buffer, file);
+    WriteBytes(ctx, *output, buffer, file);
     return kExitOk;
 }
 

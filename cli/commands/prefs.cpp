@@ -1,36 +1,69 @@
-// tagvera prefs: the preferences that steer reading and writing, in the file the library reads.
+// tagvera prefs: the preferences that steer reading and writing, in the store the library reads,
+// through the package's tool services.
 #include <charconv>
 #include <string>
 #include <vector>
 
-#include "base/error.h"
 #include "cli/args.h"
 #include "cli/command_registry.h"
 #include "cli/json.h"
 #include "cli/text_table.h"
-#include "platform/preferences.h"
+#include "cli/tool_services.h"
+#include "host/component_info.h"
 #include "platform/text.h"
+#include "tagvera/buffer_text.h"
 
 namespace tagvera::cli {
 namespace {
 
-namespace prefs = platform::prefs;
+struct Preference {
+    std::string name;
+    std::string text;  // a number in decimal
+    uint32_t flags = 0;
+    bool number() const { return flags & kPreferenceNumber; }
+};
 
-const char* TypeName(prefs::ValueType t) { return t == prefs::ValueType::Dword ? "number" : "text"; }
-
-// A damaged file is reported rather than silently read as defaults.
-void RequireReadable() {
-    const prefs::Status s = prefs::Check();
-    if (s.ok) return;
-    std::string where = s.line ? "line " + std::to_string(s.line) + ": " : "";
-    throw DataError(s.path, where + s.message + " (tagvera prefs reset starts afresh)");
+std::string Location(CommandContext& ctx) {
+    ComPtr<IKMABuffer> location;
+    ToolServices(ctx)->GetPreferencesLocation(location.put());
+    return BufferText(location.get());
 }
 
-std::string KnownNames() {
+// Throws DataError naming the store when hr is a failure.
+void Check(CommandContext& ctx, HRESULT hr, IKMABuffer* reason, const std::string& advice = "") {
+    if (Failed(hr)) throw DataError(Location(ctx), FailureText(hr, reason) + advice);
+}
+
+// Every known preference, then the others the store holds. A damaged store is reported rather than
+// silently read as defaults.
+std::vector<Preference> ListPreferences(CommandContext& ctx) {
+    ComPtr<IKMAValues> list;
+    ComPtr<IKMABuffer> reason;
+    Check(ctx, ToolServices(ctx)->GetPreferences(list.put(), reason.put()), reason.get(),
+          " (tagvera prefs reset starts afresh)");
+    const host::ValueSnapshot values = host::SnapshotValues(list.get());
+    std::vector<Preference> out;
+    for (const auto& [name, text] : values.strings) {
+        const uint32_t* flags = values.number(name);
+        out.push_back({name, text, flags ? *flags : 0});
+    }
+    return out;
+}
+
+const Preference* FindPreference(const std::vector<Preference>& all, const std::string& name) {
+    for (const auto& p : all)
+        if (text::EqualsNoCase(p.name, name)) return &p;
+    return nullptr;
+}
+
+const char* TypeName(const Preference& p) { return p.number() ? "number" : "text"; }
+
+std::string KnownNames(const std::vector<Preference>& all) {
     std::string out;
-    for (const auto& d : prefs::KnownValues()) {
+    for (const auto& p : all) {
+        if (!(p.flags & kPreferenceKnown)) continue;
         if (!out.empty()) out += ", ";
-        out += d.name;
+        out += p.name;
     }
     return out;
 }
@@ -49,84 +82,76 @@ uint32_t ParseNumber(const std::string& name, const std::string& text) {
     return value;
 }
 
-template <class Body>
-void Writing(Body&& body) {
-    try {
-        body();
-    } catch (const Error& e) {
-        throw DataError(prefs::PreferencesPath(), e.what());
-    }
-}
-
 int List(CommandContext& ctx, const ParsedArgs& parsed) {
     RequirePositional(parsed, 1, 1);
-    RequireReadable();
-    const auto entries = prefs::List();
+    const auto all = ListPreferences(ctx);
     if (parsed.has("--json")) {
         JsonWriter json(ctx.out);
-        json.beginObject().field("file", prefs::PreferencesPath()).key("preferences").beginArray();
-        for (const auto& e : entries) {
-            json.beginObject().field("name", e.name).field("type", TypeName(e.type));
-            if (e.type == prefs::ValueType::Dword)
-                json.field("value", e.number);
+        json.beginObject().field("file", Location(ctx)).key("preferences").beginArray();
+        for (const auto& p : all) {
+            json.beginObject().field("name", p.name).field("type", TypeName(p));
+            if (p.number())
+                json.field("value", ParseNumber(p.name, p.text));
             else
-                json.field("value", e.text);
-            json.field("default", e.isDefault).endObject();
+                json.field("value", p.text);
+            json.field("default", !(p.flags & kPreferenceSet)).endObject();
         }
         json.endArray().endObject();
         return kExitOk;
     }
     TextTable table({"Name", "Type", "Value", "Source"});
-    for (const auto& e : entries) table.add({e.name, TypeName(e.type), e.text, e.isDefault ? "default" : "set"});
+    for (const auto& p : all) table.add({p.name, TypeName(p), p.text, p.flags & kPreferenceSet ? "set" : "default"});
     table.print(ctx.out);
     return kExitOk;
 }
 
 int Get(CommandContext& ctx, const ParsedArgs& parsed) {
     RequirePositional(parsed, 2, 2);
-    RequireReadable();
     const std::string& name = parsed.positional[1];
-    for (const auto& e : prefs::List()) {
-        if (text::EqualsNoCase(e.name, name)) {
-            ctx.out << e.text << '\n';
-            return kExitOk;
-        }
+    const auto all = ListPreferences(ctx);
+    if (const Preference* p = FindPreference(all, name)) {
+        ctx.out << p->text << '\n';
+        return kExitOk;
     }
-    throw DataError(prefs::PreferencesPath(), name + " is not set, and is not one of " + KnownNames());
+    throw DataError(Location(ctx), name + " is not set, and is not one of " + KnownNames(all));
 }
 
-int Set(CommandContext&, const ParsedArgs& parsed) {
+int Set(CommandContext& ctx, const ParsedArgs& parsed) {
     RequirePositional(parsed, 3, 3);
     const std::string& name = parsed.positional[1];
     const std::string& value = parsed.positional[2];
-    const prefs::Definition* known = prefs::FindKnown(name);
-    if (!known) throw UsageError("unknown preference " + name + "; known: " + KnownNames());
-    if (known->type == prefs::ValueType::Dword) {
-        const uint32_t number = ParseNumber(std::string(known->name), value);
-        Writing([&] { prefs::SetNumber(known->name, number); });
-    } else {
-        Writing([&] { prefs::SetString(known->name, value); });
-    }
+    const auto all = ListPreferences(ctx);
+    const Preference* known = FindPreference(all, name);
+    if (!known || !(known->flags & kPreferenceKnown))
+        throw UsageError("unknown preference " + name + "; known: " + KnownNames(all));
+    const auto services = ToolServices(ctx);
+    const char* canonical = known->name.c_str();
+    ComPtr<IKMABuffer> reason;
+    const HRESULT hr = known->number()
+                           ? services->SetPreferenceNumber(canonical, ParseNumber(known->name, value), reason.put())
+                           : services->SetPreferenceText(canonical, value.c_str(), reason.put());
+    Check(ctx, hr, reason.get());
     return kExitOk;
 }
 
 int Reset(CommandContext& ctx, const ParsedArgs& parsed) {
+    ComPtr<IKMABuffer> reason;
     if (parsed.positional.size() == 1) {
-        Writing([] { prefs::ResetAll(); });
+        Check(ctx, ToolServices(ctx)->RemovePreference(nullptr, reason.put()), reason.get());
         return kExitOk;
     }
     for (size_t i = 1; i < parsed.positional.size(); ++i) {
         const std::string& name = parsed.positional[i];
-        bool removed = false;
-        Writing([&] { removed = prefs::Remove(name); });
-        if (!removed) ctx.err << "tagvera prefs: " << name << " was not set\n";
+        const HRESULT hr = ToolServices(ctx)->RemovePreference(name.c_str(), reason.put());
+        Check(ctx, hr, reason.get());
+        if (hr == TV_S_FALSE) ctx.err << "tagvera prefs: " << name << " was not set\n";
     }
     return kExitOk;
 }
 
 int Path(CommandContext& ctx, const ParsedArgs& parsed) {
     RequirePositional(parsed, 1, 1);
-    ctx.out << prefs::PreferencesPath() << '\n';
+    ctx.out << Location(ctx) << '\n';
     return kExitOk;
 }
 

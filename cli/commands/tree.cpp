@@ -14,6 +14,7 @@
 #include "cli/command_registry.h"
 #include "cli/json.h"
 #include "cli/property_view.h"
+#include "cli/tool_services.h"
 #include "host/result_text.h"
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/vocabulary.h"
@@ -41,13 +42,6 @@ Bytes ReadFile(const std::string& path) {
     if (in.bad()) throw DataError(path, "cannot read");
     if (bytes.size() > UINT32_MAX - 1) throw DataError(path, "larger than 4 GB");
     return bytes;
-}
-
-void WriteFile(const std::string& path, const void* data, size_t size) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(static_cast<const char*>(data), static_cast<std::streamsize>(size));
-    out.close();
-    if (!out) throw DataError(path, "cannot write: " + std::string(std::strerror(errno)));
 }
 
 uint32_t Load32(const uint8_t* p, bool big) {
@@ -250,7 +244,7 @@ int Convert(CommandContext& ctx, const ParsedArgs& parsed) {
         const HRESULT hr = serialize->WriteXML(&text, &length, !parsed.has("--compact"));
         if (Failed(hr)) throw DataError(in, "cannot write XML: " + host::ResultText(hr));
         std::unique_ptr<char[]> owned(text);
-        WriteFile(out, text, length ? length - 1 : 0);
+        WriteOutputFile(ctx, out, {reinterpret_cast<const uint8_t*>(text), length ? length - 1 : 0});
         ctx.out << out << ": KJMETADATA document, " << (length ? length - 1 : 0) << " bytes\n";
         return kExitOk;
     }
@@ -262,7 +256,7 @@ int Convert(CommandContext& ctx, const ParsedArgs& parsed) {
                                                 !parsed.has("--no-database-fields"));
     if (Failed(hr)) throw DataError(in, "cannot write a block: " + host::ResultText(hr));
     std::unique_ptr<uint8_t[]> owned(block);
-    WriteFile(out, block, size);
+    WriteOutputFile(ctx, out, {block, size});
     ctx.out << out << ": jukebox metadata block (" << std::string(block, block + 4) << ", " << order << "-endian, "
             << size << " bytes)\n";
     return kExitOk;

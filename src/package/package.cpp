@@ -39,6 +39,7 @@ HRESULT AKCAPackage::InternalQueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IKMAPlugin) return Hand(static_cast<IKMAPlugin*>(this), out);
     if (iid == IID_IKMAComponentPlugin) return Hand(static_cast<IKMAComponentPlugin*>(this), out);
     if (iid == IID_IKMAPluginNamespace) return Hand(static_cast<IKMAPluginNamespace*>(this), out);
+    if (iid == IID_IKMAToolServices) return Hand(static_cast<IKMAToolServices*>(this), out);
     // IKCAPackage_ is for components only and never handed out by lookup.
     return NoInterface(out);
 }

@@ -1,6 +1,7 @@
 // AKCAPackage: a plug-in package described by a component table. It answers the host's plug-in
 // interfaces, creates components by class id and tells the host's lifetime object when the first
-// component comes to life and when the last one goes.
+// component comes to life and when the last one goes. Tools built on it also find the platform's
+// file and preference services here (IKMAToolServices).
 #ifndef TAGVERA_PACKAGE_PACKAGE_H
 #define TAGVERA_PACKAGE_PACKAGE_H
 
@@ -10,6 +11,7 @@
 
 #include "component/unknown.h"
 #include "package/component_table.h"
+#include "package/tool_services.h"
 #include "tagvera/plugin.h"
 
 namespace tagvera {
@@ -30,7 +32,8 @@ class AKCAPackage : public CUnknownIMP,
                     public IKMAPlugin,
                     public IKMAComponentPlugin,
                     public IKMAPluginNamespace,
-                    public IKCAPackage_ {
+                    public IKCAPackage_,
+                    public PackageToolServices {
 public:
     static constexpr uint32_t kBusyValue = 2000;
 

@@ -229,7 +229,7 @@ TEST_F(Lifecycle, WholeLifeThroughTheEntryPoints) {
 TEST_F(Lifecycle, PackageInterfaceLookupFollowsTheRules) {
     ComPtr<IUnknown> unknown;
     ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
-    for (const GUID* iid : {&IID_IKMAPlugin, &IID_IKMAComponentPlugin, &IID_IKMAPluginNamespace}) {
+    for (const GUID* iid : {&IID_IKMAPlugin, &IID_IKMAComponentPlugin, &IID_IKMAPluginNamespace, &IID_IKMAToolServices}) {
         auto itf = QueryAs<IUnknown>(unknown, *iid);
         ASSERT_TRUE(itf);
         EXPECT_EQ(QueryAs<IUnknown>(itf, IID_IUnknown).get(), unknown.get()) << "one IUnknown from every interface";

@@ -169,6 +169,13 @@
     X(IKMAXMLParserResponse, OnEndCDataSection, 8)              \
     X(IKMAXMLParserResponse, OnComment, 9)                      \
     X(IKMAXMLParserResponse, OnDocumentType, 10)                \
-    X(IKMAXMLParserResponse, OnEndDocument, 11)
+    X(IKMAXMLParserResponse, OnEndDocument, 11)                 \
+    X(IKMAToolServices, WriteFileSafely, 3)                     \
+    X(IKMAToolServices, SyncFiles, 4)                           \
+    X(IKMAToolServices, GetPreferencesLocation, 5)              \
+    X(IKMAToolServices, GetPreferences, 6)                      \
+    X(IKMAToolServices, SetPreferenceNumber, 7)                 \
+    X(IKMAToolServices, SetPreferenceText, 8)                   \
+    X(IKMAToolServices, RemovePreference, 9)
 
 #endif
