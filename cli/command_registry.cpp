@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "base/error.h"
+#include "host/library.h"
 
 namespace tagvera::cli {
 
@@ -43,7 +43,7 @@ host::Host& CommandContext::host() {
         options.libraryPath = libraryPath_;
         try {
             host_ = std::make_unique<host::Host>(options);
-        } catch (const Error& e) {
+        } catch (const host::HostError& e) {
             throw DataError(libraryPath_, e.what());
         }
     }

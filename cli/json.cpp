@@ -1,22 +1,54 @@
 #include "cli/json.h"
 
+#include <cstdint>
 #include <cstdio>
-
-#include "platform/text.h"
 
 namespace tagvera::cli {
 
+namespace {
+
+// The bytes of the UTF-8 character text starts with; negative for a broken sequence, whose lead
+// byte and the continuation bytes that fitted (that many) stand for one U+FFFD. The second byte's
+// range (Unicode table 3-7) keeps out overlong forms, surrogates and values past U+10FFFF.
+int Utf8Step(std::string_view text) {
+    const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+    const uint8_t lead = byte(0);
+    if (lead < 0x80) return 1;
+    int length = 0;
+    uint8_t low = 0x80, high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        if (lead == 0xE0) low = 0xA0;
+        if (lead == 0xED) high = 0x9F;
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        if (lead == 0xF0) low = 0x90;
+        if (lead == 0xF4) high = 0x8F;
+    } else {
+        return -1;
+    }
+    for (int i = 1; i < length; ++i) {
+        const auto at = static_cast<size_t>(i);
+        if (at >= text.size() || byte(at) < (i == 1 ? low : 0x80) || byte(at) > (i == 1 ? high : 0xBF)) return -i;
+    }
+    return length;
+}
+
+}  // namespace
+
 std::string JsonQuote(std::string_view text) {
     std::string out = "\"";
-    size_t pos = 0;
-    while (pos < text.size()) {
-        char32_t cp = 0;
-        const size_t start = pos;
-        if (!text::DecodeUtf8(text, pos, cp)) {
-            text::AppendUtf8(out, text::kReplacement);  // one for each broken sequence
+    for (size_t pos = 0; pos < text.size();) {
+        const int step = Utf8Step(text.substr(pos));
+        if (step < 0) {
+            out += "\xEF\xBF\xBD";  // U+FFFD, one for each broken sequence
+            pos += static_cast<size_t>(-step);
             continue;
         }
-        switch (cp) {
+        const auto c = static_cast<unsigned char>(text[pos]);
+        switch (c) {
             case '"': out += "\\\""; break;
             case '\\': out += "\\\\"; break;
             case '\n': out += "\\n"; break;
@@ -25,14 +57,15 @@ std::string JsonQuote(std::string_view text) {
             case '\b': out += "\\b"; break;
             case '\f': out += "\\f"; break;
             default:
-                if (cp < 0x20 || cp == 0x7F) {
+                if (c < 0x20 || c == 0x7F) {
                     char esc[8];
-                    std::snprintf(esc, sizeof esc, "\\u%04X", static_cast<unsigned>(cp));
+                    std::snprintf(esc, sizeof esc, "\\u%04X", static_cast<unsigned>(c));
                     out += esc;
                 } else {
-                    out.append(text.substr(start, pos - start));
+                    out.append(text.substr(pos, static_cast<size_t>(step)));
                 }
         }
+        pos += static_cast<size_t>(step);
     }
     out += '"';
     return out;

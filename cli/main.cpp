@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/error.h"
 #include "cli/command.h"
 #include "cli/command_registry.h"
 #include "host/library.h"
@@ -113,7 +112,7 @@ int Main(int argc, char** argv) {
     } catch (const DataError& e) {
         std::cerr << "tagvera: " << e.file() << ": " << e.what() << '\n';
         return kExitDataError;
-    } catch (const Error& e) {
+    } catch (const host::HostError& e) {
         std::cerr << "tagvera " << spec->name << ": " << e.what() << '\n';
         return kExitDataError;
     }

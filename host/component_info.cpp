@@ -2,10 +2,10 @@
 
 #include <cstring>
 
-#include "base/error.h"
+#include "host/library.h"
+#include "host/names.h"
 #include "host/objects.h"
 #include "host/result_text.h"
-#include "platform/text.h"
 #include "tagvera/buffer_text.h"
 #include "tagvera/com_ptr.h"
 
@@ -15,7 +15,7 @@ namespace {
 template <class V>
 const V* FindNamed(const std::vector<std::pair<std::string, V>>& list, std::string_view name) {
     for (const auto& [n, v] : list)
-        if (text::EqualsNoCase(n, name)) return &v;
+        if (EqualsNoCase(n, name)) return &v;
     return nullptr;
 }
 
@@ -77,14 +77,13 @@ ComponentInfo ReadComponentInfo(IKMAComponentPlugin* package, uint32_t index) {
     ComPtr<IKMAValues> values;
     const HRESULT hr = package->GetComponentInfo(index, values.put());
     if (Failed(hr) || !values)
-        throw Error(Failed(hr) ? hr : TV_E_FAIL,
-                    "GetComponentInfo(" + std::to_string(index) + ") failed: " + ResultText(hr));
+        throw HostError("GetComponentInfo(" + std::to_string(index) + ") failed: " + ResultText(hr));
     ComponentInfo info;
     info.index = index;
     info.values = SnapshotValues(values.get());
     const auto* id = info.values.buffer(kComponentClsid);
     if (!id || id->size() != sizeof(GUID))
-        throw Error(TV_E_FAIL, "component " + std::to_string(index) + " has no 16-byte ComponentCLSID");
+        throw HostError("component " + std::to_string(index) + " has no 16-byte ComponentCLSID");
     std::memcpy(&info.classId, id->data(), sizeof(GUID));
     info.known = FindKnownComponent(info.classId);
     if (const uint32_t* n = info.values.number(kLoadMultiple)) info.loadMultiple = *n != 0;
@@ -106,7 +105,7 @@ const ComponentInfo* FindByExtension(const std::vector<ComponentInfo>& component
     if (extension.empty()) return nullptr;
     for (const auto& c : components)
         for (const auto& e : c.extensions)
-            if (text::EqualsNoCase(e, extension)) return &c;
+            if (EqualsNoCase(e, extension)) return &c;
     return nullptr;
 }
 
@@ -115,7 +114,7 @@ const ComponentInfo* FindByMimeType(const std::vector<ComponentInfo>& components
     if (mimeType.empty()) return nullptr;
     for (const auto& c : components)
         for (const auto& m : c.mimeTypes)
-            if (text::EqualsNoCase(m, mimeType)) return &c;
+            if (EqualsNoCase(m, mimeType)) return &c;
     return nullptr;
 }
 

@@ -38,7 +38,7 @@ struct ComponentInfo {
     std::string className() const { return known ? known->className : "(unknown)"; }
 };
 
-// Reads one component's description; throws Error naming the index and the failure.
+// Reads one component's description; throws HostError naming the index and the failure.
 ComponentInfo ReadComponentInfo(IKMAComponentPlugin* package, uint32_t index);
 
 std::vector<std::string> SplitList(std::string_view list, char separator);

@@ -1,6 +1,5 @@
 #include "host/host.h"
 
-#include "base/error.h"
 #include "host/objects.h"
 #include "host/result_text.h"
 #include "tagvera/buffer_text.h"
@@ -9,7 +8,7 @@ namespace tagvera::host {
 
 namespace {
 void Check(HRESULT hr, const std::string& step) {
-    if (Failed(hr)) throw Error(hr, step + " failed: " + ResultText(hr));
+    if (Failed(hr)) throw HostError(step + " failed: " + ResultText(hr));
 }
 }  // namespace
 
@@ -22,7 +21,7 @@ Host::Host(const HostOptions& options)
     try {
         plugin_ = QueryAs<IKMAPlugin>(unknown, IID_IKMAPlugin);
         package_ = QueryAs<IKMAComponentPlugin>(unknown, IID_IKMAComponentPlugin);
-        if (!plugin_ || !package_) throw Error(TV_E_NOINTERFACE, "the package does not answer IKMAPlugin and IKMAComponentPlugin");
+        if (!plugin_ || !package_) throw HostError("the package does not answer IKMAPlugin and IKMAComponentPlugin");
         context_->AttachPackage(package_.get());
         Check(plugin_->InitializePlugin(static_cast<IKMAClassFactory*>(context_.get())), "InitializePlugin");
         const auto count = static_cast<uint32_t>(package_->GetComponentCount());

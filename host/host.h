@@ -44,7 +44,7 @@ struct PluginDescription {
 
 class Host {
 public:
-    // Loads and initialises; throws Error naming the step that failed and its result code.
+    // Loads and initialises; throws HostError naming the step that failed and its result code.
     explicit Host(const HostOptions& options = {});
     ~Host();
     Host(const Host&) = delete;

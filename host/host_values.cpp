@@ -3,16 +3,16 @@
 #include <new>
 #include <string>
 
+#include "host/names.h"
 #include "host/objects.h"
 #include "host/ref_counted.h"
-#include "platform/text.h"
 
 namespace tagvera::host {
 
 namespace {
 
 struct NoCaseLess {
-    bool operator()(const std::string& a, const std::string& b) const { return text::CompareNoCase(a, b) < 0; }
+    bool operator()(const std::string& a, const std::string& b) const { return CompareNoCase(a, b) < 0; }
 };
 
 class HostValues final : public RefCounted<IKMAValues> {

@@ -1,16 +1,23 @@
-// The library as a host loads it: the shared object and its three entry points.
+// The library as a host loads it: the shared object (dlopen here, LoadLibraryW on Windows) and
+// its three entry points.
 #ifndef TAGVERA_HOST_LIBRARY_H
 #define TAGVERA_HOST_LIBRARY_H
 
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "platform/dynamic_library.h"
 #include "tagvera/entry_points.h"
 
 namespace tagvera::host {
+
+// A step of loading or starting the library failed; the message names the step and the reason.
+class HostError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 // Kind name and directory, as SetDLLAccessPath takes them ("DT_Codecs", "/opt/codecs").
 using DirectoryList = std::vector<std::pair<std::string, std::string>>;
@@ -26,10 +33,14 @@ public:
     // build or install tree).
     static std::string DefaultPath();
 
-    // Loads path and resolves the three entry points; throws Error saying what is missing.
+    // Loads path with every symbol resolved now and kept local to it, and finds the three entry
+    // points; throws HostError with the loader's explanation of what is missing.
     explicit Library(const std::string& path = DefaultPath());
+    ~Library();
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
 
-    const std::string& path() const { return library_.path(); }
+    const std::string& path() const { return path_; }
 
     HRESULT SetAccessPath(const DirectoryList& directories) const;
     HRESULT SetAccessPathBlock(const char* block) const { return setAccessPath_(block); }
@@ -37,13 +48,17 @@ public:
     HRESULT Shutdown() const { return shutdown_(); }
 
     // Unloads when the object goes unless kept: code or objects of the library may outlive it.
-    void KeepLoaded() { library_.release(); }
+    void KeepLoaded() { keepLoaded_ = true; }
 
 private:
-    platform::DynamicLibrary library_;
-    KMACreateInstanceFn createInstance_;
-    KMAShutdownFn shutdown_;
-    SetDLLAccessPathFn setAccessPath_;
+    void* Find(const char* symbol) const;
+
+    std::string path_;
+    void* handle_;
+    bool keepLoaded_ = false;
+    KMACreateInstanceFn createInstance_ = nullptr;
+    KMAShutdownFn shutdown_ = nullptr;
+    SetDLLAccessPathFn setAccessPath_ = nullptr;
 };
 
 }  // namespace tagvera::host

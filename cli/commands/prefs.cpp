@@ -10,7 +10,7 @@
 #include "cli/text_table.h"
 #include "cli/tool_services.h"
 #include "host/component_info.h"
-#include "platform/text.h"
+#include "host/names.h"
 #include "tagvera/buffer_text.h"
 
 namespace tagvera::cli {
@@ -52,7 +52,7 @@ std::vector<Preference> ListPreferences(CommandContext& ctx) {
 
 const Preference* FindPreference(const std::vector<Preference>& all, const std::string& name) {
     for (const auto& p : all)
-        if (text::EqualsNoCase(p.name, name)) return &p;
+        if (host::EqualsNoCase(p.name, name)) return &p;
     return nullptr;
 }
 

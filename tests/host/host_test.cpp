@@ -4,7 +4,6 @@
 
 #include <string>
 
-#include "base/error.h"
 #include "host/guid_text.h"
 #include "host/host.h"
 #include "host/objects.h"
@@ -124,7 +123,7 @@ TEST(Host, ReportsALibraryThatCannotBeLoaded) {
     try {
         Host host(o);
         FAIL() << "loaded a library that does not exist";
-    } catch (const Error& e) {
+    } catch (const HostError& e) {
         EXPECT_NE(std::string(e.what()).find("/nonexistent/libtagvera.so"), std::string::npos) << e.what();
     }
 }
