@@ -46,7 +46,7 @@ TEST(Id3v1Read, SharedFixtures) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.file);
-        const auto bytes = ReadWholeFile(testing::SharedId3Dir() + "/" + c.file);
+        const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/" + c.file);
         MemorySource file(bytes);
         Id3v1Tag tag;
         ASSERT_EQ(ReadId3v1Tag(file, &tag), TV_S_OK);
@@ -159,7 +159,7 @@ TEST(Id3v1Merge, GenresAndTracksThatNameNothingSetNothing) {
 }
 
 TEST(Id3v1Merge, Lyrics3ExtendedFieldsStandForTheShortOnes) {
-    const auto bytes = ReadWholeFile(testing::SharedId3Dir() + "/r_lyrics3v2.mp3");
+    const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/r_lyrics3v2.mp3");
     MemorySource file(bytes);
     Lyrics3v2Tag lyrics3;
     ASSERT_TRUE(ReadLyrics3v2Tag(file, bytes.size() - 128, &lyrics3));
@@ -299,7 +299,7 @@ TEST(Id3v1Write, DeletedClearsUnchangedKeepsForceRewritesOtherTypesClear) {
 }
 
 TEST(Id3v1Write, AMergedRecordWrittenBackIsTheSameRecord) {
-    const auto bytes = ReadWholeFile(testing::SharedId3Dir() + "/r_v1.mp3");
+    const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/r_v1.mp3");
     MemorySource file(bytes);
     Id3v1Tag original;
     ASSERT_EQ(ReadId3v1Tag(file, &original), TV_S_OK);

@@ -24,7 +24,7 @@
 namespace tagvera::testing {
 
 inline std::string DataFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/" + name; }
-inline std::string FixtureFile(const std::string& name) { return std::string(TAGVERA_FIXTURES_DIR) + "/id3/" + name; }
+inline std::string FixtureFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/id3/" + name; }
 
 inline std::string CopyTo(const test::ScratchDir& dir, const std::string& from, const std::string& name = "") {
     const std::string to = dir.file(name.empty() ? std::filesystem::path(from).filename().string() : name);

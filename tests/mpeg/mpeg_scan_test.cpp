@@ -95,7 +95,7 @@ TEST(ScanMp3Audio, LeavesTheId3v1TagOutOfTheAudio) {
 }
 
 TEST(ScanMp3Audio, LeavesALyrics3BlockOutOfTheAudio) {
-    const auto bytes = testing::ReadWholeFile(testing::SharedId3Dir() + "/r_lyrics3v2.mp3");
+    const auto bytes = testing::ReadWholeFile(testing::Id3DataDir() + "/r_lyrics3v2.mp3");
     Mp3AudioInfo info;
     ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
     const std::string tail(bytes.end() - 128 - 15, bytes.end() - 128);

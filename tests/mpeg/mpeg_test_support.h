@@ -20,6 +20,7 @@
 namespace tagvera::testing {
 
 inline std::string Mp3DataDir() { return std::string(TAGVERA_TEST_DATA_DIR) + "/mp3"; }
+inline std::string Id3DataDir() { return std::string(TAGVERA_TEST_DATA_DIR) + "/id3"; }
 inline std::string SharedId3Dir() { return std::string(TAGVERA_FIXTURES_DIR) + "/id3"; }
 
 inline std::vector<uint8_t> ReadWholeFile(const std::string& path) {
