@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Makes the ID3 fixtures of tests/data/id3.
+"""Makes the ID3 fixtures of tests/data/id3 and the regression files of tests/data/regress.
 
 Each fixture is a second of lame-encoded audio with tags in front of it (and ID3v1 or Lyrics3
 behind it): the m_* tags written with mutagen, the r_* tags laid out byte by byte here, covering
@@ -372,6 +372,30 @@ def mutagen_fixtures(out, audio, front, back, work):
                       f"written with mutagen, v2.{major}, all text {encoding}")
 
 
+def regress_files(out, audio):
+    """One small file per bug found so far, named after what broke (tests/regress/regress_test.cpp)."""
+    files = {
+        # Opening it fails (tags, then no MPEG audio); the importer kept its handle on the file.
+        "failed_open_kept_the_file_open": tag(3, frame_bytes("TIT2", text_frame(["no audio"], 0), 3))
+        + b"not MPEG audio, only text\n" * 40,
+        # Written through the importer, whose statistics then gave the size from before the write.
+        "size_after_write_was_the_old_one": audio,
+        # A URL frame of only its terminator, rendered again on a write as a frame no reader keeps.
+        "empty_url_frame_survived_a_write": tag(3, frame_bytes("WOAR", b"\0", 3)
+                                                + frame_bytes("TIT2", text_frame(["title"], 0), 3)) + audio,
+        # Garbage before the first frame of a file shorter than the scan's window: an empty read.
+        "garbage_before_a_short_stream": b"\x00junk" * 60 + audio,
+        # A title the tree holds as text, whose data the importer still tried to hand out.
+        "data_asked_of_a_text_property": tag(3, frame_bytes("TIT2", text_frame(["title"], 0), 3)) + audio,
+        # A broken UTF-8 sequence, replaced once per byte instead of once for the whole sequence.
+        "broken_utf8_replaced_per_byte": tag(4, frame_bytes("TIT2", b"\x03A\xe1\x80B", 4)) + audio,
+    }
+    os.makedirs(out, exist_ok=True)
+    for name, data in files.items():
+        with open(os.path.join(out, name + ".mp3"), "wb") as f:
+            f.write(data)
+
+
 def main():
     out = sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), "..", "tests", "data")
     work = tempfile.mkdtemp()
@@ -381,6 +405,7 @@ def main():
         os.makedirs(id3, exist_ok=True)
         raw_fixtures(id3, audio, front, back)
         mutagen_fixtures(id3, audio, front, back, work)
+        regress_files(os.path.join(out, "regress"), audio)
     finally:
         shutil.rmtree(work)
 

@@ -1,0 +1,135 @@
+// One case per bug found so far: the file that shows it (tests/data/regress/<what broke>.mp3, made
+// by tools/make-id3-fixtures.py) through the built library as a host drives it, and the fixed
+// behaviour checked.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "base/byte_source.h"
+#include "mp3/mpeg/scan.h"
+#include "mp3_importer/importer_support.h"
+#include "platform/file.h"
+#include "platform/scratch_dir.h"
+#include "tags/id3v2/json_report.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera::testing {
+namespace {
+
+std::string Copy(const test::ScratchDir& dir, const std::string& path) {
+    const std::string to = dir.file(std::filesystem::path(path).filename().string());
+    std::filesystem::copy_file(path, to);
+    return to;
+}
+
+// Interrogates with the same importer, writing the tree back after edit(tree).
+HRESULT WriteBack(IMPAInterrogateFile* importer, void (*edit)(IMPAMetaProperty*)) {
+    ComPtr<IMPAMetaProperty> tree;
+    if (Failed(importer->Interrogate(tree.put()))) return TV_E_FAIL;
+    edit(tree.get());
+    auto writer = QueryAs<IMPAHandleMetaProperties2>(importer, IID_IMPAHandleMetaProperties2);
+    return writer->WriteMetaProperties2(tree.get(), writer.get(), 0, 0);
+}
+
+void NewTitle(IMPAMetaProperty* tree) {
+    ComPtr<IMPAMetaProperty> title;
+    tree->AddText("Track:Name", "new", 0, true, title.put());
+    title->SetChanged(kChanged);
+}
+
+// Descriptors of this process open on path.
+int HandlesOn(const std::string& path) {
+    int n = 0;
+    std::error_code ec;
+    for (const auto& fd : std::filesystem::directory_iterator("/proc/self/fd", ec))
+        n += std::filesystem::read_symlink(fd.path(), ec) == std::filesystem::canonical(path);
+    return n;
+}
+
+void FailedOpenKeptTheFileOpen(const std::string& path) {
+    auto importer = NewImporter();
+    ASSERT_EQ(importer->SetFilename(TAGVERA_TEST_DATA_DIR "/mp3/cbr_96k_44k_notag.mp3"), TV_S_OK);
+    EXPECT_TRUE(Failed(importer->SetFilename(path.c_str())));
+    EXPECT_EQ(HandlesOn(path), 0);
+    ComPtr<IMPAMetaProperty> tree;
+    EXPECT_TRUE(Failed(importer->Interrogate(tree.put())));
+    EXPECT_FALSE(tree);
+}
+
+void SizeAfterWriteWasTheOldOne(const std::string& path) {
+    test::ScratchDir dir;
+    const std::string copy = Copy(dir, path);
+    auto importer = NewImporter();
+    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
+    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    ComPtr<IMPAMetaProperty> again;
+    ASSERT_TRUE(Succeeded(importer->Interrogate(again.put())));
+    EXPECT_GT(platform::FileSize(copy), std::filesystem::file_size(path));
+    EXPECT_EQ(NumberAt(again.get(), "Statistics:FileSize"), platform::FileSize(copy));
+}
+
+void EmptyUrlFrameSurvivedAWrite(const std::string& path) {
+    test::ScratchDir dir;
+    const std::string copy = Copy(dir, path);
+    auto importer = NewImporter();
+    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
+    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    char report[1024];
+    uint32_t size = sizeof report;
+    ASSERT_EQ(QueryAs<IMPAWriteReport>(importer, IID_IMPAWriteReport)->GetWriteReport(report, &size), TV_S_OK);
+    EXPECT_NE(std::string(report).find("lost: WOAR"), std::string::npos) << report;
+    // Readers skip an empty frame with a warning.
+    platform::File file(copy, platform::OpenMode::Read);
+    const std::string frames = id3v2::FramesJson(file);
+    EXPECT_EQ(frames.find("warnings"), std::string::npos) << frames;
+}
+
+void GarbageBeforeAShortStream(const std::string& path) {
+    const Bytes bytes = test::ReadAll(path);
+    MemorySource source(bytes);
+    Mp3AudioInfo info;
+    ASSERT_EQ(ScanMp3Audio(source, 0, &info), TV_S_OK);
+    EXPECT_GT(info.durationMs, 0u);
+}
+
+void DataAskedOfATextProperty(const std::string& path) {
+    const auto got = Interrogate(path);
+    ASSERT_TRUE(Succeeded(got.result));
+    auto title = NodeAt(got.tree.get(), "Track:Name");
+    ASSERT_TRUE(title);
+    uint8_t buffer[64];
+    EXPECT_EQ(got.handler()->GetPropertyData(title.get(), buffer, sizeof buffer), TV_E_NOTIMPL);
+}
+
+void BrokenUtf8ReplacedPerByte(const std::string& path) {
+    EXPECT_EQ(Interrogate(path).text("Track:Name"), "A\xEF\xBF\xBD" "B");
+}
+
+struct Regression {
+    const char* file;  // tests/data/regress/<file>.mp3
+    void (*check)(const std::string& path);
+};
+
+const Regression kRegressions[] = {
+    {"failed_open_kept_the_file_open", FailedOpenKeptTheFileOpen},
+    {"size_after_write_was_the_old_one", SizeAfterWriteWasTheOldOne},
+    {"empty_url_frame_survived_a_write", EmptyUrlFrameSurvivedAWrite},
+    {"garbage_before_a_short_stream", GarbageBeforeAShortStream},
+    {"data_asked_of_a_text_property", DataAskedOfATextProperty},
+    {"broken_utf8_replaced_per_byte", BrokenUtf8ReplacedPerByte},
+};
+
+void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }
+
+class Regress : public ::testing::TestWithParam<Regression> {};
+
+TEST_P(Regress, StaysFixed) {
+    const PreferencesFile defaults{""};
+    GetParam().check(std::string(TAGVERA_TEST_DATA_DIR "/regress/") + GetParam().file + ".mp3");
+}
+
+INSTANTIATE_TEST_SUITE_P(Bugs, Regress, ::testing::ValuesIn(kRegressions),
+                         [](const ::testing::TestParamInfo<Regression>& p) { return std::string(p.param.file); });
+
+}  // namespace
+}  // namespace tagvera::testing
