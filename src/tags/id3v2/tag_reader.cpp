@@ -58,32 +58,68 @@ bool IsAllZero(std::span<const uint8_t> b) {
     return true;
 }
 
-std::string IdOf(std::span<const uint8_t> b, size_t n) { return std::string(reinterpret_cast<const char*>(b.data()), n); }
+std::span<const uint8_t> Rest(const ByteReader& r) { return {r.current(), r.remaining()}; }
+
+// How a tag spells its frame sizes: v2.2 in three bytes, v2.3 (and some v2.4 writers) as plain
+// 32-bit numbers, v2.4 synchsafe.
+enum class FrameSizes : uint8_t { V22, Plain, Synchsafe };
+
+FrameSizes FrameSizesOf(uint8_t major, bool plainV24Sizes) {
+    if (major == 2) return FrameSizes::V22;
+    return major == 4 && !plainV24Sizes ? FrameSizes::Synchsafe : FrameSizes::Plain;
+}
+
+size_t FrameHeaderSize(FrameSizes sizes) { return sizes == FrameSizes::V22 ? 6 : kHeaderSize; }
+
+struct FrameHeader {
+    std::string_view id;  // into the reader's bytes
+    uint32_t size = 0;
+    uint16_t flags = 0;  // none in v2.2
+    // False when a synchsafe size has a high bit set; size then holds the low seven bits of each byte.
+    bool synchsafe = true;
+};
+
+// The one decoding of a frame header; the reader must hold FrameHeaderSize(sizes) bytes.
+FrameHeader ReadFrameHeader(ByteReader& r, FrameSizes sizes) {
+    FrameHeader h;
+    if (sizes == FrameSizes::V22) {
+        h.id = r.chars(3);
+        h.size = r.u24be();
+        return h;
+    }
+    h.id = r.chars(4);
+    const auto size = r.bytes(4);
+    if (sizes == FrameSizes::Synchsafe) {
+        h.synchsafe = ((size[0] | size[1] | size[2] | size[3]) & 0x80) == 0;
+        h.size = SynchsafeToInt(size.data());
+    } else {
+        h.size = ByteReader(size).u32be();
+    }
+    h.flags = r.u16be();
+    return h;
+}
 
 // Walks v2.4 frame headers with one reading of the sizes; true when every header is a frame id
 // and the walk ends at the end of the data or at zero padding.
-bool WalkV24(std::span<const uint8_t> body, bool synchsafe, size_t& frames) {
-    size_t pos = 0;
+bool WalkV24(std::span<const uint8_t> body, FrameSizes sizes, size_t& frames) {
+    ByteReader r(body);
     frames = 0;
-    while (body.size() - pos >= kHeaderSize) {
-        const uint8_t* p = body.data() + pos;
-        if (p[0] == 0) return IsAllZero(body.subspan(pos));
-        if (!IsValidFrameId(IdOf(body.subspan(pos), 4))) return false;
-        if (synchsafe && ((p[4] | p[5] | p[6] | p[7]) & 0x80)) return false;
-        const uint64_t size = synchsafe ? SynchsafeToInt(p + 4) : ByteReader(p + 4, 4).u32be();
-        if (size > body.size() - pos - kHeaderSize) return false;
-        pos += kHeaderSize + size;
+    while (r.remaining() >= kHeaderSize) {
+        if (*r.current() == 0) break;
+        const FrameHeader h = ReadFrameHeader(r, sizes);
+        if (!IsValidFrameId(h.id) || !h.synchsafe || h.size > r.remaining()) return false;
+        r.skip(h.size);
         ++frames;
     }
-    return IsAllZero(body.subspan(pos));
+    return IsAllZero(Rest(r));
 }
 
 // Most v2.4 writers use synchsafe frame sizes; some write plain ones. Choose the reading under
 // which the frames line up.
 bool DetectPlainV24Sizes(std::span<const uint8_t> body) {
     size_t synchFrames = 0, plainFrames = 0;
-    if (WalkV24(body, true, synchFrames)) return false;
-    if (WalkV24(body, false, plainFrames)) return true;
+    if (WalkV24(body, FrameSizes::Synchsafe, synchFrames)) return false;
+    if (WalkV24(body, FrameSizes::Plain, plainFrames)) return true;
     return plainFrames > synchFrames;
 }
 
@@ -122,52 +158,43 @@ public:
         : tag_(tag), limits_(limits), cuts_(cuts) {}
 
     void walk(std::span<const uint8_t> body) {
-        const size_t headerSize = tag_.major == 2 ? 6 : 10;
-        const size_t idSize = tag_.major == 2 ? 3 : 4;
-        size_t pos = 0;
-        while (body.size() - pos >= headerSize) {
-            const auto rest = body.subspan(pos);
-            if (rest[0] == 0) {
-                tag_.paddingSize = static_cast<uint32_t>(rest.size());
-                if (!IsAllZero(rest)) tag_.skipped.push_back("non-zero bytes in the padding");
+        const FrameSizes sizes = FrameSizesOf(tag_.major, tag_.plainFrameSizes);
+        ByteReader r(body);
+        while (r.remaining() >= FrameHeaderSize(sizes)) {
+            const size_t at = r.offset();
+            if (*r.current() == 0) {
+                tag_.paddingSize = static_cast<uint32_t>(r.remaining());
+                if (!IsAllZero(Rest(r))) tag_.skipped.push_back("non-zero bytes in the padding");
                 return;
             }
-            const std::string id = IdOf(rest, idSize);
+            const FrameHeader h = ReadFrameHeader(r, sizes);
+            const std::string id(h.id);
             if (!IsValidFrameId(id)) {
-                tag_.skipped.push_back("bytes that are not a frame at offset " + std::to_string(pos) + "; rest of tag ignored");
+                tag_.skipped.push_back("bytes that are not a frame at offset " + std::to_string(at) + "; rest of tag ignored");
                 return;
             }
             if (tag_.frames.size() >= limits_.maxFrames) {
                 tag_.skipped.push_back("more than " + std::to_string(limits_.maxFrames) + " frames; rest ignored");
                 return;
             }
-            uint64_t size;
-            uint16_t flags = 0;
-            if (tag_.major == 2) {
-                size = ByteReader(rest.data() + 3, 3).u24be();
-            } else {
-                size = (tag_.major == 4 && !tag_.plainFrameSizes) ? SynchsafeToInt(rest.data() + 4)
-                                                                   : ByteReader(rest.data() + 4, 4).u32be();
-                flags = ByteReader(rest.data() + 8, 2).u16be();
-            }
-            if (size > rest.size() - headerSize) {
-                tag_.skipped.push_back(id + ": frame of " + std::to_string(size) + " bytes is larger than the " +
-                                       std::to_string(rest.size() - headerSize) + " bytes left in the tag");
+            if (h.size > r.remaining()) {
+                tag_.skipped.push_back(id + ": frame of " + std::to_string(h.size) + " bytes is larger than the " +
+                                       std::to_string(r.remaining()) + " bytes left in the tag");
                 return;
             }
-            pos += headerSize + size;
-            if (size == 0) {
+            const auto data = r.bytes(h.size);
+            if (h.size == 0) {
                 tag_.skipped.push_back(id + ": empty frame");
                 continue;
             }
             try {
-                addFrame(id, flags, rest.subspan(headerSize, size), CutAt(pos - headerSize - size));
+                addFrame(id, h.flags, data, CutAt(at));
             } catch (const Error& e) {
                 tag_.skipped.push_back(id + ": " + e.what());
             }
         }
-        if (pos < body.size() && !IsAllZero(body.subspan(pos))) tag_.skipped.push_back("trailing bytes after the last frame");
-        tag_.paddingSize = static_cast<uint32_t>(body.size() - pos);
+        if (!r.empty() && !IsAllZero(Rest(r))) tag_.skipped.push_back("trailing bytes after the last frame");
+        tag_.paddingSize = static_cast<uint32_t>(r.remaining());
     }
 
 private:
@@ -366,24 +393,19 @@ ReadBuffer ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& he
     const size_t bodyEnd = kHeaderSize + header.bodySize;
     size_t pos = kHeaderSize;
     bool walkedToPadding = true;
+    const FrameSizes sizes = FrameSizesOf(header.major, false);
     while (bodyEnd - pos >= kHeaderSize) {
         ensure(pos + kHeaderSize);
-        const uint8_t* p = bytes.data() + pos;
-        if (p[0] == 0) break;
-        const bool synchsafe = header.major == 4;
-        if (!IsValidFrameId(std::string_view(reinterpret_cast<const char*>(p), 4)) ||
-            (synchsafe && ((p[4] | p[5] | p[6] | p[7]) & 0x80))) {
+        if (bytes[pos] == 0) break;
+        ByteReader headerBytes(bytes.data() + pos, kHeaderSize);
+        const FrameHeader h = ReadFrameHeader(headerBytes, sizes);
+        if (!IsValidFrameId(h.id) || !h.synchsafe || h.size > bodyEnd - pos - kHeaderSize) {
             walkedToPadding = false;
             break;
         }
-        const uint64_t size = synchsafe ? SynchsafeToInt(p + 4) : ByteReader(p + 4, 4).u32be();
-        if (size > bodyEnd - pos - kHeaderSize) {
-            walkedToPadding = false;
-            break;
-        }
+        const size_t size = h.size;
         const size_t dataStart = pos + kHeaderSize;
-        if (size >= deferFrom && std::memcmp(p, "APIC", 4) == 0 &&
-            PlainPictureFlags(header.major, ByteReader(p + 8, 2).u16be())) {
+        if (size >= deferFrom && h.id == "APIC" && PlainPictureFlags(header.major, h.flags)) {
             const size_t head = std::min<size_t>(kPictureHead, size);
             ensure(dataStart + head);
             if (const auto kept = PictureFieldsLength({bytes.data() + dataStart, head})) {
@@ -413,10 +435,13 @@ void LoadDeferredData(Frame& frame, ByteSource& source) {
     if (!frame.deferred) return;
     const Frame::Deferred& d = *frame.deferred;
     uint8_t head[kHeaderSize];
-    if (frame.sourceId.size() != 4 || source.readAt(d.frameOffset, head) != kHeaderSize ||
-        std::memcmp(head, frame.sourceId.data(), 4) != 0 ||
-        (d.synchsafeSize ? SynchsafeToInt(head + 4) : ByteReader(head + 4, 4).u32be()) != d.frameSize)
-        throw Error(TV_E_FAIL, frame.id + ": the file has changed since its tag was read");
+    bool unchanged = source.readAt(d.frameOffset, head) == kHeaderSize;
+    if (unchanged) {
+        ByteReader r(head, kHeaderSize);
+        const FrameHeader h = ReadFrameHeader(r, d.synchsafeSize ? FrameSizes::Synchsafe : FrameSizes::Plain);
+        unchanged = h.id == frame.sourceId && h.size == d.frameSize;
+    }
+    if (!unchanged) throw Error(TV_E_FAIL, frame.id + ": the file has changed since its tag was read");
     const size_t kept = frame.payload.size();
     frame.payload.resize(kept + d.size);
     if (source.readAt(d.offset, {frame.payload.data() + kept, d.size}) != d.size) {
