@@ -133,6 +133,15 @@ Fields DecodeFields(const Frame& frame) {
     return f;
 }
 
+std::optional<Fields> TryDecodeFields(const Frame& frame, std::string* why) {
+    try {
+        return DecodeFields(frame);
+    } catch (const Error& e) {
+        if (why) *why = e.what();
+        return std::nullopt;
+    }
+}
+
 namespace {
 
 void Append(std::vector<uint8_t>& out, const std::vector<uint8_t>& b) { out.insert(out.end(), b.begin(), b.end()); }

@@ -49,6 +49,9 @@ FrameKind KindOf(const std::string& id);
 // Decodes the payload; throws Error when the fields do not fit it (a bogus encoding byte, a
 // picture without its MIME terminator). Encrypted frames decode as Binary.
 Fields DecodeFields(const Frame& frame);
+// The same for callers to whom fields that do not fit are no fields: nothing then, and the reason
+// in *why when asked.
+std::optional<Fields> TryDecodeFields(const Frame& frame, std::string* why = nullptr);
 
 // The reverse: a canonical payload for fields (what a v2.3 tag holds). Text goes out in the
 // given encoding; Binary kinds take data as is.

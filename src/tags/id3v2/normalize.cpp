@@ -144,29 +144,26 @@ Frame NormalizeFrame(const Frame& src) {
 }
 
 std::string FrameKey(const Frame& frame) {
-    if (frame.encrypted) return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end());
-    try {
-        const Fields f = DecodeFields(frame);
-        switch (f.kind) {
-            case FrameKind::UserText:
-            case FrameKind::UserUrl:
-            case FrameKind::Object:
-                return frame.id + '\x01' + f.desc;
-            case FrameKind::Comment:
-                return frame.id + '\x01' + f.lang + '\x01' + f.desc;
-            case FrameKind::Picture:
-                return frame.id + '\x01' + std::to_string(f.pictureType.value_or(0)) + '\x01' + f.desc;
-            case FrameKind::Private:
-                return frame.id + '\x01' + f.owner + (frame.id == "PRIV" ? '\x01' + std::string(f.data.begin(), f.data.end()) : "");
-            case FrameKind::Popularimeter:
-                return frame.id + '\x01' + f.email;
-            case FrameKind::Binary:
-                return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end());
-            default:
-                return frame.id;
-        }
-    } catch (const Error&) {
-        return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end());
+    const auto whole = [&] { return frame.id + '\x01' + std::string(frame.payload.begin(), frame.payload.end()); };
+    const auto f = frame.encrypted ? std::nullopt : TryDecodeFields(frame);
+    if (!f) return whole();
+    switch (f->kind) {
+        case FrameKind::UserText:
+        case FrameKind::UserUrl:
+        case FrameKind::Object:
+            return frame.id + '\x01' + f->desc;
+        case FrameKind::Comment:
+            return frame.id + '\x01' + f->lang + '\x01' + f->desc;
+        case FrameKind::Picture:
+            return frame.id + '\x01' + std::to_string(f->pictureType.value_or(0)) + '\x01' + f->desc;
+        case FrameKind::Private:
+            return frame.id + '\x01' + f->owner + (frame.id == "PRIV" ? '\x01' + std::string(f->data.begin(), f->data.end()) : "");
+        case FrameKind::Popularimeter:
+            return frame.id + '\x01' + f->email;
+        case FrameKind::Binary:
+            return whole();
+        default:
+            return frame.id;
     }
 }
 

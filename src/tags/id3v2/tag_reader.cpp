@@ -358,13 +358,9 @@ std::optional<size_t> PictureFieldsLength(std::span<const uint8_t> head) {
     Frame probe;
     probe.id = "APIC";
     probe.payload.assign(head.begin(), head.end());
-    try {
-        const Fields f = DecodeFields(probe);
-        if (f.data.empty()) return std::nullopt;  // the fields may run on past what was read
-        return head.size() - f.data.size();
-    } catch (const Error&) {
-        return std::nullopt;
-    }
+    const auto f = TryDecodeFields(probe);
+    if (!f || f->data.empty()) return std::nullopt;  // the fields may run on past what was read
+    return head.size() - f->data.size();
 }
 
 // Reads a tag, leaving out the data of large plain pictures (cuts says which). It walks the frame

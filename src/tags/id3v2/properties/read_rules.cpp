@@ -164,12 +164,9 @@ std::optional<std::string> CdTocValue(const std::vector<uint8_t>& data) {
 std::optional<PropertySpec> ReadFrameProperty(const Frame& frame) {
     const FrameMapRow* row = FindReadRow(frame.id);
     if (!row || frame.encrypted) return std::nullopt;
-    Fields f;
-    try {
-        f = id3v2::DecodeFields(frame);
-    } catch (const Error&) {
-        return std::nullopt;
-    }
+    const std::optional<Fields> decoded = id3v2::TryDecodeFields(frame);
+    if (!decoded) return std::nullopt;
+    const Fields& f = *decoded;
     PropertySpec p;
     p.parent = row->parent;
     p.name = row->property;

@@ -168,16 +168,12 @@ private:
         if (f.id != t.frameId) return false;
         const bool gracenote = t.rule == WriteRule::Gracenote;
         if (!Described(f.id) && f.id != "APIC" && !(gracenote && f.id == "UFID")) return true;
-        id3v2::Fields fields;
-        try {
-            fields = id3v2::DecodeFields(f);
-        } catch (const Error&) {
-            return false;
-        }
-        if (gracenote) return f.id == "UFID" ? fields.owner == kGracenoteOwner : fields.desc == kGracenoteExtData;
+        const auto fields = id3v2::TryDecodeFields(f);
+        if (!fields) return false;
+        if (gracenote) return f.id == "UFID" ? fields->owner == kGracenoteOwner : fields->desc == kGracenoteExtData;
         if (f.id == "APIC")
-            return fields.pictureType.value_or(0) == PictureTypeFor(t.parent, t.name) && fields.desc == Utf8(t.fullName);
-        return fields.desc == Utf8(t.fullName);
+            return fields->pictureType.value_or(0) == PictureTypeFor(t.parent, t.name) && fields->desc == Utf8(t.fullName);
+        return fields->desc == Utf8(t.fullName);
     }
 
     // A frame that reads back as the property (same id, same path): a comment without a
@@ -207,11 +203,8 @@ private:
         const size_t before = frames_.size();
         std::erase_if(frames_, [&](const Frame& f) {
             if (f.id != id) return false;
-            try {
-                return id3v2::DecodeFields(f).desc == desc;
-            } catch (const Error&) {
-                return false;
-            }
+            const auto fields = id3v2::TryDecodeFields(f);
+            return fields && fields->desc == desc;
         });
         if (frames_.size() != before) changed_ = true;
     }

@@ -35,13 +35,7 @@ bool EndsWith(const std::string& s, const char* tail) {
 // replaced as a whole.
 Fields Existing(const Frame& frame) {
     Fields f;
-    if (!frame.payload.empty() && !frame.encrypted) {
-        try {
-            f = id3v2::DecodeFields(frame);
-        } catch (const Error&) {
-            f = Fields{};
-        }
-    }
+    if (!frame.payload.empty() && !frame.encrypted) f = id3v2::TryDecodeFields(frame).value_or(Fields{});
     f.kind = id3v2::KindOf(frame.id);
     return f;
 }
