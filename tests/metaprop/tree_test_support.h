@@ -87,35 +87,24 @@ private:
     std::atomic<int> refs_{0};
 };
 
+// A field through its getter (zero when the getter fails).
+template <class T>
+T FieldOf(IMPAMetaProperty* node, HRESULT (TV_STDCALL IMPAMetaProperty::*get)(T*)) {
+    T value{};
+    (node->*get)(&value);
+    return value;
+}
 inline std::string NameOf(IMPAMetaProperty* node) {
-    const char* name = nullptr;
-    node->GetName(&name);
+    const char* name = FieldOf(node, &IMPAMetaProperty::GetName);
     return name ? name : "";
 }
-
 inline std::string PathOf(IMPAMetaProperty* node) {
-    const char* path = nullptr;
-    node->GetPath(&path);
+    const char* path = FieldOf(node, &IMPAMetaProperty::GetPath);
     return path ? path : "";
 }
-
-inline uint32_t TypeOf(IMPAMetaProperty* node) {
-    uint32_t type = 0;
-    node->GetType(&type);
-    return type;
-}
-
-inline uint32_t FlagsOf(IMPAMetaProperty* node) {
-    uint32_t flags = 0;
-    node->GetFlags(&flags);
-    return flags;
-}
-
-inline uint32_t ChangedOf(IMPAMetaProperty* node) {
-    uint32_t changed = 0;
-    node->GetChanged(&changed);
-    return changed;
-}
+inline uint32_t TypeOf(IMPAMetaProperty* node) { return FieldOf(node, &IMPAMetaProperty::GetType); }
+inline uint32_t FlagsOf(IMPAMetaProperty* node) { return FieldOf(node, &IMPAMetaProperty::GetFlags); }
+inline uint32_t ChangedOf(IMPAMetaProperty* node) { return FieldOf(node, &IMPAMetaProperty::GetChanged); }
 
 // The value as text without its NUL; "<none>" when the node has no value.
 inline std::string TextOf(IMPAMetaProperty* node) {

@@ -37,18 +37,14 @@ constexpr size_t kRoot = 8;
 constexpr size_t kTable = kRoot + 34;
 constexpr size_t kFirstChild = kTable + 16;
 
-TEST(BlockErrors, NullArgumentsAreRefused) {
-    Node tree = NewTree();
-    EXPECT_EQ(Serialize(tree.get())->ReadBinary(nullptr, 100, false, false), TV_E_POINTER);
-    uint32_t size = 0;
-    uint8_t* block = nullptr;
-    EXPECT_EQ(Serialize2(tree.get())->WriteBinaryEx(nullptr, &size, false, false, false, false), TV_E_POINTER);
-    EXPECT_EQ(Serialize2(tree.get())->WriteBinaryEx(&block, nullptr, false, false, false, false), TV_E_POINTER);
-}
-
 TEST(BlockErrors, WrongHeaderIsRefusedBeforeTouchingTheTree) {
     const Bytes good = EncodeBlock(TwoChildren(), false);
     Target t;
+    EXPECT_EQ(Serialize(t.tree.get())->ReadBinary(nullptr, 100, false, false), TV_E_POINTER);
+    uint32_t size = 0;
+    uint8_t* block = nullptr;
+    EXPECT_EQ(Serialize2(t.tree.get())->WriteBinaryEx(nullptr, &size, false, false, false, false), TV_E_POINTER);
+    EXPECT_EQ(Serialize2(t.tree.get())->WriteBinaryEx(&block, nullptr, false, false, false, false), TV_E_POINTER);
     Bytes magic = good;
     magic[3] = 'X';
     EXPECT_EQ(ReadBlock(t.tree.get(), magic), TV_E_BLOCK_BADHEADER);

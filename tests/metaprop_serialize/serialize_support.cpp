@@ -1,11 +1,6 @@
 #include "serialize_support.h"
 
-#include <unistd.h>
-
 #include <cstdio>
-#include <fstream>
-
-#include "platform/preferences.h"
 
 namespace tagvera::testing {
 namespace {
@@ -137,68 +132,6 @@ Node EveryTypeTree() {
     AddText(r, "Special <name> & \"quotes\" 'too'", "<>&\"'");
     AddText(r, "Empty", "");
     return root;
-}
-
-// The process's folder goes with the process, with everything the tests and the command put in it.
-struct ProcessTempDir {
-    std::filesystem::path path = std::filesystem::temp_directory_path() /
-                                 ("tagvera-serialize-" + std::to_string(::getpid()));
-    ~ProcessTempDir() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path, ignored);
-    }
-};
-
-std::filesystem::path TempDir() {
-    static const ProcessTempDir root;
-    const ::testing::TestInfo* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    std::string name = info ? std::string(info->test_suite_name()) + "." + info->name() : "none";
-    for (char& c : name)
-        if (c == '/') c = '_';
-    const auto dir = root.path / name;
-    std::filesystem::create_directories(dir);
-    return dir;
-}
-
-std::string TempFile(const std::string& name, const Bytes& content) {
-    const std::string path = (TempDir() / name).string();
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(content.data()),
-                                                static_cast<std::streamsize>(content.size()));
-    return path;
-}
-
-ScopedPreferences::ScopedPreferences() {
-    if (const char* old = std::getenv("TAGVERA_PREFERENCES")) {
-        previous_ = old;
-        hadPrevious_ = true;
-    }
-    path_ = (TempDir() / "preferences").string();
-    std::filesystem::remove(path_);
-    ::setenv("TAGVERA_PREFERENCES", path_.c_str(), 1);
-}
-
-ScopedPreferences::~ScopedPreferences() {
-    std::filesystem::remove(path_);
-    if (hadPrevious_)
-        ::setenv("TAGVERA_PREFERENCES", previous_.c_str(), 1);
-    else
-        ::unsetenv("TAGVERA_PREFERENCES");
-}
-
-void ScopedPreferences::Set(const char* name, const char* value) { platform::prefs::SetString(name, value); }
-
-std::string RunCommand(const std::string& command, int* status) {
-    std::string out;
-    FILE* pipe = ::popen(command.c_str(), "r");
-    if (!pipe) {
-        *status = -1;
-        return out;
-    }
-    char chunk[4096];
-    for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) out.append(chunk, n);
-    const int raw = ::pclose(pipe);
-    *status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
-    return out;
 }
 
 }  // namespace tagvera::testing

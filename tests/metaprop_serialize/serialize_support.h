@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -98,6 +96,15 @@ inline Node AddGroup(IMPAMetaProperty* parent, const char* name, uint32_t flags 
     return Add(parent, name, kTypeGroup, flags, nullptr, 0);
 }
 
+// The bytes of the value at path; none when the node or its value is missing.
+inline Bytes ValueAt(IMPAMetaProperty* tree, const char* path) {
+    Node node;
+    const uint8_t* data = nullptr;
+    uint32_t size = 0;
+    if (Failed(tree->FindFirstChild(path, node.put())) || Failed(node->GetValue(&data, &size))) return {};
+    return Bytes(data, data + size);
+}
+
 // How a dump sees a tree: what a stored form cannot keep is left out of both sides.
 struct DumpRules {
     bool withRoot = true;             // the root's own name, type, flags and value
@@ -118,27 +125,6 @@ DumpRules XmlRules();
 // A tree with every named type (reference 10 only; 11 and 12 are stand-ins in most forms), every
 // flag bit, escapes, UTF-8 text, empty values and same-name groups merged.
 Node EveryTypeTree();
-
-// A file of n bytes under the test's temporary directory.
-std::string TempFile(const std::string& name, const Bytes& content);
-std::filesystem::path TempDir();
-
-// Points the preferences at a fresh file of the test's own, so that values set by one test do not
-// leak into another; restores on destruction.
-class ScopedPreferences {
-public:
-    ScopedPreferences();
-    ~ScopedPreferences();
-    void Set(const char* name, const char* value);
-
-private:
-    std::string path_;
-    std::string previous_;
-    bool hadPrevious_ = false;
-};
-
-// Runs a command line; its standard output, and its exit status in *status.
-std::string RunCommand(const std::string& command, int* status);
 
 }  // namespace tagvera::testing
 

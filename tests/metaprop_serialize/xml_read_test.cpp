@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "component/value_objects.h"
+#include "mp3_importer/preferences_file.h"
 #include "platform/scratch_dir.h"
 #include "serialize_support.h"
 #include "tagvera/xml.h"
@@ -130,18 +131,17 @@ TEST(XmlRead, NestingIsBoundedAsInTheBlock) {
 TEST(XmlRead, ReadXmlTakesTheEncodingFromThePreference) {
     // In Shift-JIS 0x81 starts a two-byte character, so the quote after it belongs to the value.
     const std::string xml = "<KJMETADATA><PROP name=\"A\" value=\"\x81\" x=\" /></KJMETADATA>";
-    ScopedPreferences prefs;
-    auto read = [&](HRESULT* hr) {
+    for (const char* encoding : {"", "Shift-JIS"}) {
+        PreferencesFile prefs(*encoding ? std::string("XMLEncoding = string:") + encoding + "\n" : "");
         Node tree = NewTree();
-        *hr = Serialize(tree.get())->ReadXML(xml.data(), uint32_t(xml.size()));
-        return Dump(tree.get(), {.withRoot = false});
-    };
-    HRESULT hr = 0;
-    read(&hr);
-    EXPECT_TRUE(Failed(hr));  // US-ASCII: a stray quote before "/>"
-    prefs.Set("XMLEncoding", "Shift-JIS");
-    EXPECT_EQ(read(&hr), "\"A\" t=1 f=0 v=812220783d00\n");
-    EXPECT_EQ(hr, TV_S_OK);
+        const HRESULT hr = Serialize(tree.get())->ReadXML(xml.data(), uint32_t(xml.size()));
+        if (!*encoding) {
+            EXPECT_TRUE(Failed(hr));  // US-ASCII: a stray quote before "/>"
+        } else {
+            EXPECT_EQ(hr, TV_S_OK);
+            EXPECT_EQ(Dump(tree.get(), {.withRoot = false}), "\"A\" t=1 f=0 v=812220783d00\n");
+        }
+    }
 }
 
 TEST(XmlRead, TreeAnswersAParserOfTheHostsOwn) {

@@ -194,6 +194,17 @@ TEST(XmlReader, AFailureStaysForLaterPieces) {
         EXPECT_EQ(e.what(), text);
     }
     EXPECT_EQ(log.events, (Events{"start a @1:1"}));
+
+    // Nothing is read after the last piece either.
+    Reader done(log, "", {});
+    done.feed("<a/>", true);
+    EXPECT_TRUE(done.finished());
+    try {
+        done.feed("<b/>", true);
+        FAIL();
+    } catch (const Error& e) {
+        EXPECT_EQ(e.code(), TV_E_FAIL);
+    }
 }
 
 TEST(XmlReader, AFailingHandlerStopsTheParseWithItsResult) {
@@ -209,19 +220,6 @@ TEST(XmlReader, AFailingHandlerStopsTheParseWithItsResult) {
     }
     EXPECT_EQ(log.events, (Events{"start a @1:1", "text \"x\""}));
     EXPECT_EQ(reader.position().column, 4u);
-}
-
-TEST(XmlReader, NothingIsReadAfterTheLastPiece) {
-    EventLog log;
-    Reader reader(log, "", {});
-    reader.feed("<a/>", true);
-    EXPECT_TRUE(reader.finished());
-    try {
-        reader.feed("<b/>", true);
-        FAIL();
-    } catch (const Error& e) {
-        EXPECT_EQ(e.code(), TV_E_FAIL);
-    }
 }
 
 }  // namespace
