@@ -74,9 +74,7 @@ TEST(TreeAdd, ReplaceTakesOverChildrenOnlyForTheSameTypeOrTwoReferences) {
     EXPECT_EQ(Find(root.get(), "Pic").get(), reference.get());
     EXPECT_EQ(PathOf(Find(reference.get(), "Extension").get()), "Pic:Extension");
     EXPECT_EQ(ParentCount(old.get()), 0u);
-    uint32_t count = 0;
-    root->GetChildCount("Pic", &count);
-    EXPECT_EQ(count, 1u);
+    EXPECT_EQ(CountOf(root.get(), "Pic"), 1u);
 
     Node text = Loose("Pic", kTypeText, "plain");
     ASSERT_EQ(root->AddChild(text.get(), true, nullptr, 0), TV_S_OK);

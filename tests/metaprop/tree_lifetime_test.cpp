@@ -178,22 +178,16 @@ TEST(TreeLifetime, HostFailuresSurfaceAndLeaveNothingBehind) {
 
 TEST(TreeInterfaces, AnswersItsInterfacesWithOneIdentity) {
     Node node = NewTree();
-    void* unknown = nullptr;
-    ASSERT_EQ(node->QueryInterface(IID_IUnknown, &unknown), TV_S_OK);
+    auto unknown = QueryAs<IUnknown>(node, IID_IUnknown);
     for (const GUID& iid : {IID_IKNContextUser, IID_IMPAMetaProperty, IID_IMPAFileProperties,
                             IID_IMPAMetaPropertyLinkedList, IID_IMPAMetaPropertyParentMgr}) {
-        void* itf = nullptr;
-        ASSERT_EQ(node->QueryInterface(iid, &itf), TV_S_OK);
-        void* back = nullptr;
-        ASSERT_EQ(static_cast<IUnknown*>(itf)->QueryInterface(IID_IUnknown, &back), TV_S_OK);
-        EXPECT_EQ(back, unknown);
-        static_cast<IUnknown*>(back)->Release();
-        static_cast<IUnknown*>(itf)->Release();
+        ComPtr<IUnknown> itf;
+        ASSERT_EQ(node->QueryInterface(iid, itf.putVoid()), TV_S_OK);
+        EXPECT_EQ(QueryAs<IUnknown>(itf, IID_IUnknown).get(), unknown.get());
     }
-    static_cast<IUnknown*>(unknown)->Release();
     void* none = reinterpret_cast<void*>(1);
-    const GUID other = TV_GUID(12345678, 1234, 1234, 12, 34, 56, 78, 9A, BC, DE, F0);
-    EXPECT_EQ(node->QueryInterface(other, &none), TV_E_NOINTERFACE);
+    EXPECT_EQ(node->QueryInterface(TV_GUID(12345678, 1234, 1234, 12, 34, 56, 78, 9A, BC, DE, F0), &none),
+              TV_E_NOINTERFACE);
     EXPECT_EQ(none, nullptr);
     EXPECT_EQ(node->QueryInterface(IID_IMPAMetaProperty, nullptr), TV_E_POINTER);
 }
@@ -256,9 +250,7 @@ TEST(TreeDepth, LongSameNameChainsAreReleasedWithoutRecursion) {
     }
     last.reset();
     first.reset();
-    uint32_t count = 0;
-    ASSERT_EQ(root->GetChildCount("Item", &count), TV_S_OK);
-    EXPECT_EQ(count, 100000u);
+    EXPECT_EQ(CountOf(root.get(), "Item"), 100000u);
 }
 
 }  // namespace

@@ -121,6 +121,12 @@ inline uint32_t NumberOf(IMPAMetaProperty* node) {
     return data[0] | data[1] << 8 | data[2] << 16 | static_cast<uint32_t>(data[3]) << 24;
 }
 
+// How many children a name has; UINT32_MAX when the name is not there.
+inline uint32_t CountOf(IMPAMetaProperty* node, const char* name) {
+    uint32_t count = 0;
+    return Succeeded(node->GetChildCount(name, &count)) ? count : UINT32_MAX;
+}
+
 inline Node Find(IMPAMetaProperty* node, const char* path) {
     Node found;
     node->FindFirstChild(path, found.put());

@@ -45,13 +45,7 @@ protected:
 };
 
 TEST_F(Preferences, AMissingFileMeansTheDefaults) {
-    EXPECT_EQ(GetString(kTagReadPriority), "K1,V2,V1");
-    EXPECT_EQ(GetNumber(kTagEditKorvaOne), 1u);
-    EXPECT_EQ(GetNumber(kTagEditID3V2), 1u);
-    EXPECT_EQ(GetNumber(kTagEditID3V1), 1u);
-    EXPECT_EQ(GetString(kXMLEncoding), "US-ASCII");
-    EXPECT_EQ(GetString(kWriteDBFields), "0");
-    EXPECT_EQ(GetNumber(kWriteDBFields), 0u);
+    // What each default is, the readers' tests show; here only that they are defaults.
     EXPECT_EQ(GetString(kTagEditID3V1), "1");
     EXPECT_EQ(GetString("SomethingElse"), "");
     EXPECT_EQ(GetNumber("SomethingElse"), 0u);
