@@ -49,7 +49,7 @@ static_assert(kIsInterface<IMPAMetaPropertyParentMgr> && kIsInterface<IMPAFilePr
 static_assert(kIsInterface<IMPAMetaPropertySerialize> && kIsInterface<IMPAMetaPropertySerialize2>);
 static_assert(kIsInterface<IMPAMetaPropertyBuffer> && kIsInterface<IMPAWriteReport>);
 static_assert(kIsInterface<IKMAXMLParser> && kIsInterface<IKMAXMLParserResponse>);
-static_assert(kIsInterface<IKMAToolServices>);
+static_assert(kIsInterface<IKMAToolServices> && kIsInterface<IMPAStructureReport>);
 
 // Interfaces extend only along one line, so each table starts with its base's slots.
 static_assert(std::is_base_of_v<IUnknown, IKMABuffer> && !std::is_base_of_v<IUnknown, IKCAPackage_>);

@@ -12,6 +12,7 @@
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/mp3.h"
 #include "tagvera/plugin.h"
+#include "tagvera/structure_report.h"
 #include "tagvera/tool_services.h"
 #include "tagvera/values.h"
 #include "tagvera/vocabulary.h"

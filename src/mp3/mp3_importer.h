@@ -22,6 +22,7 @@
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/mp3.h"
+#include "tagvera/structure_report.h"
 
 namespace tagvera {
 
@@ -46,7 +47,8 @@ class CImportMP3File : public CUnknownIMP,
                        public Mp3InterrogateFileShim,
                        public Mp3HandleMetaPropertiesShim,
                        public Mp3InterrogateLiteShim,
-                       public IMPAWriteReport {
+                       public IMPAWriteReport,
+                       public IMPAStructureReport {
 public:
     static constexpr const char* kMimeTypes = "audio/mp3;audio/x-mp3;";
     static constexpr const char* kExtensions = "mp3;mpga;";
@@ -75,6 +77,10 @@ public:
 
     // IMPAWriteReport
     HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
+
+    // IMPAStructureReport (mp3_structure_report.cpp): the ID3 tags of any file, frame by frame.
+    HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
+                                          IKMABuffer** reason) override;
 
     // IMPAHandleMetaProperties2
     HRESULT TV_STDCALL Prepare(uint32_t what) override;

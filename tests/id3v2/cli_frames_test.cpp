@@ -1,5 +1,6 @@
-// `tagvera frames --json` prints exactly the frame layer's report for every fixture, and a file
-// it cannot read is one line on stderr with exit status 1.
+// `tagvera frames --json` prints exactly the frame layer's report for every fixture, through the
+// MP3 importer's structure report; a file with tags but no audio is listed too, and a file it
+// cannot read is one line on stderr with exit status 1.
 #include <gtest/gtest.h>
 
 #include <sys/wait.h>
@@ -8,6 +9,7 @@
 #include <cstdio>
 
 #include "id3v2/fixture_list.h"
+#include "id3v2/tag_builder.h"
 #include "tags/id3v2/json_report.h"
 #include "platform/file.h"
 
@@ -46,6 +48,10 @@ TEST(CliFrames, TextListsEveryFrame) {
     EXPECT_EQ(r.status, 0);
     EXPECT_NE(r.out.find("ID3v2.2 at 0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("  APIC  type 4, image/png, [Back], 2048 bytes"), std::string::npos) << r.out;
+    // No MPEG audio, and a name no importer lists: the frames are there all the same.
+    const CliRun tagOnly = RunCli("frames '" + WriteTemp("tag-only.bin", Tag(3, 0, Frame23("TIT2", Latin1Text("No audio")))) + "'");
+    EXPECT_EQ(tagOnly.status, 0);
+    EXPECT_NE(tagOnly.out.find("  TIT2  \"No audio\"\n"), std::string::npos) << tagOnly.out;
 }
 
 TEST(CliFrames, UnreadableFileIsOneLineAndStatusOne) {

@@ -176,6 +176,7 @@
     X(IKMAToolServices, GetPreferences, 6)                      \
     X(IKMAToolServices, SetPreferenceNumber, 7)                 \
     X(IKMAToolServices, SetPreferenceText, 8)                   \
-    X(IKMAToolServices, RemovePreference, 9)
+    X(IKMAToolServices, RemovePreference, 9)                    \
+    X(IMPAStructureReport, GetStructureReport, 3)
 
 #endif

@@ -1,6 +1,5 @@
 #include "tags/id3v2/json_report.h"
 
-#include "base/error.h"
 #include "tags/id3v2/fields.h"
 #include "tags/id3v2/sha1.h"
 #include "tags/id3v2/tag_reader.h"
@@ -76,16 +75,16 @@ private:
 void WriteFrame(std::string& out, const Frame& frame, int indent) {
     ObjectWriter o(out, indent);
     o.str("id", frame.id);
-    Fields f;
-    try {
-        f = DecodeFields(frame);
-    } catch (const Error& e) {
-        o.str("error", e.what());
+    std::string why;
+    const std::optional<Fields> decoded = TryDecodeFields(frame, &why);
+    if (!decoded) {
+        o.str("error", why);
         o.num("size", frame.payload.size());
         o.str("sha1", Sha1Hex(frame.payload));
         o.end();
         return;
     }
+    const Fields& f = *decoded;
     switch (f.kind) {
         case FrameKind::Text:
         case FrameKind::PeopleList:
