@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Id3v1Tag tag;
     const HRESULT read = ReadId3v1Tag(file, &tag);
     if (read != TV_S_OK && read != TV_E_FAIL) std::abort();
-    Lyrics3v2Tag lyrics3;
+    Lyrics3Tag lyrics3;
     if (size >= kId3v1Size && ReadLyrics3v2Tag(file, size - kId3v1Size, &lyrics3) &&
         (lyrics3.offset + lyrics3.size != size - kId3v1Size))
         std::abort();

@@ -8,6 +8,7 @@
 #include "tags/id3v1/lyrics3.h"
 #include "tags/id3v1/id3v1_map.h"
 #include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v2/tag_reader.h"
 #include "mp3_importer/mp3_builder.h"
 #include "mp3_importer/tree_support.h"
 #include "mpeg/mpeg_test_support.h"
@@ -161,7 +162,7 @@ TEST(Id3v1Merge, GenresAndTracksThatNameNothingSetNothing) {
 TEST(Id3v1Merge, Lyrics3ExtendedFieldsStandForTheShortOnes) {
     const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/r_lyrics3v2.mp3");
     MemorySource file(bytes);
-    Lyrics3v2Tag lyrics3;
+    Lyrics3Tag lyrics3;
     ASSERT_TRUE(ReadLyrics3v2Tag(file, bytes.size() - 128, &lyrics3));
     ASSERT_NE(lyrics3.Find("ETT"), nullptr);
     EXPECT_EQ(*lyrics3.Find("ETT"), "Lyrics3 Title");
@@ -177,26 +178,53 @@ TEST(Id3v1Merge, Lyrics3ExtendedFieldsStandForTheShortOnes) {
     EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), "07");
 }
 
-TEST(Lyrics3, MalformedBlocksAreNotTaken) {
-    auto block = [](const std::string& body, const std::string& size) {
-        std::string s = "audio" + body + size + "LYRICS200";
-        return std::vector<uint8_t>(s.begin(), s.end());
+// Every reader of the blocks at the end of a file sees a malformed Lyrics3 block the same way: no
+// block, and the same reason; the file's tag reader lists it and reads the ID3v1 record behind it.
+TEST(Lyrics3, AMalformedBlockIsNoBlockAndSaysWhy) {
+    const std::string fields = "LYRICSBEGININD00002" "10";
+    const struct {
+        std::string block;
+        const char* problem;  // empty: a good block, or none at all
+    } cases[] = {
+        {fields + "000021LYRICS200", ""},
+        {fields + "000022LYRICS200", "Lyrics3 block without LYRICSBEGIN"},
+        {"LYRICSBEGXNIND00002" "10" "000021LYRICS200", "Lyrics3 block without LYRICSBEGIN"},
+        {fields + "999999LYRICS200", "Lyrics3 block beyond the file"},
+        {fields + "00002xLYRICS200", "Lyrics3 size is not a number"},
+        {"LYRICSBEGININD00099" "10" "000021LYRICS200", "Lyrics3 field beyond the block"},
+        {"LYRICSBEGININD0000x" "10" "000021LYRICS200", "Lyrics3 field header broken"},
+        {"lyrics, no begin marker" "LYRICSEND", "Lyrics3 v1 block without LYRICSBEGIN"},
+        {"LYRICSBEGINla la" "LYRICSEND", ""},
+        {"no block at all", ""},
     };
-    Lyrics3v2Tag tag;
-    const std::string good = "LYRICSBEGININD00002" "10";
-    auto ok = block(good, "000021");
-    MemorySource okFile(ok);
-    ASSERT_TRUE(ReadLyrics3v2Tag(okFile, ok.size(), &tag));
-    EXPECT_EQ(tag.offset, 5u);
-    EXPECT_EQ(*tag.Find("IND"), "10");
-    for (const auto& bad : {block(good, "000022"), block(good, "999999"), block(good, "00002x"),
-                            block("LYRICSBEGININD00099" "10", "000021"), block("LYRICSBEGXNIND00002" "10", "000021")}) {
-        MemorySource file(bad);
-        EXPECT_FALSE(ReadLyrics3v2Tag(file, bad.size(), &tag));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.block);
+        const std::string audio = "audio";
+        std::vector<uint8_t> bytes(audio.begin(), audio.end());
+        bytes.insert(bytes.end(), c.block.begin(), c.block.end());
+        MemorySource block(bytes);
+        Lyrics3Tag tag;
+        std::string problem = "stale";
+        const bool v2 = ReadLyrics3v2Tag(block, bytes.size(), &tag, true, &problem);
+        const bool found = v2 || (problem.empty() && ReadLyrics3v1Tag(block, bytes.size(), &tag, &problem));
+        EXPECT_EQ(problem, c.problem);
+        EXPECT_EQ(found, c.block.find("LYRICSBEGIN") == 0 && problem.empty());
+        EXPECT_EQ(tag.offset, found ? audio.size() : 0);
+
+        const auto record = testing::Id3v1("V1 Title");
+        bytes.insert(bytes.end(), record.begin(), record.end());
+        MemorySource file(bytes);
+        const id3v2::FileTags tags = id3v2::ReadFileTags(file);
+        EXPECT_TRUE(tags.id3v1);
+        EXPECT_EQ(tags.lyrics3.has_value(), found);
+        EXPECT_EQ(tags.skipped, *c.problem ? std::vector<std::string>{std::string("Lyrics3: ") + c.problem}
+                                           : std::vector<std::string>{});
     }
-    MemorySource okAgain(ok);
-    EXPECT_FALSE(ReadLyrics3v2Tag(okAgain, ok.size() + 1, &tag));
-    EXPECT_FALSE(ReadLyrics3v2Tag(okAgain, 3, &tag));
+    MemorySource empty{std::span<const uint8_t>{}};
+    Lyrics3Tag tag;
+    std::string problem;
+    EXPECT_FALSE(ReadLyrics3v2Tag(empty, 3, &tag, true, &problem)) << "an end past the file";
+    EXPECT_TRUE(problem.empty());
 }
 
 // A tree whose properties carry a change state, as the host hands it to the writer.

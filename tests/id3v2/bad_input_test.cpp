@@ -151,16 +151,6 @@ TEST(BadInput, FrameCountIsCapped) {
     EXPECT_EQ(tags.prepended[0].frames.size(), id3v2::ReadLimits{}.maxFrames);
 }
 
-TEST(BadInput, TruncatedLyrics3IsIgnored) {
-    Bytes v1 = B("TAG");
-    v1.resize(128, 0);
-    const Bytes file = Audio() + B("LYRICSBEGINLYR99999abc") + B("000099LYRICS200") + v1;
-    const auto tags = ReadBytes(file);
-    EXPECT_TRUE(tags.id3v1);
-    EXPECT_FALSE(tags.lyrics3);
-    EXPECT_EQ(tags.skipped.size(), 1u);
-}
-
 class ParserBadInput : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_EQ(CreateID3v2Parser(nullptr, parser_.put()), TV_S_OK); }

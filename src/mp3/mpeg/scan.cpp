@@ -40,7 +40,7 @@ uint64_t AudioEnd(ByteSource& file) {
     uint8_t head[3] = {};
     if (file.readAt(size - kId3v1Size, head) != 3 || std::memcmp(head, "TAG", 3) != 0) return size;
     const uint64_t end = size - kId3v1Size;
-    Lyrics3v2Tag lyrics3;
+    Lyrics3Tag lyrics3;
     return ReadLyrics3v2Tag(file, end, &lyrics3, false) ? lyrics3.offset : end;
 }
 

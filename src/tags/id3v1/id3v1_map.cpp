@@ -79,7 +79,7 @@ uint32_t LeadingNumber(const std::string& s) {
 
 }  // namespace
 
-HRESULT MergeId3v1Tag(const Id3v1Tag& tag, IMPAMetaProperty* tree, const Lyrics3v2Tag* lyrics3) {
+HRESULT MergeId3v1Tag(const Id3v1Tag& tag, IMPAMetaProperty* tree, const Lyrics3Tag* lyrics3) {
     if (!tree) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {
         auto props = QueryAs<IMPAFileProperties>(tree, IID_IMPAFileProperties);
@@ -120,7 +120,7 @@ HRESULT MergeId3v1Tag(ByteSource& file, IMPAMetaProperty* tree) {
         Id3v1Tag tag;
         const HRESULT hr = ReadId3v1Tag(file, &tag);
         if (Failed(hr)) return hr;
-        Lyrics3v2Tag lyrics3;
+        Lyrics3Tag lyrics3;
         const bool hasLyrics3 = ReadLyrics3v2Tag(file, file.size() - kId3v1Size, &lyrics3);
         return MergeId3v1Tag(tag, tree, hasLyrics3 ? &lyrics3 : nullptr);
     });

@@ -17,7 +17,7 @@ namespace tagvera {
 // for genre 255, nor for a number the table does not name), Track "CD Track #" (ID3v1.1), and the
 // number "Year" under "Track" when the year field is not 0. With a Lyrics3 v2 block, its
 // ETT/EAR/EAL stand for the title, artist and album they extend.
-HRESULT MergeId3v1Tag(const Id3v1Tag& tag, IMPAMetaProperty* tree, const Lyrics3v2Tag* lyrics3 = nullptr);
+HRESULT MergeId3v1Tag(const Id3v1Tag& tag, IMPAMetaProperty* tree, const Lyrics3Tag* lyrics3 = nullptr);
 // Reads the file's tag (and a Lyrics3 v2 block before it) and merges it; E_FAIL without a tag.
 HRESULT MergeId3v1Tag(ByteSource& file, IMPAMetaProperty* tree);
 

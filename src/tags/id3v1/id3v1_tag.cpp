@@ -45,10 +45,11 @@ void TrimTrailingSpaces(std::array<uint8_t, kId3v1Size>& b, size_t offset, size_
 
 }  // namespace
 
-bool ParseId3v1Tag(std::span<const uint8_t> record, Id3v1Tag* out) {
+bool ParseId3v1Tag(std::span<const uint8_t> record, Id3v1Tag* out, Id3v1Padding padding) {
     *out = Id3v1Tag{};
     if (record.size() != kId3v1Size || std::memcmp(record.data(), "TAG", 3) != 0) return false;
     std::memcpy(out->bytes.data(), record.data(), kId3v1Size);
+    if (padding == Id3v1Padding::Keep) return true;
     TrimTrailingSpaces(out->bytes, Id3v1Tag::kTitle, Id3v1Tag::kTextWidth);
     TrimTrailingSpaces(out->bytes, Id3v1Tag::kArtist, Id3v1Tag::kTextWidth);
     TrimTrailingSpaces(out->bytes, Id3v1Tag::kAlbum, Id3v1Tag::kTextWidth);

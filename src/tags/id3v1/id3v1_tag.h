@@ -44,9 +44,15 @@ struct Id3v1Tag {
 // "TAG", every field zero, genre 255: what an emptied or newly added tag starts from.
 Id3v1Tag BlankId3v1Tag();
 
-// Takes a record from its 128 bytes: false without "TAG". Trailing spaces (and NULs) of title, artist,
-// album, year and comment become NULs (the comment over its full 30 bytes, track byte included).
-bool ParseId3v1Tag(std::span<const uint8_t> record, Id3v1Tag* out);
+// How ParseId3v1Tag leaves the padding of text fields. Trim, the record as this package reads and
+// writes it: trailing spaces (and NULs) of title, artist, album, year and comment become NULs, the
+// comment's over its full 30 bytes, so that an ID3v1.1 track byte of 32 (a space) goes too. Keep:
+// the bytes as they stand, for readers that take that track byte as a track.
+enum class Id3v1Padding { Trim, Keep };
+
+// Takes a record from its 128 bytes: false without "TAG" (there is no other way for one to be
+// malformed).
+bool ParseId3v1Tag(std::span<const uint8_t> record, Id3v1Tag* out, Id3v1Padding padding = Id3v1Padding::Trim);
 
 // The file's last 128 bytes as a record. E_FAIL when the file is shorter or has no tag; a failing
 // read throws Error.

@@ -9,6 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v1/lyrics3.h"
+
 namespace tagvera::id3v2 {
 
 // Where a frame came from: an ID3v2 tag, or fields of the tags at the end of the file.
@@ -58,33 +61,13 @@ struct Tag {
     std::string versionText() const { return "2." + std::to_string(major); }
 };
 
-// The 128-byte ID3v1 record, fields as found (Latin-1, trailing spaces and NULs trimmed).
-struct Id3v1 {
-    std::string title, artist, album, year, comment;
-    std::optional<uint8_t> track;  // ID3v1.1 track byte, when the record is v1.1 and it is not 0
-    uint8_t genre = 255;
-    bool isV11() const { return track.has_value(); }
-};
-
-// A Lyrics3 block before the ID3v1 record; fields by their three-letter ids.
-struct Lyrics3 {
-    int version = 2;  // 1 or 2
-    std::vector<std::pair<std::string, std::string>> fields;  // ("LYR", text), ("ETT", title), ...
-    uint64_t size = 0;  // bytes the block takes, its size trailer and end marker included
-    const std::string* find(const std::string& id) const {
-        for (const auto& f : fields)
-            if (f.first == id) return &f.second;
-        return nullptr;
-    }
-};
-
 // Every tag of a file: ID3v2 tags at the start (one, or several in a row), an appended ID3v2
 // tag with a footer, Lyrics3 and ID3v1 at the end.
 struct FileTags {
     std::vector<Tag> prepended;
     std::optional<Tag> appended;
-    std::optional<Lyrics3> lyrics3;
-    std::optional<Id3v1> id3v1;
+    std::optional<Lyrics3Tag> lyrics3;
+    std::optional<Id3v1Tag> id3v1;  // with its padding kept (Id3v1Padding::Keep)
     uint64_t prependedSize = 0;  // bytes before the audio: every prepended tag with its padding
     std::vector<std::string> skipped;  // whole tags that could not be read, with the reason
 

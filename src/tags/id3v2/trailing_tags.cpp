@@ -1,7 +1,8 @@
 #include "tags/id3v2/trailing_tags.h"
 
-#include <algorithm>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "tags/id3v2/text_encoding.h"
 #include "platform/text.h"
@@ -10,123 +11,66 @@ namespace tagvera::id3v2 {
 
 namespace {
 
-constexpr size_t kId3v1Size = 128;
-constexpr size_t kLyrics3v2TrailerSize = 15;   // six-digit size + "LYRICS200"
-constexpr size_t kLyrics3v1MaxSize = 5100 + 11 + 9;
-
-std::string Field(std::span<const uint8_t> b) {
-    size_t n = 0;
-    while (n < b.size() && b[n] != 0) ++n;
-    while (n > 0 && b[n - 1] == ' ') --n;
-    return text::Latin1ToUtf8(b.first(n));
+std::string Latin1(std::string_view s) {
+    return text::Latin1ToUtf8(std::span(reinterpret_cast<const uint8_t*>(s.data()), s.size()));
 }
 
-bool ParseDigits(std::span<const uint8_t> b, uint64_t& value) {
-    value = 0;
-    if (b.empty()) return false;
-    for (uint8_t c : b) {
-        if (c < '0' || c > '9') return false;
-        value = value * 10 + (c - '0');
+// An ID3v1 field as UTF-8, without the spaces that pad it.
+std::string Id3v1Text(const Id3v1Tag& record, size_t offset, size_t width = Id3v1Tag::kTextWidth) {
+    std::string field = record.Field(offset, width);
+    while (!field.empty() && field.back() == ' ') field.pop_back();
+    return Latin1(field);
+}
+
+// A Lyrics3 field as UTF-8, or null; lyrics and information use CR LF line ends, which become LF.
+std::optional<std::string> Lyrics3Text(const std::optional<Lyrics3Tag>& lyrics3, std::string_view id) {
+    const std::string* raw = lyrics3 ? lyrics3->Find(id) : nullptr;
+    if (!raw) return std::nullopt;
+    std::string s = Latin1(*raw);
+    if (id == "LYR" || id == "INF") {
+        std::string out;
+        out.reserve(s.size());
+        for (size_t i = 0; i < s.size(); ++i)
+            if (!(s[i] == '\r' && i + 1 < s.size() && s[i + 1] == '\n')) out += s[i];
+        s = std::move(out);
     }
-    return true;
+    return s;
 }
 
-bool Equals(std::span<const uint8_t> b, std::string_view s) {
-    return b.size() == s.size() && std::equal(s.begin(), s.end(), b.begin(), [](char c, uint8_t x) { return uint8_t(c) == x; });
-}
-
-// Lyrics3 text uses CR LF line ends.
-std::string LyricsText(std::span<const uint8_t> b) {
-    std::string s = text::Latin1ToUtf8(b);
-    std::string out;
-    out.reserve(s.size());
-    for (size_t i = 0; i < s.size(); ++i) {
-        if (s[i] == '\r' && i + 1 < s.size() && s[i + 1] == '\n') continue;
-        out += s[i];
+// A Lyrics3 block (v2, else v1) ending at end, or the reason it could not be read in problem.
+std::optional<Lyrics3Tag> ReadLyrics3(ByteSource& source, uint64_t end, std::string& problem) {
+    Lyrics3Tag block;
+    try {
+        if (ReadLyrics3v2Tag(source, end, &block, true, &problem)) return block;
+        if (problem.empty() && ReadLyrics3v1Tag(source, end, &block, &problem)) return block;
+    } catch (const Error& e) {
+        problem = e.what();  // a failing read
     }
-    return out;
-}
-
-std::optional<Lyrics3> ParseLyrics3v2(ByteSource& source, uint64_t end) {
-    if (end < kLyrics3v2TrailerSize) return std::nullopt;
-    const auto trailer = source.readExact(end - kLyrics3v2TrailerSize, kLyrics3v2TrailerSize);
-    if (!Equals(std::span(trailer).subspan(6), "LYRICS200")) return std::nullopt;
-    uint64_t size = 0;
-    if (!ParseDigits(std::span(trailer).first(6), size)) throw Error(TV_E_FAIL, "Lyrics3 size is not a number");
-    if (size < 11 || size > end - kLyrics3v2TrailerSize) throw Error(TV_E_FAIL, "Lyrics3 block beyond the file");
-    const auto block = source.readExact(end - kLyrics3v2TrailerSize - size, static_cast<size_t>(size));
-    std::span<const uint8_t> b(block);
-    if (!Equals(b.first(11), "LYRICSBEGIN")) throw Error(TV_E_FAIL, "Lyrics3 block without LYRICSBEGIN");
-    Lyrics3 l;
-    l.version = 2;
-    l.size = size + kLyrics3v2TrailerSize;
-    b = b.subspan(11);
-    while (!b.empty()) {
-        uint64_t fieldSize = 0;
-        if (b.size() < 8 || !ParseDigits(b.subspan(3, 5), fieldSize)) throw Error(TV_E_FAIL, "Lyrics3 field header broken");
-        if (fieldSize > b.size() - 8) throw Error(TV_E_FAIL, "Lyrics3 field beyond the block");
-        std::string id(reinterpret_cast<const char*>(b.data()), 3);
-        const auto data = b.subspan(8, static_cast<size_t>(fieldSize));
-        l.fields.emplace_back(id, id == "LYR" || id == "INF" ? LyricsText(data) : text::Latin1ToUtf8(data));
-        b = b.subspan(8 + static_cast<size_t>(fieldSize));
-    }
-    return l;
-}
-
-std::optional<Lyrics3> ParseLyrics3v1(ByteSource& source, uint64_t end) {
-    if (end < 20) return std::nullopt;
-    const auto marker = source.readExact(end - 9, 9);
-    if (!Equals(marker, "LYRICSEND")) return std::nullopt;
-    const size_t window = static_cast<size_t>(std::min<uint64_t>(end - 9, kLyrics3v1MaxSize));
-    const auto bytes = source.readExact(end - 9 - window, window);
-    const std::string_view s(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    const size_t begin = s.rfind("LYRICSBEGIN");
-    if (begin == std::string_view::npos) throw Error(TV_E_FAIL, "Lyrics3 v1 block without LYRICSBEGIN");
-    Lyrics3 l;
-    l.version = 1;
-    l.size = window - begin + 9;
-    l.fields.emplace_back("LYR", LyricsText(std::span(bytes).subspan(begin + 11)));
-    return l;
+    return std::nullopt;
 }
 
 }  // namespace
-
-std::optional<Id3v1> ParseId3v1(std::span<const uint8_t> r) {
-    if (r.size() != kId3v1Size || !Equals(r.first(3), "TAG")) return std::nullopt;
-    Id3v1 t;
-    t.title = Field(r.subspan(3, 30));
-    t.artist = Field(r.subspan(33, 30));
-    t.album = Field(r.subspan(63, 30));
-    t.year = Field(r.subspan(93, 4));
-    if (r[125] == 0 && r[126] != 0) {
-        t.track = r[126];
-        t.comment = Field(r.subspan(97, 28));
-    } else {
-        t.comment = Field(r.subspan(97, 30));
-    }
-    t.genre = r[127];
-    return t;
-}
 
 void ReadTrailingTags(ByteSource& source, FileTags& tags, const ReadLimits& limits) {
     uint64_t end = source.size();
     // Nothing at the end can overlap the tags at the start.
     const uint64_t floor = tags.prependedSize;
     if (end - floor >= kId3v1Size) {
-        const auto record = source.readExact(end - kId3v1Size, kId3v1Size);
-        tags.id3v1 = ParseId3v1(record);
-        if (tags.id3v1) end -= kId3v1Size;
-    }
-    try {
-        tags.lyrics3 = ParseLyrics3v2(source, end);
-        if (!tags.lyrics3) tags.lyrics3 = ParseLyrics3v1(source, end);
-        if (tags.lyrics3) {
-            if (tags.lyrics3->size > end - floor) throw Error(TV_E_FAIL, "Lyrics3 block overlaps the ID3v2 tag");
-            end -= tags.lyrics3->size;
+        Id3v1Tag record;
+        // The track byte counts as it stands, a space too.
+        if (ParseId3v1Tag(source.readExact(end - kId3v1Size, kId3v1Size), &record, Id3v1Padding::Keep)) {
+            tags.id3v1 = record;
+            end -= kId3v1Size;
         }
-    } catch (const Error& e) {
+    }
+    std::string problem;
+    tags.lyrics3 = ReadLyrics3(source, end, problem);
+    if (tags.lyrics3 && tags.lyrics3->size > end - floor) problem = "Lyrics3 block overlaps the ID3v2 tag";
+    if (!problem.empty()) {
         tags.lyrics3.reset();
-        tags.skipped.push_back(std::string("Lyrics3: ") + e.what());
+        tags.skipped.push_back("Lyrics3: " + problem);
+    } else if (tags.lyrics3) {
+        end -= tags.lyrics3->size;
     }
     // An ID3v2.4 tag may sit at the end, found by its footer.
     if (end - floor >= 2 * kHeaderSize) {
@@ -149,7 +93,7 @@ void ReadTrailingTags(ByteSource& source, FileTags& tags, const ReadLimits& limi
 
 std::string Id3v1VersionText(const FileTags& tags) {
     if (!tags.id3v1) return {};
-    return tags.id3v1->isV11() ? "1.1" : "1.0";
+    return tags.id3v1->IsV11() ? "1.1" : "1.0";
 }
 
 std::vector<Frame> FramesFromTrailingTags(const FileTags& tags) {
@@ -180,36 +124,32 @@ std::vector<Frame> FramesFromTrailingTags(const FileTags& tags) {
         p.insert(p.end(), enc.begin(), enc.end());
         add(id, origin, std::move(p));
     };
-    const Lyrics3* l3 = tags.lyrics3 ? &*tags.lyrics3 : nullptr;
-    auto pick = [&](const char* lyricsId, const std::string* v1) -> std::pair<std::string, FrameOrigin> {
-        if (l3)
-            if (const std::string* v = l3->find(lyricsId); v && !v->empty()) return {*v, FrameOrigin::Lyrics3};
-        return {v1 ? *v1 : std::string(), FrameOrigin::Id3v1};
+    const std::optional<Id3v1Tag>& v1 = tags.id3v1;
+    auto pick = [&](const char* lyricsId, size_t id3v1Field) -> std::pair<std::string, FrameOrigin> {
+        if (auto v = Lyrics3Text(tags.lyrics3, lyricsId); v && !v->empty()) return {*v, FrameOrigin::Lyrics3};
+        return {v1 ? Id3v1Text(*v1, id3v1Field) : std::string(), FrameOrigin::Id3v1};
     };
-    const Id3v1* v1 = tags.id3v1 ? &*tags.id3v1 : nullptr;
     {
-        auto [t, o] = pick("ETT", v1 ? &v1->title : nullptr);
+        auto [t, o] = pick("ETT", Id3v1Tag::kTitle);
         text("TIT2", o, t);
     }
     {
-        auto [t, o] = pick("EAR", v1 ? &v1->artist : nullptr);
+        auto [t, o] = pick("EAR", Id3v1Tag::kArtist);
         text("TPE1", o, t);
     }
     {
-        auto [t, o] = pick("EAL", v1 ? &v1->album : nullptr);
+        auto [t, o] = pick("EAL", Id3v1Tag::kAlbum);
         text("TALB", o, t);
     }
     if (v1) {
-        text("TYER", FrameOrigin::Id3v1, v1->year);
-        comment("COMM", FrameOrigin::Id3v1, "", v1->comment);
-        if (v1->track) text("TRCK", FrameOrigin::Id3v1, std::to_string(*v1->track));
-        if (v1->genre != 255) text("TCON", FrameOrigin::Id3v1, "(" + std::to_string(v1->genre) + ")");
+        text("TYER", FrameOrigin::Id3v1, Id3v1Text(*v1, Id3v1Tag::kYear, Id3v1Tag::kYearWidth));
+        comment("COMM", FrameOrigin::Id3v1, "", Id3v1Text(*v1, Id3v1Tag::kComment));
+        if (v1->Track()) text("TRCK", FrameOrigin::Id3v1, std::to_string(v1->Track()));
+        if (v1->Genre() != 255) text("TCON", FrameOrigin::Id3v1, "(" + std::to_string(v1->Genre()) + ")");
     }
-    if (l3) {
-        if (const std::string* v = l3->find("LYR")) comment("USLT", FrameOrigin::Lyrics3, "", *v);
-        if (const std::string* v = l3->find("AUT")) text("TEXT", FrameOrigin::Lyrics3, *v);
-        if (const std::string* v = l3->find("INF")) comment("COMM", FrameOrigin::Lyrics3, "Lyrics3 information", *v);
-    }
+    if (const auto v = Lyrics3Text(tags.lyrics3, "LYR")) comment("USLT", FrameOrigin::Lyrics3, "", *v);
+    if (const auto v = Lyrics3Text(tags.lyrics3, "AUT")) text("TEXT", FrameOrigin::Lyrics3, *v);
+    if (const auto v = Lyrics3Text(tags.lyrics3, "INF")) comment("COMM", FrameOrigin::Lyrics3, "Lyrics3 information", *v);
     return frames;
 }
 

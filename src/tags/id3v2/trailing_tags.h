@@ -15,9 +15,6 @@ namespace tagvera::id3v2 {
 // Fills id3v1, lyrics3 and appended of tags; damaged blocks are listed in tags.skipped.
 void ReadTrailingTags(ByteSource& source, FileTags& tags, const ReadLimits& limits);
 
-// The 128 bytes of an ID3v1 record ("TAG" first), or nothing.
-std::optional<Id3v1> ParseId3v1(std::span<const uint8_t> record);
-
 // Text frames for the fields of ID3v1 and Lyrics3 (Lyrics3's longer title, artist and album
 // win over ID3v1's): TIT2, TPE1, TALB, TYER, COMM, TRCK, TCON "(n)", USLT, TEXT.
 std::vector<Frame> FramesFromTrailingTags(const FileTags& tags);
