@@ -159,11 +159,5 @@ TEST(NoCase, AsciiFoldingOnly) {
     EXPECT_EQ(CompareNoCase("ROCK", "rock"), 0);
 }
 
-TEST(Ansi, InterfaceTextIsUtf8HereAndSanitized) {
-    EXPECT_EQ(AnsiToUtf8("caf\xC3\xA9"), "caf\xC3\xA9");
-    EXPECT_EQ(AnsiToUtf8("caf\xE9"), "caf" + R);
-    EXPECT_EQ(Utf8ToAnsi("caf\xC3\xA9"), "caf\xC3\xA9");
-}
-
 }  // namespace
 }  // namespace tagvera::text
