@@ -29,17 +29,10 @@ std::vector<uint8_t> Content(IKMABuffer* b) {
     return std::vector<uint8_t>(data, data + size);
 }
 
-class BufferContract : public ::testing::TestWithParam<ValueMaker> {
-protected:
-    ComPtr<IKMABuffer> Make() {
-        ComPtr<IKMABuffer> b;
-        EXPECT_EQ(GetParam().buffer(b.put()), TV_S_OK);
-        return b;
-    }
-};
+class BufferContract : public MakerTest {};
 
 TEST_P(BufferContract, StartsEmptyAndSetReplacesTheContentAtEverySize) {
-    auto b = Make();
+    auto b = MakeBuffer();
     EXPECT_EQ(b->GetSize(), 0u);
     EXPECT_NE(b->GetBuffer(), nullptr);
     EXPECT_EQ(b->AddRef(), 2u);
@@ -59,7 +52,7 @@ TEST_P(BufferContract, StartsEmptyAndSetReplacesTheContentAtEverySize) {
 
 TEST_P(BufferContract, SetSizeKeepsTheContentAndZeroesWhatGrows) {
     // The sizes cross the library's 15 inline bytes both ways: inline to heap, heap back inline.
-    auto b = Make();
+    auto b = MakeBuffer();
     const auto bytes = Bytes(10);
     ASSERT_EQ(b->Set(bytes.data(), 10), TV_S_OK);
     std::vector<uint8_t> want = bytes;
@@ -71,7 +64,7 @@ TEST_P(BufferContract, SetSizeKeepsTheContentAndZeroesWhatGrows) {
 }
 
 TEST_P(BufferContract, SharedBufferCannotBeResized) {
-    auto b = Make();
+    auto b = MakeBuffer();
     const auto bytes = Bytes(20);
     ASSERT_EQ(b->Set(bytes.data(), 20), TV_S_OK);
     auto second = b;  // a second reference
@@ -84,7 +77,7 @@ TEST_P(BufferContract, SharedBufferCannotBeResized) {
 }
 
 TEST_P(BufferContract, SetFromItsOwnContentAndBadArguments) {
-    auto b = Make();
+    auto b = MakeBuffer();
     const auto bytes = Bytes(40);
     ASSERT_EQ(b->Set(bytes.data(), 40), TV_S_OK);
     ASSERT_EQ(b->Set(b->GetBuffer() + 30, 10), TV_S_OK);

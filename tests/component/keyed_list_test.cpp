@@ -11,19 +11,7 @@ using namespace tagvera;
 
 namespace {
 
-class KeyedListContract : public ::testing::TestWithParam<ValueMaker> {
-protected:
-    ComPtr<IKMAValues> Make() {
-        ComPtr<IKMAValues> v;
-        EXPECT_EQ(GetParam().keyedList(v.put()), TV_S_OK);
-        return v;
-    }
-    ComPtr<IKMABuffer> Buffer() {
-        ComPtr<IKMABuffer> b;
-        EXPECT_EQ(GetParam().buffer(b.put()), TV_S_OK);
-        return b;
-    }
-};
+class KeyedListContract : public MakerTest {};
 
 std::vector<std::string> NumberNames(IKMAValues* v) {
     std::vector<std::string> out;
@@ -35,7 +23,7 @@ std::vector<std::string> NumberNames(IKMAValues* v) {
 }
 
 TEST_P(KeyedListContract, InsertionOrderAndCaseSensitiveNames) {
-    auto v = Make();
+    auto v = MakeKeyedList();
     v->SetNumberValue("b", 1);
     v->SetNumberValue("a", 2);
     v->SetNumberValue("Name", 3);
@@ -47,13 +35,13 @@ TEST_P(KeyedListContract, InsertionOrderAndCaseSensitiveNames) {
 }
 
 TEST_P(KeyedListContract, EndsOfEnumerationFail) {
-    auto v = Make();
+    auto v = MakeKeyedList();
     const char* name = nullptr;
     uint32_t n = 0;
     ComPtr<IKMABuffer> b;
     EXPECT_EQ(v->GetFirstNumberValue(&name, &n), TV_E_FAIL);
     EXPECT_EQ(v->GetFirstStringValue(&name, b.put()), TV_E_FAIL);
-    v->SetStringValue("s", Buffer().get());
+    v->SetStringValue("s", MakeBuffer().get());
     ASSERT_EQ(v->GetFirstStringValue(&name, b.put()), TV_S_OK);
     EXPECT_EQ(v->GetNextStringValue(&name, b.put()), TV_E_FAIL);
     EXPECT_EQ(v->GetNextStringValue(&name, b.put()), TV_E_FAIL);
@@ -61,10 +49,10 @@ TEST_P(KeyedListContract, EndsOfEnumerationFail) {
 }
 
 TEST_P(KeyedListContract, RemovalPerKindAndForAllKinds) {
-    auto v = Make();
+    auto v = MakeKeyedList();
     auto remove = QueryAs<IKMAValuesRemove>(v, IID_IKMAValuesRemove);
     ASSERT_TRUE(remove);
-    auto data = Buffer();
+    auto data = MakeBuffer();
     v->SetNumberValue("x", 1);
     v->SetBufferValue("x", data.get());
     v->SetStringValue("x", data.get());
@@ -89,7 +77,7 @@ TEST_P(KeyedListContract, RemovalPerKindAndForAllKinds) {
 }
 
 TEST_P(KeyedListContract, RemovingDuringEnumerationContinuesWithTheNext) {
-    auto v = Make();
+    auto v = MakeKeyedList();
     auto remove = QueryAs<IKMAValuesRemove>(v, IID_IKMAValuesRemove);
     for (const char* n : {"a", "b", "c", "d"}) v->SetNumberValue(n, 0);
     const char* name = nullptr;
@@ -106,7 +94,7 @@ TEST_P(KeyedListContract, RemovingDuringEnumerationContinuesWithTheNext) {
 }
 
 TEST_P(KeyedListContract, ManyValuesStayCheap) {
-    auto v = Make();
+    auto v = MakeKeyedList();
     for (uint32_t i = 0; i < 50000; ++i) v->SetNumberValue(("k" + std::to_string(i)).c_str(), i);
     uint32_t n = 0;
     ASSERT_EQ(v->GetNumberValue("k49999", &n), TV_S_OK);

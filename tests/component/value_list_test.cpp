@@ -14,20 +14,7 @@ using namespace tagvera;
 
 namespace {
 
-class ValuesContract : public ::testing::TestWithParam<ValueMaker> {
-protected:
-    ComPtr<IKMAValues> Make() {
-        ComPtr<IKMAValues> v;
-        EXPECT_EQ(GetParam().values(v.put()), TV_S_OK);
-        return v;
-    }
-    ComPtr<IKMABuffer> Text(const char* s) {
-        ComPtr<IKMABuffer> b;
-        EXPECT_EQ(GetParam().buffer(b.put()), TV_S_OK);
-        EXPECT_EQ(b->Set(reinterpret_cast<const uint8_t*>(s), static_cast<uint32_t>(std::strlen(s) + 1)), TV_S_OK);
-        return b;
-    }
-};
+class ValuesContract : public MakerTest {};
 
 std::vector<std::pair<std::string, uint32_t>> Numbers(IKMAValues* v) {
     std::vector<std::pair<std::string, uint32_t>> out;
@@ -48,7 +35,7 @@ std::vector<std::string> StringNames(IKMAValues* v) {
 }
 
 TEST_P(ValuesContract, NamesCompareWithoutRegardToCase) {
-    auto v = Make();
+    auto v = MakeValues();
     ASSERT_EQ(v->SetNumberValue("Width", 1), TV_S_OK);
     uint32_t n = 0;
     ASSERT_EQ(v->GetNumberValue("WIDTH", &n), TV_S_OK);
@@ -59,10 +46,10 @@ TEST_P(ValuesContract, NamesCompareWithoutRegardToCase) {
 }
 
 TEST_P(ValuesContract, EnumerationIsInNameOrderAndSkipsOtherKinds) {
-    auto v = Make();
+    auto v = MakeValues();
     v->SetNumberValue("b", 2);
     v->SetNumberValue("C", 3);
-    v->SetStringValue("Only text", Text("x").get());
+    v->SetStringValue("Only text", MakeBuffer("x").get());
     v->SetNumberValue("a", 1);
     EXPECT_EQ(Numbers(v.get()), (std::vector<std::pair<std::string, uint32_t>>{{"a", 1}, {"b", 2}, {"C", 3}}));
     EXPECT_EQ(StringNames(v.get()), std::vector<std::string>{"Only text"});
@@ -79,7 +66,7 @@ TEST_P(ValuesContract, EnumerationIsInNameOrderAndSkipsOtherKinds) {
 }
 
 TEST_P(ValuesContract, EmptyListsAndAbsentNamesFail) {
-    auto v = Make();
+    auto v = MakeValues();
     const char* name = nullptr;
     uint32_t n = 0;
     ComPtr<IKMABuffer> b;
@@ -92,7 +79,7 @@ TEST_P(ValuesContract, EmptyListsAndAbsentNamesFail) {
     EXPECT_EQ(v->SetBufferValue("x", nullptr), TV_E_FAIL);
     EXPECT_EQ(v->SetStringValue("x", nullptr), TV_E_FAIL);
     // A name set only as a string has no number.
-    v->SetStringValue("x", Text("t").get());
+    v->SetStringValue("x", MakeBuffer("t").get());
     EXPECT_EQ(v->GetNumberValue("x", &n), TV_E_FAIL);
     EXPECT_EQ(v->GetFirstNumberValue(&name, &n), TV_E_FAIL);
     EXPECT_EQ(v->SetNumberValue(nullptr, 1), TV_E_POINTER);
@@ -105,9 +92,9 @@ TEST_P(ValuesContract, EmptyListsAndAbsentNamesFail) {
 }
 
 TEST_P(ValuesContract, KindsOfOneNameLiveSideBySide) {
-    auto v = Make();
-    auto data = Text("data");
-    auto text = Text("text");
+    auto v = MakeValues();
+    auto data = MakeBuffer("data");
+    auto text = MakeBuffer("text");
     v->SetBufferValue("Name", data.get());
     v->SetStringValue("name", text.get());
     v->SetNumberValue("NAME", 5);
@@ -122,9 +109,9 @@ TEST_P(ValuesContract, KindsOfOneNameLiveSideBySide) {
 }
 
 TEST_P(ValuesContract, BuffersAreHeldWhileStoredAndReleasedWhenReplacedOrDestroyed) {
-    auto v = Make();
-    auto first = Text("1");
-    auto second = Text("2");
+    auto v = MakeValues();
+    auto first = MakeBuffer("1");
+    auto second = MakeBuffer("2");
     ASSERT_EQ(v->SetBufferValue("k", first.get()), TV_S_OK);
     EXPECT_EQ(first->AddRef(), 3u) << "caller, list, and this AddRef";
     first->Release();
@@ -149,7 +136,7 @@ TEST_P(ValuesContract, BuffersAreHeldWhileStoredAndReleasedWhenReplacedOrDestroy
 }
 
 TEST_P(ValuesContract, EnumeratedNamesStayValidWhileOthersAreAdded) {
-    auto v = Make();
+    auto v = MakeValues();
     v->SetNumberValue("m-first", 1);
     const char* name = nullptr;
     uint32_t n = 0;

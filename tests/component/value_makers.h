@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "tagvera/com_ptr.h"
 #include "tagvera/values.h"
 
 struct ValueMaker {
@@ -21,5 +23,28 @@ inline std::ostream& operator<<(std::ostream& os, const ValueMaker& m) { return 
 
 std::vector<ValueMaker> AllValueMakers();
 inline std::string MakerName(const ::testing::TestParamInfo<ValueMaker>& param) { return param.param.name; }
+
+// A contract test, run once per maker, with the maker's objects at hand.
+class MakerTest : public ::testing::TestWithParam<ValueMaker> {
+protected:
+    // Empty, or holding text and its NUL.
+    tagvera::ComPtr<IKMABuffer> MakeBuffer(const char* text = nullptr) {
+        tagvera::ComPtr<IKMABuffer> b;
+        EXPECT_EQ(GetParam().buffer(b.put()), tagvera::TV_S_OK);
+        if (text) {
+            EXPECT_EQ(b->Set(reinterpret_cast<const uint8_t*>(text), uint32_t(std::strlen(text) + 1)), tagvera::TV_S_OK);
+        }
+        return b;
+    }
+    tagvera::ComPtr<IKMAValues> MakeValues() { return Make(GetParam().values); }
+    tagvera::ComPtr<IKMAValues> MakeKeyedList() { return Make(GetParam().keyedList); }
+
+private:
+    tagvera::ComPtr<IKMAValues> Make(HRESULT (*maker)(IKMAValues**)) {
+        tagvera::ComPtr<IKMAValues> v;
+        EXPECT_EQ(maker(v.put()), tagvera::TV_S_OK);
+        return v;
+    }
+};
 
 #endif

@@ -94,27 +94,26 @@ private:
     }
 };
 
-ComPtr<IKMAXMLParser> NewParser() {
-    ComPtr<IKMAXMLParser> parser;
-    EXPECT_EQ(CreateXMLParser(parser.put()), TV_S_OK);
-    return parser;
-}
-
 HRESULT Feed(IKMAXMLParser* parser, std::string_view text, bool last) {
     ComPtr<IKMABuffer> buffer;
     EXPECT_EQ(NewBuffer(text.data(), static_cast<uint32_t>(text.size()), buffer.put()), TV_S_OK);
     return parser->Parse(buffer.get(), last);
 }
 
-std::string ErrorText(IKMAXMLParser* parser) {
-    ComPtr<IKMABuffer> text;
-    if (Failed(parser->GetCurrentErrorText(text.put()))) return "(none)";
-    return BufferText(text.get());
-}
+// A parser made through the entry point, its response declared first so that it outlives it.
+class KMAXMLParser : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(CreateXMLParser(parser.put()), TV_S_OK); }
+    HRESULT Feed(std::string_view text, bool last) { return tagvera::Feed(parser.get(), text, last); }
+    std::string ErrorText() {
+        ComPtr<IKMABuffer> text;
+        return Failed(parser->GetCurrentErrorText(text.put())) ? "(none)" : BufferText(text.get());
+    }
+    Response response;
+    ComPtr<IKMAXMLParser> parser;
+};
 
-TEST(KMAXMLParser, InterfaceBasics) {
-    Response response;  // outlives the parser that holds it
-    auto parser = NewParser();
+TEST_F(KMAXMLParser, InterfaceBasics) {
     void* out = nullptr;
     EXPECT_EQ(parser->QueryInterface(IID_IUnknown, &out), TV_S_OK);
     static_cast<IUnknown*>(out)->Release();
@@ -132,106 +131,89 @@ TEST(KMAXMLParser, InterfaceBasics) {
     EXPECT_EQ(index, 77u);
 }
 
-TEST(KMAXMLParser, DeliversEveryKindOfEventThroughTheResponse) {
-    Response response;
-    auto parser = NewParser();
+TEST_F(KMAXMLParser, DeliversEveryKindOfEventThroughTheResponse) {
     ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
     const std::string doc =
         "<?xml version='1.0'?><!DOCTYPE r SYSTEM 'r.dtd'>\n<r b=\"&lt;2&gt;\" a='1'><!-- note -->"
         "<![CDATA[<x>]]>&amp;<e/></r>";
-    EXPECT_EQ(Feed(parser.get(), doc.substr(0, 30), false), TV_S_OK);
-    EXPECT_EQ(Feed(parser.get(), doc.substr(30), true), TV_S_OK);
+    EXPECT_EQ(Feed(doc.substr(0, 30), false), TV_S_OK);
+    EXPECT_EQ(Feed(doc.substr(30), true), TV_S_OK);
     EXPECT_EQ(response.events,
               (Events{"pi xml version=\"1.0\"", "doctype r \"r.dtd\" \"\" @1:22", "text \"\\x0A\"",
                       "start r @2:1 a=\"1\" b=\"<2>\"", "comment \" note \"", "cdata-begin @2:37", "text \"<x>\"",
                       "cdata-end", "text \"&amp;\"", "start e @2:57", "end e", "end r", "end-document @2:65"}));
-    EXPECT_EQ(ErrorText(parser.get()), "(none)");
+    EXPECT_EQ(ErrorText(), "(none)");
 }
 
-TEST(KMAXMLParser, InitChoosesTheModeAndTheCharacterSet) {
+TEST_F(KMAXMLParser, InitChoosesTheModeAndTheCharacterSet) {
     for (const bool strict : {false, true}) {
-        Response response;
-        auto parser = NewParser();
         ASSERT_EQ(parser->Init(&response, "US-ASCII", strict), TV_S_OK);
-        EXPECT_EQ(Feed(parser.get(), "<a><b></B></a>", true), strict ? HRESULT{TV_E_XML_TAGMISMATCH} : HRESULT{TV_S_OK}) << strict;
+        EXPECT_EQ(Feed("<a><b></B></a>", true), strict ? HRESULT{TV_E_XML_TAGMISMATCH} : HRESULT{TV_S_OK}) << strict;
     }
     // The set named at Init pairs 0xB0 with the "<" after it.
-    Response response;
-    auto parser = NewParser();
+    response.events.clear();
     parser->Init(&response, "Big5", true);
-    EXPECT_EQ(Feed(parser.get(), "<r>\xB0<x/></r>", true), TV_S_OK);
+    EXPECT_EQ(Feed("<r>\xB0<x/></r>", true), TV_S_OK);
     EXPECT_EQ(response.events[1], "text \"\\xB0<x/>\"");
 }
 
-TEST(KMAXMLParser, ReportsWhereAndWhyItFailed) {
-    Response response;
-    auto parser = NewParser();
+TEST_F(KMAXMLParser, ReportsWhereAndWhyItFailed) {
     ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
-    EXPECT_EQ(Feed(parser.get(), "<a>\n  <b>\n  </c>", false), TV_E_XML_TAGMISMATCH);
-    uint32_t line = 0;
-    uint32_t column = 0;
+    EXPECT_EQ(Feed("<a>\n  <b>\n  </c>", false), TV_E_XML_TAGMISMATCH);
+    uint32_t line = 0, column = 0;
     EXPECT_EQ(parser->GetCurrentLineNumber(&line), TV_S_OK);
     EXPECT_EQ(parser->GetCurrentColumnNumber(&column), TV_S_OK);
     EXPECT_EQ(line, 3u);
     EXPECT_EQ(column, 3u);
-    EXPECT_EQ(ErrorText(parser.get()), "line 3, column 3: end tag </c> does not match the open element <b>");
+    EXPECT_EQ(ErrorText(), "line 3, column 3: end tag </c> does not match the open element <b>");
     // The failure stays.
-    EXPECT_EQ(Feed(parser.get(), "</b></a>", true), TV_E_XML_TAGMISMATCH);
+    EXPECT_EQ(Feed("</b></a>", true), TV_E_XML_TAGMISMATCH);
 }
 
-TEST(KMAXMLParser, ATagCutByAPieceWaitsAndTheLastPieceEndsIt) {
-    Response response;
-    auto parser = NewParser();
+TEST_F(KMAXMLParser, ATagCutByAPieceWaitsAndTheLastPieceEndsIt) {
     parser->Init(&response, nullptr, true);
-    EXPECT_EQ(Feed(parser.get(), "<r><a x='1", false), TV_S_OK);
+    EXPECT_EQ(Feed("<r><a x='1", false), TV_S_OK);
     uint32_t column = 0;
     parser->GetCurrentColumnNumber(&column);
     EXPECT_EQ(column, 4u);
-    EXPECT_EQ(Feed(parser.get(), "'", true), TV_E_XML_UNTERMINATEDTAG);
+    EXPECT_EQ(Feed("'", true), TV_E_XML_UNTERMINATEDTAG);
     EXPECT_EQ(response.events, (Events{"start r @1:1"}));
 }
 
-TEST(KMAXMLParser, AFailingResponseStopsTheParseWithItsResult) {
-    Response response;
+TEST_F(KMAXMLParser, AFailingResponseStopsTheParseWithItsResult) {
     response.failOn = "start";
-    auto parser = NewParser();
     parser->Init(&response, nullptr, true);
-    EXPECT_EQ(Feed(parser.get(), "<a><b/></a>", true), static_cast<HRESULT>(0x80045555u));
+    EXPECT_EQ(Feed("<a><b/></a>", true), static_cast<HRESULT>(0x80045555u));
     EXPECT_EQ(response.events.size(), 1u);
 }
 
-TEST(KMAXMLParser, HoldsTheResponseUntilClose) {
-    Response response;
-    {
-        auto parser = NewParser();
-        ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
-        EXPECT_GT(response.refs, 1);
-        EXPECT_EQ(parser->Close(), TV_S_OK);
-        EXPECT_EQ(response.refs, 1);
-        EXPECT_EQ(Feed(parser.get(), "<a/>", true), TV_E_FAIL);
-        uint32_t line = 0;
-        EXPECT_EQ(parser->GetCurrentLineNumber(&line), TV_E_FAIL);
-        // Init again after Close starts a new document.
-        ASSERT_EQ(parser->Init(&response, nullptr, false), TV_S_OK);
-        EXPECT_EQ(Feed(parser.get(), "<b/>", true), TV_S_OK);
-        parser->GetCurrentLineNumber(&line);
-        EXPECT_EQ(line, 1u);
-    }
+TEST_F(KMAXMLParser, HoldsTheResponseUntilClose) {
+    ASSERT_EQ(parser->Init(&response, nullptr, true), TV_S_OK);
+    EXPECT_GT(response.refs, 1);
+    EXPECT_EQ(parser->Close(), TV_S_OK);
+    EXPECT_EQ(response.refs, 1);
+    EXPECT_EQ(Feed("<a/>", true), TV_E_FAIL);
+    uint32_t line = 0;
+    EXPECT_EQ(parser->GetCurrentLineNumber(&line), TV_E_FAIL);
+    // Init again after Close starts a new document.
+    ASSERT_EQ(parser->Init(&response, nullptr, false), TV_S_OK);
+    EXPECT_EQ(Feed("<b/>", true), TV_S_OK);
+    parser->GetCurrentLineNumber(&line);
+    EXPECT_EQ(line, 1u);
+    parser.reset();
     EXPECT_EQ(response.refs, 1);
     EXPECT_EQ(response.events, (Events{"start b @1:1", "end b", "end-document @1:5"}));
 }
 
-TEST(KMAXMLParser, AResponseMayCloseOrReleaseTheParserWhileItReads) {
-    Response response;
-    IKMAXMLParser* parser = nullptr;
-    ASSERT_EQ(CreateXMLParser(&parser), TV_S_OK);
-    parser->Init(&response, nullptr, true);
+TEST_F(KMAXMLParser, AResponseMayCloseOrReleaseTheParserWhileItReads) {
+    IKMAXMLParser* raw = parser.detach();
+    raw->Init(&response, nullptr, true);
     response.onText = [&] {
-        EXPECT_EQ(parser->Parse(nullptr, true), TV_E_FAIL);  // no reading inside a reading
-        parser->Close();
-        parser->Release();
+        EXPECT_EQ(raw->Parse(nullptr, true), TV_E_FAIL);  // no reading inside a reading
+        raw->Close();
+        raw->Release();
     };
-    EXPECT_EQ(Feed(parser, "<a>x<b/></a>", true), TV_S_OK);
+    EXPECT_EQ(tagvera::Feed(raw, "<a>x<b/></a>", true), TV_S_OK);
     EXPECT_EQ(response.refs, 1);
 }
 
