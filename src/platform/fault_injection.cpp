@@ -1,5 +1,8 @@
 #include "platform/fault_injection.h"
 
+#include <signal.h>
+#include <unistd.h>
+
 #include <array>
 #include <atomic>
 #include <mutex>
@@ -38,6 +41,8 @@ std::string_view StepName(Step step) {
         case Step::Fsync: return "fsync";
         case Step::Rename: return "rename";
         case Step::Dirsync: return "dirsync";
+        case Step::Journal: return "journal";
+        case Step::Link: return "link";
         case Step::kCount: break;
     }
     return "?";
@@ -80,7 +85,9 @@ int Check(Step step) {
     const auto i = static_cast<size_t>(step);
     const unsigned n = ++s.calls[i];
     const Rule& r = s.rules[i];
-    return r.nth != 0 && n == r.nth ? r.osError : 0;
+    if (r.nth == 0 || n != r.nth) return 0;
+    if (r.osError == kKillProcess) ::kill(::getpid(), SIGKILL);
+    return r.osError;
 }
 
 }  // namespace tagvera::platform::fault

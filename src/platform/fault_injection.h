@@ -21,11 +21,17 @@
 
 namespace tagvera::platform::fault {
 
-// The OS calls that can be made to fail. Open covers every open and create (File and the
-// safe-write helper's temporary file); Read, Write and Fsync every File::readAt, writeAt, sync
-// (and Fsync each file-system sync of FileSystemSyncs); Rename the safe-write helper's final
-// rename, Dirsync its fsync of the directory.
-enum class Step { Open, Read, Write, Fsync, Rename, Dirsync, kCount };
+// The OS calls that can be made to fail. Open covers every open and create of a named file;
+// Read, Write and Fsync every File::readAt, writeAt, sync (and Fsync each file-system sync of
+// FileSystemSyncs); Rename the safe-write helper's final rename, Dirsync its fsync of a
+// directory; Journal each write, sync and removal of an undo journal (write_journal.h), apart
+// from the file it protects; Link the creation and the naming of an anonymous temporary file
+// (EOPNOTSUPP on its creation makes the helper use a named one, as where the file system cannot).
+enum class Step { Open, Read, Write, Fsync, Rename, Dirsync, Journal, Link, kCount };
+
+// An "error" for FailNth that kills the process with SIGKILL at that call instead, for crash tests
+// run in a forked child: the call is never made.
+inline constexpr int kKillProcess = -1;
 
 std::string_view StepName(Step step);
 

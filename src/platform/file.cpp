@@ -79,13 +79,25 @@ File File::CreateNew(const std::string& path, unsigned permissions) {
     return File(path, OpenMode::ReadWrite, fd);
 }
 
+File File::CreateAnonymous(const std::string& dir, const std::string& path, unsigned permissions) {
+    if (const int err = Injected(fault::Step::Link)) throw FileError("create", path, err);
+    int fd;
+    do {
+        fd = ::open(dir.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, static_cast<mode_t>(permissions));
+    } while (fd < 0 && errno == EINTR);
+    // Kernels before 3.11 take the flag for O_DIRECTORY and answer EISDIR.
+    if (fd < 0 && (errno == EISDIR || errno == EINVAL || errno == EOPNOTSUPP)) throw FileError("create", path, EOPNOTSUPP);
+    if (fd < 0) throw FileError("create", path, errno);
+    return File(path, OpenMode::ReadWrite, fd);
+}
+
 File::~File() {
     if (fd_ >= 0) ::close(fd_);
 }
 
 File::File(File&& other) noexcept
     : path_(std::move(other.path_)), mode_(other.mode_), fd_(std::exchange(other.fd_, -1)),
-      regular_(other.regular_), size_(other.size_), bytesRead_(other.bytesRead_) {}
+      regular_(other.regular_), size_(other.size_), bytesRead_(other.bytesRead_), journal_(other.journal_) {}
 
 File& File::operator=(File&& other) noexcept {
     if (this != &other) {
@@ -96,6 +108,7 @@ File& File::operator=(File&& other) noexcept {
         regular_ = other.regular_;
         size_ = other.size_;
         bytesRead_ = other.bytesRead_;
+        journal_ = other.journal_;
     }
     return *this;
 }
@@ -126,7 +139,7 @@ void File::writeAt(uint64_t offset, std::span<const uint8_t> bytes) {
     if (fd_ < 0) throw FileError("write", path_, EBADF);
     if (!writable()) throw FileError("write", path_, EBADF);
     if (offset > kMaxOffset || bytes.size() > kMaxOffset - offset) throw FileError("write", path_, EFBIG);
-    if (const int err = Injected(fault::Step::Write)) throw FileError("write", path_, err);
+    if (const int err = Injected(journal_ ? fault::Step::Journal : fault::Step::Write)) throw FileError("write", path_, err);
     size_t done = 0;
     while (done < bytes.size()) {
         const size_t want = std::min(bytes.size() - done, kMaxIo);
@@ -142,7 +155,7 @@ void File::writeAt(uint64_t offset, std::span<const uint8_t> bytes) {
 void File::truncate(uint64_t size) {
     if (fd_ < 0 || !writable()) throw FileError("truncate", path_, EBADF);
     if (size > kMaxOffset) throw FileError("truncate", path_, EFBIG);
-    if (const int err = Injected(fault::Step::Write)) throw FileError("truncate", path_, err);
+    if (const int err = Injected(journal_ ? fault::Step::Journal : fault::Step::Write)) throw FileError("truncate", path_, err);
     int rc;
     do {
         rc = ::ftruncate(fd_, static_cast<off_t>(size));
@@ -153,7 +166,7 @@ void File::truncate(uint64_t size) {
 
 void File::sync() {
     if (fd_ < 0) throw FileError("fsync", path_, EBADF);
-    if (const int err = Injected(fault::Step::Fsync)) throw FileError("fsync", path_, err);
+    if (const int err = Injected(journal_ ? fault::Step::Journal : fault::Step::Fsync)) throw FileError("fsync", path_, err);
     if (::fsync(fd_) != 0) throw FileError("fsync", path_, errno);
 }
 
@@ -193,6 +206,16 @@ bool RemoveFile(const std::string& path) {
     if (::unlink(path.c_str()) == 0) return true;
     if (errno == ENOENT) return false;
     throw FileError("remove", path, errno);
+}
+
+void SyncFolder(const std::string& dir) {
+    if (const int err = Injected(fault::Step::Dirsync)) throw FileError("sync directory", dir, err);
+    const int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) throw FileError("sync directory", dir, errno);
+    const int rc = ::fsync(fd);
+    const int err = errno;
+    ::close(fd);
+    if (rc != 0 && err != EINVAL && err != ENOTSUP) throw FileError("sync directory", dir, err);
 }
 
 // A Windows build would accept '\\' and drive letters here as well.

@@ -43,6 +43,11 @@ public:
     // Creates a file that must not exist yet (exclusive create, close-on-exec), opened read-write
     // with the given permission bits (before the umask).
     static File CreateNew(const std::string& path, unsigned permissions);
+    // A file without a name in folder dir (O_TMPFILE), opened read-write with the given permission
+    // bits; it vanishes with its last descriptor unless linked into a folder. path is the name it
+    // is meant to take, for messages. Fails with osError EOPNOTSUPP where the file system or the
+    // OS cannot make one.
+    static File CreateAnonymous(const std::string& dir, const std::string& path, unsigned permissions);
     ~File() override;
     File(File&& other) noexcept;
     File& operator=(File&& other) noexcept;
@@ -73,6 +78,9 @@ public:
     uint64_t bytesRead() const { return bytesRead_; }
     // The POSIX descriptor, for the safe-write helper; -1 when closed.
     int nativeHandle() const { return fd_; }
+    // Counts this file's writes and syncs as fault::Step::Journal instead of Write and Fsync, so
+    // that tests can fail an undo journal apart from the file it protects.
+    void countAsJournal() { journal_ = true; }
 
 private:
     File(std::string path, OpenMode mode, int fd);
@@ -83,6 +91,7 @@ private:
     bool regular_ = true;
     uint64_t size_ = 0;
     uint64_t bytesRead_ = 0;
+    bool journal_ = false;
 };
 
 // Bytes read by every File of the process since start or the last reset.
@@ -97,6 +106,9 @@ bool IsRegularFile(const std::string& path);
 uint64_t FileSize(const std::string& path);
 // True when the file was removed, false when it did not exist; FileError on any other failure.
 bool RemoveFile(const std::string& path);
+// Puts the folder's entries (a file created, renamed or removed in it) on stable storage. A file
+// system that cannot sync a folder at all is no failure.
+void SyncFolder(const std::string& dir);
 // The directory part and the last component of a path ("a/b.mp3" -> "a", "b.mp3"; "b" -> ".").
 std::string DirectoryOf(const std::string& path);
 std::string BaseNameOf(const std::string& path);
