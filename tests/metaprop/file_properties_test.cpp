@@ -5,9 +5,11 @@
 namespace tagvera::testing {
 namespace {
 
-ComPtr<IMPAFileProperties> Properties(const Node& tree) {
-    return QueryAs<IMPAFileProperties>(tree, IID_IMPAFileProperties);
-}
+class FileProperties : public ::testing::Test {
+protected:
+    Node tree = NewTree();
+    ComPtr<IMPAFileProperties> properties = QueryAs<IMPAFileProperties>(tree, IID_IMPAFileProperties);
+};
 
 std::string Get(IMPAFileProperties* properties, HRESULT (TV_STDCALL IMPAFileProperties::*getter)(char*, uint32_t*)) {
     char buffer[256];
@@ -24,7 +26,7 @@ struct TextCase {
     uint32_t flags;
 };
 
-TEST(FileProperties, TextShortcutsUseTheirGroupsAndFlags) {
+TEST_F(FileProperties, TextShortcutsUseTheirGroupsAndFlags) {
     const TextCase cases[] = {
         {&IMPAFileProperties::GetFilename, &IMPAFileProperties::SetFilename, "Statistics:Filename", 0x01},
         {&IMPAFileProperties::GetTitle, &IMPAFileProperties::SetTitle, "Track:Name", 0},
@@ -39,8 +41,6 @@ TEST(FileProperties, TextShortcutsUseTheirGroupsAndFlags) {
         {&IMPAFileProperties::GetClosedLoopMarketing, &IMPAFileProperties::SetClosedLoopMarketing,
          "Track:Closed Loop Marketing", 0},
     };
-    Node tree = NewTree();
-    auto properties = Properties(tree);
     ASSERT_TRUE(properties);
     for (const TextCase& c : cases) {
         const std::string value = std::string("value of ") + c.path;
@@ -65,7 +65,7 @@ struct NumberCase {
     const char* path;
 };
 
-TEST(FileProperties, NumberShortcutsStoreReadOnlyNumbers) {
+TEST_F(FileProperties, NumberShortcutsStoreReadOnlyNumbers) {
     const NumberCase cases[] = {
         {&IMPAFileProperties::GetLength, &IMPAFileProperties::SetLength, "Statistics:Length"},
         {&IMPAFileProperties::GetChannels, &IMPAFileProperties::SetChannels, "Statistics:Channels"},
@@ -76,8 +76,6 @@ TEST(FileProperties, NumberShortcutsStoreReadOnlyNumbers) {
          "Statistics:Original Copy Flag"},
         {&IMPAFileProperties::GetQuality, &IMPAFileProperties::SetQuality, "Statistics:Quality"},
     };
-    Node tree = NewTree();
-    auto properties = Properties(tree);
     uint32_t value = 1;
     for (const NumberCase& c : cases) {
         ASSERT_EQ((properties.get()->*c.setter)(4000000000u), TV_S_OK) << c.path;
@@ -92,9 +90,7 @@ TEST(FileProperties, NumberShortcutsStoreReadOnlyNumbers) {
     }
 }
 
-TEST(FileProperties, TrackNumberIsWrittenAsTwoDigitTextAndReadAsANumber) {
-    Node tree = NewTree();
-    auto properties = Properties(tree);
+TEST_F(FileProperties, TrackNumberIsWrittenAsTwoDigitTextAndReadAsANumber) {
     ASSERT_EQ(properties->SetTrackNumber(7), TV_S_OK);
     Node node = Find(tree.get(), "Track:CD Track #");
     ASSERT_TRUE(node);
@@ -111,9 +107,7 @@ TEST(FileProperties, TrackNumberIsWrittenAsTwoDigitTextAndReadAsANumber) {
     EXPECT_EQ(value, 4u);
 }
 
-TEST(FileProperties, TextGetterFailuresLeaveAnEmptyBuffer) {
-    Node tree = NewTree();
-    auto properties = Properties(tree);
+TEST_F(FileProperties, TextGetterFailuresLeaveAnEmptyBuffer) {
     char buffer[8] = "junk";
     uint32_t size = sizeof buffer;
     EXPECT_EQ(properties->GetTitle(buffer, &size), TV_E_PROP_NOTFOUND);
@@ -142,9 +136,7 @@ TEST(FileProperties, TextGetterFailuresLeaveAnEmptyBuffer) {
     EXPECT_EQ(properties->GetTitle(buffer, nullptr), TV_E_POINTER);
 }
 
-TEST(FileProperties, NumberGetterAcceptsTextAndFourByteNumbersOnly) {
-    Node tree = NewTree();
-    auto properties = Properties(tree);
+TEST_F(FileProperties, NumberGetterAcceptsTextAndFourByteNumbersOnly) {
     uint32_t value = 99;
     EXPECT_EQ(properties->GetLength(&value), TV_E_PROP_NOTFOUND);
     EXPECT_EQ(value, 0u);

@@ -8,9 +8,14 @@
 namespace tagvera::testing {
 namespace {
 
-TEST(TreeLifetime, NodesMadeThroughTheHostAreAllReleased) {
+// Trees made through a host factory that counts the package's components.
+class TreeLifetime : public ::testing::Test {
+protected:
     CountingPackage package;
-    FakeHost host(package);
+    FakeHost host{package};
+};
+
+TEST_F(TreeLifetime, NodesMadeThroughTheHostAreAllReleased) {
     {
         Node root = host.NewTree();
         AddText(root.get(), "Track:Name", "t");
@@ -29,9 +34,7 @@ TEST(TreeLifetime, NodesMadeThroughTheHostAreAllReleased) {
     EXPECT_EQ(host.refs(), 0);
 }
 
-TEST(TreeLifetime, ParentsAreNotOwnedButChildrenAre) {
-    CountingPackage package;
-    FakeHost host(package);
+TEST_F(TreeLifetime, ParentsAreNotOwnedButChildrenAre) {
     Node child;
     {
         Node root = host.NewTree();
@@ -65,9 +68,7 @@ TEST(TreeLifetime, ParentsAreNotOwnedButChildrenAre) {
     EXPECT_EQ(package.alive.load(), 0);
 }
 
-TEST(TreeLifetime, LinkedListHandsOutReferences) {
-    CountingPackage package;
-    FakeHost host(package);
+TEST_F(TreeLifetime, LinkedListHandsOutReferences) {
     {
         Node a = host.NewTree();
         Node b = host.NewTree();
@@ -99,7 +100,7 @@ void StorePointer(IMPAMetaProperty* node, const void* pointer) {
     ASSERT_EQ(node->SetValue(reinterpret_cast<const uint8_t*>(&pointer), sizeof pointer), TV_S_OK);
 }
 
-TEST(TreeLifetime, OwnedPointerIsFreedThroughDeleteFunc) {
+TEST_F(TreeLifetime, OwnedPointerIsFreedThroughDeleteFunc) {
     g_freed = 0;
     int* payload = new int(7);
     {
@@ -138,9 +139,7 @@ TEST(TreeLifetime, OwnedPointerIsFreedThroughDeleteFunc) {
     EXPECT_EQ(g_freed, 1);
 }
 
-TEST(TreeLifetime, InterfacePointerHoldsOneReference) {
-    CountingPackage package;
-    FakeHost host(package);
+TEST_F(TreeLifetime, InterfacePointerHoldsOneReference) {
     {
         Node held = host.NewTree();
         Node node = host.NewTree();
@@ -160,9 +159,7 @@ TEST(TreeLifetime, InterfacePointerHoldsOneReference) {
     EXPECT_EQ(package.alive.load(), 0);
 }
 
-TEST(TreeLifetime, HostFailuresSurfaceAndLeaveNothingBehind) {
-    CountingPackage package;
-    FakeHost host(package);
+TEST_F(TreeLifetime, HostFailuresSurfaceAndLeaveNothingBehind) {
     {
         Node root = host.NewTree();
         for (int i = 0; i < 20; ++i) AddText(root.get(), ("Group:Item" + std::to_string(i)).c_str(), "v");
