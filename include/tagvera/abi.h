@@ -48,9 +48,9 @@ inline bool operator!=(const GUID& a, const GUID& b) { return !(a == b); }
 
 // No virtual destructor anywhere in an interface: it would take a slot.
 struct IUnknown {
-    virtual HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) = 0;
-    virtual uint32_t TV_STDCALL AddRef() = 0;
-    virtual uint32_t TV_STDCALL Release() = 0;
+    virtual HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) = 0;  // 0
+    virtual uint32_t TV_STDCALL AddRef() = 0;                                    // 1
+    virtual uint32_t TV_STDCALL Release() = 0;                                   // 2
 };
 #endif
 

@@ -3,16 +3,16 @@
 # every operation's slot, read from the compiler's assembly, is the one hosts call it by.
 # Exits 77 (skipped) when this machine has no 32-bit compiler set-up.
 set -eu
-compiler=$1 include=$2 source=$3 work=$4
+compiler=$1 include=$2 source=$3 work=$4 list=$5
 mkdir -p "$work"
 printf '#include <cstdint>\nint main() { return 0; }\n' > "$work/probe.cpp"
 if ! "$compiler" -m32 -std=c++20 -c "$work/probe.cpp" -o "$work/probe.o" 2>/dev/null; then
   echo "no 32-bit C++ compiler set-up (g++-multilib); skipped"
   exit 77
 fi
-"$compiler" -m32 -std=c++20 -Wall -Wextra -Werror -fno-pic -O0 -S -I"$include" -I"$source" \
+"$compiler" -m32 -std=c++20 -Wall -Wextra -Werror -fno-pic -O0 -S -I"$include" -I"$(dirname "$list")" \
   "$source/abi_slots_asm.cpp" -o "$work/abi_slots_32.s"
-expected=$(grep -c '^    X(' "$source/abi_slot_list.h")
+expected=$(grep -c '^    X(' "$list")
 awk -v expected="$expected" '
   /^tv_slot_.*_[0-9]+:$/ { name = substr($0, 1, length($0) - 1); n = split(name, parts, "_"); slot = parts[n]; next }
   name != "" && $1 == ".long" {

@@ -1,12 +1,17 @@
-// Every operation sits in the slot hosts call it by. A pointer to a virtual member function holds
-// 1 + the operation's byte offset in the table on the Itanium C++ ABI (GCC and Clang on x86), so
-// the slot can be read back from it.
+// Every operation of the public headers sits in the slot its comment promises hosts, and every
+// interface is a bare table pointer. A pointer to a virtual member function holds 1 + the
+// operation's byte offset in the table on the Itanium C++ ABI (GCC and Clang on x86), so the slot
+// can be read back from it.
 #include <gtest/gtest.h>
 
 #include <cstring>
 
 #include "abi_slot_list.h"
 #include "tagvera/layout_checks.h"
+
+#define TV_CHECK_INTERFACE(Interface, Operation, Slot) static_assert(tagvera::layout::kIsInterface<Interface>);
+TV_ABI_SLOTS(TV_CHECK_INTERFACE)
+#undef TV_CHECK_INTERFACE
 
 namespace {
 

@@ -5,6 +5,7 @@
 #include "tagvera/layout_checks.h"
 
 #define TV_EMIT_SLOT(Interface, Operation, Slot)                                        \
+    static_assert(tagvera::layout::kIsInterface<Interface>);                               \
     extern const decltype(&Interface::Operation) tv_slot_##Interface##_##Operation##_##Slot; \
     const decltype(&Interface::Operation) tv_slot_##Interface##_##Operation##_##Slot = &Interface::Operation;
 TV_ABI_SLOTS(TV_EMIT_SLOT)
