@@ -2,14 +2,12 @@
 // preferences, and the exit status of every kind of failure.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
 
 #include "host/guid_text.h"
 #include "id3v2/json_value.h"
-#include "platform/preferences.h"
 #include "platform/scratch_dir.h"
 #include "run_cli.h"
 #include "tagvera/components.h"
@@ -108,7 +106,7 @@ protected:
     std::map<std::string, std::string> env_ = {{"TAGVERA_LIBRARY", TAGVERA_LIBRARY_PATH}, {"TAGVERA_PREFERENCES", file_}};
 };
 
-TEST_F(Prefs, SetThenGetAndTheLibrarySideSeesIt) {
+TEST_F(Prefs, SetThenGetAnyCase) {
     CliResult r = Run({"prefs", "get", "TagEditID3V1"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "1\n") << "the default";
@@ -121,12 +119,6 @@ TEST_F(Prefs, SetThenGetAndTheLibrarySideSeesIt) {
     r = Run({"prefs", "get", "NoSuchPreference"});
     EXPECT_EQ(r.status, 1) << "not found";
     EXPECT_NE(r.err.find("NoSuchPreference"), std::string::npos);
-
-    // The reader the library uses, pointed at the same file.
-    ::setenv("TAGVERA_PREFERENCES", file_.c_str(), 1);
-    EXPECT_EQ(tagvera::platform::prefs::GetNumber(tagvera::platform::prefs::kTagEditID3V1), 0u);
-    EXPECT_EQ(tagvera::platform::prefs::GetNumber(tagvera::platform::prefs::kTagEditID3V2), 1u);
-    ::unsetenv("TAGVERA_PREFERENCES");
 
     ASSERT_EQ(Run({"prefs", "set", "TagReadPriority", "V2,K1,V1"}).status, 0);
     ASSERT_EQ(Run({"prefs", "set", "TagEditKorvaOne", "0x10"}).status, 0);
@@ -184,10 +176,6 @@ TEST_F(Prefs, DamagedFileIsADataErrorNamingTheFile) {
         EXPECT_EQ(r.status, 1) << args[1];
         EXPECT_EQ(r.err.rfind("tagvera: " + file_ + ": ", 0), 0u) << r.err;
     }
-    // The library reads the defaults meanwhile, never a half-understood file.
-    ::setenv("TAGVERA_PREFERENCES", file_.c_str(), 1);
-    EXPECT_EQ(tagvera::platform::prefs::GetNumber(tagvera::platform::prefs::kTagEditID3V1), 1u);
-    ::unsetenv("TAGVERA_PREFERENCES");
     ASSERT_EQ(Run({"prefs", "reset"}).status, 0);
     EXPECT_EQ(Run({"prefs", "list"}).status, 0);
 }
