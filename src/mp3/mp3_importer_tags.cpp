@@ -1,11 +1,12 @@
 // CImportMP3File: reading the three tag sources once per file and merging them in the order of
-// "TagReadPriority", and handing out the bytes of on-demand properties.
+// "TagReadPriority" (as read when the file was opened), and handing out the bytes of on-demand
+// properties in the same order.
 #include "mp3/mp3_importer.h"
 
 #include "base/error.h"
 #include "metaprop/node_access.h"
+#include "package/importer_kit/property_tree.h"
 #include "tags/id3v1/id3v1_map.h"
-#include "mp3/mp3_tag_priority.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera {
@@ -22,12 +23,12 @@ HRESULT CImportMP3File::LoadTags() {
     return hr;
 }
 
-HRESULT CImportMP3File::LinkId3v2(uint32_t* tagSize) {
-    if (const HRESULT hr = CreateID3v2Parser(parserContext(), id3v2_.put()); Failed(hr) || !id3v2_) {
+HRESULT CImportMP3File::LinkId3v2(const char* path, uint32_t* tagSize) {
+    if (const HRESULT hr = CreateID3v2Parser(classFactory(), id3v2_.put()); Failed(hr) || !id3v2_) {
         id3v2_.reset();
         return TV_E_OUTOFMEMORY;
     }
-    const HRESULT hr = id3v2_->LinkSource(&ProbedFile(), path_.c_str(), tagSize, kLinkId3v2Only);
+    const HRESULT hr = id3v2_->LinkSource(&ProbedFile(), path, tagSize, kLinkId3v2Only);
     if (Failed(hr)) id3v2_.reset();
     return hr;
 }
@@ -36,7 +37,7 @@ HRESULT CImportMP3File::LoadTagsImpl() {
     // A file opened through the light interface has no ID3v2 parser yet.
     if (!id3v2_) {
         uint32_t tagSize = 0;
-        if (const HRESULT hr = LinkId3v2(&tagSize); Failed(hr)) return hr;
+        if (const HRESULT hr = LinkId3v2(path_.c_str(), &tagSize); Failed(hr)) return hr;
     }
     if (const HRESULT hr = CreateJukeboxParser(classFactory(), jukebox_.put()); Failed(hr) || !jukebox_) {
         jukebox_.reset();
@@ -44,19 +45,18 @@ HRESULT CImportMP3File::LoadTagsImpl() {
     }
 
     ComPtr<IMPAMetaProperty> result, v2Tree, k1Tree;
-    if (Failed(CreateTree(result)) || Failed(CreateTree(v2Tree)) || Failed(CreateTree(k1Tree)))
-        return TV_E_OUTOFMEMORY;
+    if (const HRESULT hr = NewPropertyTree(classFactory(), result); Failed(hr)) return hr;
+    if (const HRESULT hr = NewPropertyTree(classFactory(), v2Tree); Failed(hr)) return hr;
 
     if (const HRESULT hr = id3v2_->ReadProperties(v2Tree.get()); Failed(hr)) return hr;
-    if (const HRESULT hr = ReadJukeboxFrame(v2Tree.get(), k1Tree.get()); Failed(hr)) return hr;
+    if (const HRESULT hr = ReadJukeboxFrame(v2Tree.get(), k1Tree); Failed(hr)) return hr;
 
-    for (TagSource source : TagReadPriority()) {
+    for (TagSource source : readPriority_) {
         HRESULT hr = TV_S_OK;
         switch (source) {
-            case TagSource::Jukebox: hr = result->MergeFrom(k1Tree.get(), false, 0); break;
+            case TagSource::Jukebox: hr = k1Tree ? result->MergeFrom(k1Tree.get(), false, 0) : TV_S_OK; break;
             case TagSource::Id3v2: hr = result->MergeFrom(v2Tree.get(), false, 0); break;
-            // A file without an ID3v1 tag adds nothing.
-            case TagSource::Id3v1: MergeId3v1Tag(ProbedFile(), result.get()); break;
+            case TagSource::Id3v1: hr = MergeId3v1(result.get()); break;
         }
         if (Failed(hr)) return hr;
     }
@@ -65,7 +65,7 @@ HRESULT CImportMP3File::LoadTagsImpl() {
     return TV_S_OK;
 }
 
-HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, IMPAMetaProperty* k1Tree) {
+HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, ComPtr<IMPAMetaProperty>& k1Tree) {
     ComPtr<IMPAMetaProperty> frame;
     if (Failed(v2Tree->FindByPath(kJukeboxFramePath, frame.put())) || !frame) return TV_S_OK;
     uint32_t type = kTypeNone;
@@ -78,8 +78,15 @@ HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, IMPAMetaPrope
     frame.reset();
     // The raw frame never shows, whether its block parsed or not.
     v2Tree->RemoveByPath(kJukeboxGroup);
+    if (!parsed) return TV_S_OK;
+    if (const HRESULT hr = NewPropertyTree(classFactory(), k1Tree); Failed(hr)) return hr;
     // A block that does not read is passed over: the other sources still count.
-    if (parsed) jukebox_->CopyToTree(k1Tree);
+    jukebox_->CopyToTree(k1Tree.get());
+    return TV_S_OK;
+}
+
+HRESULT CImportMP3File::MergeId3v1(IMPAMetaProperty* tree) {
+    MergeId3v1Tag(ProbedFile(), tree);
     return TV_S_OK;
 }
 
@@ -91,7 +98,7 @@ HRESULT CImportMP3File::PropertyData(IMPAMetaProperty* property, FromJukebox&& j
     if (Failed(property->GetType(&type)) || type != kTypeReference) return TV_E_NOTIMPL;
     // When neither serves the property, the ID3v2 tag's answer says why: most files have no
     // jukebox frame, whose parser would only say "not loaded".
-    if (JukeboxBeforeId3v2(TagReadPriority())) {
+    if (JukeboxBeforeId3v2(readPriority_)) {
         const HRESULT hr = jukebox(jukebox_.get());
         return Succeeded(hr) ? hr : id3v2(id3v2_.get());
     }

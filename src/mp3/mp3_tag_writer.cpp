@@ -1,36 +1,22 @@
-// Writing an edited tree into an MP3 file's tags, and removing them. The steps and their order
-// matter to hosts: the ID3v2 frames first, then the jukebox frame (which may leave the cover
-// picture to APIC), one update of the ID3v2 tag, and the ID3v1 record last, only when all
-// before it succeeded.
 #include "mp3/mp3_tag_writer.h"
 
-#include <optional>
-#include <string>
+#include <utility>
 
 #include "base/error.h"
 #include "metaprop/node_access.h"
-#include "tags/id3v1/id3v1_map.h"
-#include "tags/id3v1/id3v1_tag.h"
-#include "tags/id3v2/file_write.h"
-#include "mp3/mp3_importer.h"
+#include "package/importer_kit/property_tree.h"
 #include "platform/file.h"
-#include "platform/preferences.h"
 #include "platform/safe_write.h"
+#include "tags/id3v1/id3v1_map.h"
+#include "tags/id3v2/file_write.h"
 #include "tagvera/com_ptr.h"
+#include "tagvera/mp3.h"
 #include "tagvera/values.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera {
 
 namespace {
-
-namespace prefs = platform::prefs;
-
-struct EditPreferences {
-    bool jukebox = prefs::GetNumber(prefs::kTagEditKorvaOne) != 0;
-    bool id3v2 = prefs::GetNumber(prefs::kTagEditID3V2) != 0;
-    bool id3v1 = prefs::GetNumber(prefs::kTagEditID3V1) != 0;
-};
 
 constexpr char kCoverArtPath[] = "Album:Cover Art";
 
@@ -54,18 +40,17 @@ HRESULT TreeForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSou
 }
 
 // The jukebox frame as the container WriteProperties turns into a GEOB "KorvaJukebox:Metadata".
-// A block that cannot be built leaves the container empty: the update still writes the ID3v2
+// A block that cannot be built leaves the container empty: the write still takes the ID3v2
 // changes.
-HRESULT BuildJukeboxContainer(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
-                              uint32_t force, bool id3v2On, ComPtr<IMPAMetaProperty>& container) {
+HRESULT BuildJukeboxContainer(const Mp3EditRequest& edit, const Mp3LoadedTags& tags, bool id3v2On,
+                              ComPtr<IMPAMetaProperty>& container) {
     ComPtr<IMPAMetaProperty> source;
-    if (Failed(importer.CreateTree(container))) return TV_E_POINTER;
-    if (Failed(TreeForJukebox(tree, dataSource, id3v2On, source))) return TV_E_POINTER;
+    if (Failed(NewPropertyTree(tags.factory, container))) return TV_E_POINTER;
+    if (Failed(TreeForJukebox(edit.tree, edit.dataSource, id3v2On, source))) return TV_E_POINTER;
 
-    IMPAKJMDParser* jukebox = importer.jukeboxParser();
     ComPtr<IKMABuffer> block;
-    if (!jukebox || Failed(jukebox->Build(source.get(), dataSource, force)) || Failed(jukebox->GetBlock(block.put())) ||
-        !block)
+    if (!tags.jukebox || Failed(tags.jukebox->Build(source.get(), edit.dataSource, edit.force)) ||
+        Failed(tags.jukebox->GetBlock(block.put())) || !block)
         return TV_S_OK;
     uint8_t* bytes = nullptr;
     uint32_t size = 0;
@@ -76,6 +61,18 @@ HRESULT BuildJukeboxContainer(CImportMP3File& importer, IMPAMetaProperty* tree, 
         return Failed(hr) ? hr : TV_E_FAIL;
     const char* name = kJukeboxFramePath + sizeof(kJukeboxGroup);  // "Metadata"
     return group->AddProperty(name, kTypeBinary, 0, bytes, size, true, nullptr);
+}
+
+// The ID3v1 record the tree asks for, or nothing when there is nothing to write: a file without
+// a record does not get an empty one, an unchanged one is not written again.
+std::optional<Id3v1Tag> UpdatedId3v1Record(ByteSource& file, IMPAMetaProperty* tree, uint32_t force) {
+    Id3v1Tag record;
+    const bool hadTag = Succeeded(ReadId3v1Tag(file, &record));
+    if (!hadTag) record = BlankId3v1Tag();
+    const Id3v1Tag before = record;
+    if (Failed(UpdateId3v1FromTree(&record, tree, force != 0))) return std::nullopt;
+    if (hadTag ? record.bytes == before.bytes : record.bytes == BlankId3v1Tag().bytes) return std::nullopt;
+    return record;
 }
 
 std::string Id3v2ReportLines(const id3v2::Id3v2WriteOutcome& o) {
@@ -90,106 +87,85 @@ std::string Id3v2ReportLines(const id3v2::Id3v2WriteOutcome& o) {
     return s;
 }
 
-// The ID3v1 record the tree asks for, or nothing when there is nothing to write: a file without
-// a record does not get an empty one, an unchanged one is not written again. Worked out before
-// the ID3v2 update so that both go into the file in one write; a file that cannot be read here
-// throws, and nothing is written.
-std::optional<Id3v1Tag> UpdatedId3v1Record(CImportMP3File& importer, IMPAMetaProperty* tree, uint32_t force) {
-    Id3v1Tag record;
-    const bool hadTag = Succeeded(ReadId3v1Tag(importer.file(), &record));
-    if (!hadTag) record = BlankId3v1Tag();
-    const Id3v1Tag before = record;
-    if (Failed(UpdateId3v1FromTree(&record, tree, force != 0))) return std::nullopt;
-    if (hadTag ? record.bytes == before.bytes : record.bytes == BlankId3v1Tag().bytes) return std::nullopt;
-    return record;
+platform::Durability DurabilityOf(uint32_t options) {
+    return (options & kMp3WriteDeferSync) ? platform::Durability::Deferred : platform::Durability::Synced;
 }
 
 }  // namespace
 
-HRESULT WriteMp3Tags(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
-                     uint32_t force, uint32_t options) {
-    if (!tree) return TV_S_OK;
-    importer.SetWriteReport({});
-    const EditPreferences edit;
-    if (const HRESULT hr = importer.LoadTags(); Failed(hr)) return hr;
-    const std::string path = importer.path();
-    IMPAID3v2Parser* parser = importer.id3v2Parser();
-    if (!parser) return TV_E_NOTLOADED;
-
-    const std::optional<Id3v1Tag> record = edit.id3v1 ? UpdatedId3v1Record(importer, tree, force) : std::nullopt;
-    id3v2::LastId3v2WriteOutcome() = {};
-    bool ran = false;
+Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& prefs, const Mp3LoadedTags& tags) {
+    Mp3WritePlan plan;
+    // Worked out before the ID3v2 tag so that both go into the file in one write.
+    if (prefs.id3v1) plan.id3v1Record = UpdatedId3v1Record(*tags.file, edit.tree, edit.force);
+    bool mapped = false;
     HRESULT hr = TV_S_OK;
-    if (edit.id3v2) {
-        ran = true;
-        hr = parser->WriteProperties(tree, dataSource, force != 0, true, false);
+    if (prefs.id3v2) {
+        mapped = true;
+        hr = tags.id3v2->WriteProperties(edit.tree, edit.dataSource, edit.force != 0, true, false);
     }
-    if (Succeeded(hr) && edit.jukebox) {
-        ran = true;
+    if (Succeeded(hr) && prefs.jukebox) {
+        mapped = true;
         ComPtr<IMPAMetaProperty> container;
-        hr = BuildJukeboxContainer(importer, tree, dataSource, force, edit.id3v2, container);
-        if (Succeeded(hr)) hr = parser->WriteProperties(container.get(), dataSource, true, true, true);
+        hr = BuildJukeboxContainer(edit, tags, prefs.id3v2, container);
+        if (Succeeded(hr)) hr = tags.id3v2->WriteProperties(container.get(), edit.dataSource, true, true, true);
     }
-    if (ran && Succeeded(hr)) {
-        hr = parser->SetTagOption(true);
-        // The record rides along with the tag: one write, one sync, and on failure neither.
-        std::optional<id3v2::PendingId3v1Record> pending;
-        if (record && Succeeded(hr)) pending.emplace(record->bytes);
-        if (Succeeded(hr)) hr = parser->Update(0, options);
+    if (mapped && Succeeded(hr)) {
+        std::vector<uint8_t> tag;
+        hr = tags.id3v2->RenderTag(&tag);
+        if (Succeeded(hr)) plan.id3v2Tag = std::move(tag);
     }
-    const id3v2::Id3v2WriteOutcome& outcome = id3v2::LastId3v2WriteOutcome();
-    std::string report = Succeeded(hr) ? Id3v2ReportLines(outcome) : std::string();
-
-    // The next read starts again from the file, which may be a new one after a rewrite.
-    importer.ReleaseTags();
-    importer.CloseFile();
-
-    // Without an ID3v2 write the record goes alone, and its failures are not reported (a file
-    // may be writable for its ID3v2 tag and still refuse this, as the host's own writer allowed).
-    if (record && Succeeded(hr)) {
-        const auto durability =
-            (options & kMp3WriteDeferSync) ? platform::Durability::Deferred : platform::Durability::Synced;
-        if (outcome.id3v1Written || Succeeded(WriteId3v1Tag(path, *record, durability))) report += "id3v1: written\n";
-    }
-    importer.SetWriteReport(std::move(report));
-    return hr;
+    plan.mapped = hr;
+    return plan;
 }
 
-HRESULT RemoveMp3Tags(CImportMP3File& importer) {
-    importer.SetWriteReport({});
-    const std::string path = importer.path();
-    if (path.empty()) return TV_E_NOTLOADED;
-    importer.ReleaseTags();
-    importer.CloseFile();
+Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_t options) {
+    Mp3WriteOutcome out;
+    out.result = plan.mapped;
+    if (Failed(out.result)) return out;
+    bool recordWritten = false;
+    if (plan.id3v2Tag) {
+        id3v2::Id3v2WriteOptions write;
+        write.inPlaceOnly = (options & kMp3WriteInPlaceOnly) != 0;
+        write.deferSync = (options & kMp3WriteDeferSync) != 0;
+        // The record rides along with the tag: one write, one sync, and on failure neither.
+        if (plan.id3v1Record) write.id3v1Record = plan.id3v1Record->bytes;
+        id3v2::Id3v2WriteOutcome written;
+        out.result = Guard([&] {
+            written = id3v2::WriteId3v2Tag(path, std::move(*plan.id3v2Tag), write);
+            return TV_S_OK;
+        });
+        if (Failed(out.result)) return out;
+        out.report = Id3v2ReportLines(written);
+        recordWritten = written.id3v1Written;
+    }
+    // Without an ID3v2 write the record goes alone, and its failures are not reported (a file
+    // may be writable for its ID3v2 tag and still refuse this, as the host's own writer allowed).
+    if (plan.id3v1Record &&
+        (recordWritten || Succeeded(WriteId3v1Tag(path, *plan.id3v1Record, DurabilityOf(options)))))
+        out.report += "id3v1: written\n";
+    return out;
+}
 
-    ComPtr<IMPAID3v2Parser> parser;
-    if (Failed(CreateID3v2Parser(importer.parserContext(), parser.put())) || !parser) return TV_E_OUTOFMEMORY;
-    uint32_t tagSize = 0;
-    id3v2::LastId3v2WriteOutcome() = {};
-    HRESULT hr = parser->LinkFile(path.c_str(), &tagSize, kLinkId3v2Only);
-    if (Succeeded(hr)) hr = parser->Strip();
-    parser.reset();
-    std::string report = Succeeded(hr) ? Id3v2ReportLines(id3v2::LastId3v2WriteOutcome()) : std::string();
-
+Mp3RemoveOutcome RemoveMp3Tags(const std::string& path) {
+    Mp3RemoveOutcome out;
+    id3v2::Id3v2WriteOutcome stripped;
+    out.stripped = Guard([&] {
+        stripped = id3v2::StripId3v2Tags(path);
+        return TV_S_OK;
+    });
+    if (Succeeded(out.stripped)) out.report = Id3v2ReportLines(stripped);
     // The record keeps its 128 bytes, blank, so that the file's length only changes by the strip.
-    try {
+    Guard([&]() -> HRESULT {
         Id3v1Tag record;
-        bool hadTag = false;
         {
             platform::File file(path, platform::OpenMode::Read);
-            hadTag = Succeeded(ReadId3v1Tag(file, &record));
+            if (Failed(ReadId3v1Tag(file, &record)) || record.bytes == BlankId3v1Tag().bytes) return TV_S_OK;
         }
-        if (hadTag && record.bytes != BlankId3v1Tag().bytes && Succeeded(WriteId3v1Tag(path, BlankId3v1Tag())))
-            report += "id3v1: blanked\n";
-    } catch (const Error&) {
-    }
-    if (Succeeded(hr)) {
-        // Statistics and the tag size are those of the file as it is now.
-        const HRESULT reopened = importer.OpenFull(path.c_str());
-        if (Failed(reopened)) hr = reopened;
-    }
-    importer.SetWriteReport(report + importer.writeReport());
-    return hr;
+        const HRESULT hr = WriteId3v1Tag(path, BlankId3v1Tag());
+        if (Succeeded(hr)) out.report += "id3v1: blanked\n";
+        return hr;
+    });
+    return out;
 }
 
 }  // namespace tagvera

@@ -1,27 +1,73 @@
-// The write side of the MP3 importer: storing an edited property tree into the file's jukebox
-// frame, ID3v2 tag and ID3v1 tag (as the "TagEdit..." preferences allow), and removing the tags.
-// CImportMP3File's write slots call these; they reach the importer's parsers and tag reading
-// through its "For the tag writer" operations.
+// The write side of the MP3 importer, as the steps the importer runs: first the edited tree is
+// mapped into the tags while the file's tags are loaded (PlanMp3Write: ID3v2 frames, the jukebox
+// frame, the ID3v1 record), then, with the importer's own handle on the file closed, the plan is
+// written through the safe-write helper (WriteMp3Plan). Removing the tags is one step. The order
+// matters to hosts: the ID3v2 frames first, then the jukebox frame (which may leave the cover
+// picture to APIC), one write of the ID3v2 tag, and the ID3v1 record only when all before it
+// succeeded.
 #ifndef TAGVERA_MP3_MP3_TAG_WRITER_H
 #define TAGVERA_MP3_MP3_TAG_WRITER_H
 
 #include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
+#include "base/byte_source.h"
+#include "mp3/mp3_preferences.h"
+#include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v2/properties/id3v2_parser.h"
+#include "tags/jukebox/jukebox_parser.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
+#include "tagvera/plugin.h"
 
 namespace tagvera {
 
-class CImportMP3File;
+// What the host asked of WriteMetaProperties2: the tree's changed (or, with force, all)
+// properties into the tags; dataSource delivers the bytes of on-demand reference properties and
+// may be null.
+struct Mp3EditRequest {
+    IMPAMetaProperty* tree = nullptr;
+    IMPAHandleMetaProperties* dataSource = nullptr;
+    uint32_t force = 0;
+};
 
-// WriteMetaProperties2: the tree's changed (or, with force, all) properties into the tags;
-// dataSource delivers the bytes of on-demand reference properties and may be null; options go to
-// the ID3v2 tag update. Ends with the importer's trees and parsers released.
-HRESULT WriteMp3Tags(CImportMP3File& importer, IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
-                     uint32_t force, uint32_t options);
+// The file's tags as the importer loaded them.
+struct Mp3LoadedTags {
+    IMPAID3v2Parser* id3v2 = nullptr;
+    IMPAKJMDParser* jukebox = nullptr;
+    ByteSource* file = nullptr;           // the file as opened, for its ID3v1 record
+    IKMAClassFactory* factory = nullptr;  // makes the jukebox frame's container (null: no host)
+};
 
-// Prepare: strips the ID3v2 tag, blanks the ID3v1 tag and opens the file again.
-HRESULT RemoveMp3Tags(CImportMP3File& importer);
+// What a write is to change, worked out before the file is touched.
+struct Mp3WritePlan {
+    HRESULT mapped = TV_S_OK;                     // a failure here writes nothing
+    std::optional<std::vector<uint8_t>> id3v2Tag;  // rendered, padding still to plan
+    std::optional<Id3v1Tag> id3v1Record;           // none: the record stays as it is
+};
+
+struct Mp3WriteOutcome {
+    HRESULT result = TV_S_OK;
+    std::string report;  // the lines GetWriteReport answers
+};
+
+// Throws Error when the file's ID3v1 record cannot be read.
+Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& prefs, const Mp3LoadedTags& tags);
+
+// options: the kMp3Write* flags of WriteMetaProperties2.
+Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_t options);
+
+// Prepare: strips the ID3v2 tags (and Lyrics3) and blanks the ID3v1 record, which keeps its 128
+// bytes, and is blanked even when the strip failed. Only the strip's result counts.
+struct Mp3RemoveOutcome {
+    HRESULT stripped = TV_S_OK;
+    HRESULT blanked = TV_S_OK;
+    std::string report;
+    HRESULT result() const { return Failed(stripped) ? stripped : blanked; }
+};
+Mp3RemoveOutcome RemoveMp3Tags(const std::string& path);
 
 }  // namespace tagvera
 

@@ -41,24 +41,7 @@ void ListLost(const std::string& where, const std::vector<std::string>& what, st
     for (const auto& s : what) out.push_back(where + s);
 }
 
-std::optional<std::array<uint8_t, kId3v1Bytes>>& Pending() {
-    thread_local std::optional<std::array<uint8_t, kId3v1Bytes>> record;
-    return record;
-}
-
 }  // namespace
-
-PendingId3v1Record::PendingId3v1Record(std::span<const uint8_t, 128> record) {
-    Pending().emplace();
-    std::copy(record.begin(), record.end(), Pending()->begin());
-}
-
-PendingId3v1Record::~PendingId3v1Record() { Pending().reset(); }
-
-Id3v2WriteOutcome& LastId3v2WriteOutcome() {
-    thread_local Id3v2WriteOutcome last;
-    return last;
-}
 
 void AddPadding(std::vector<uint8_t>& tag, uint64_t padding) {
     if (padding == 0) return;
@@ -106,8 +89,7 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     // No frames left: the old space keeps a tag of padding only, which every reader skips.
     if (tag.empty()) tag = id3v2::RenderV23Tag({}, 0);
     const padding::Plan plan = padding::PlanPadding(tag.size(), oldSpace);
-    // Taken now, so that a write that fails leaves the record to nobody.
-    const auto record = std::exchange(Pending(), std::nullopt);
+    const auto& record = options.id3v1Record;
     // Over the old record, or appended.
     const uint64_t recordOffset = place.hasId3v1 ? place.fileSize - kId3v1Bytes : place.fileSize;
     // A tag at the end holds frames that are now in ours; keeping it would bring deleted ones back.
@@ -121,7 +103,6 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
         out.padding = plan.padding;
         out.bytesWritten = tag.size();
         out.id3v1Written = record.has_value();
-        LastId3v2WriteOutcome() = out;
         return out;
     }
     if (options.inPlaceOnly)
@@ -140,27 +121,25 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     out.padding = padding;
     out.bytesWritten = layout.knownSize();
     out.id3v1Written = record.has_value();
-    LastId3v2WriteOutcome() = out;
     return out;
 }
 
-bool StripId3v2Tags(const std::string& path) {
+Id3v2WriteOutcome StripId3v2Tags(const std::string& path) {
     Id3v2Placement place;
     {
         platform::File file(path, platform::OpenMode::Read);
         place = PlaceId3v2Tags(file);
     }
-    if (place.prependedSize == 0 && place.appendedSize == 0 && place.lyrics3Size == 0) return false;
+    Id3v2WriteOutcome out;
+    if (place.prependedSize == 0 && place.appendedSize == 0 && place.lyrics3Size == 0) return out;
     platform::FileLayout layout;
     CopyAllBut(layout, place.prependedSize, place.fileSize,
                {{place.appendedOffset, place.appendedSize}, {place.lyrics3Offset, place.lyrics3Size}});
     platform::RewriteFile(path, layout);
-    Id3v2WriteOutcome out;
     out.written = out.stripped = true;
     out.bytesWritten = layout.knownSize();
     out.lost = place.unreadable;
-    LastId3v2WriteOutcome() = out;
-    return true;
+    return out;
 }
 
 }  // namespace tagvera::id3v2

@@ -9,8 +9,9 @@
 #ifndef TAGVERA_TAGS_ID3V2_FILE_WRITE_H
 #define TAGVERA_TAGS_ID3V2_FILE_WRITE_H
 
+#include <array>
 #include <cstdint>
-#include <span>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,7 +47,7 @@ struct Id3v2WriteOutcome {
     uint64_t bytesWritten = 0;  // tag and padding, plus the rest of the file on a rewrite
     uint64_t padding = 0;       // zero bytes left after the frames
     std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written
-    bool id3v1Written = false;  // a PendingId3v1Record went into the same write
+    bool id3v1Written = false;  // the options' ID3v1 record went into the same write
 };
 
 struct Id3v2WriteOptions {
@@ -57,19 +58,10 @@ struct Id3v2WriteOptions {
     // An in-place write is not synced before returning; the caller syncs later (kMp3WriteDeferSync).
     // A rewrite is synced before it replaces the file all the same.
     bool deferSync = false;
-};
-
-// An ID3v1 record for the next WriteId3v2Tag of this thread to put into the file in the same
-// write as the ID3v2 tag (one set of patches with one sync, or inside the rewritten copy), over
-// the old record or appended. The MP3 importer's writer hands it over this way around the ID3v2
-// parser's Update, whose interface carries only flags. A write takes it (and sets id3v1Written);
-// it is dropped with this object when no write happened.
-class PendingId3v1Record {
-public:
-    explicit PendingId3v1Record(std::span<const uint8_t, 128> record);
-    ~PendingId3v1Record();
-    PendingId3v1Record(const PendingId3v1Record&) = delete;
-    PendingId3v1Record& operator=(const PendingId3v1Record&) = delete;
+    // An ID3v1 record to put into the same write as the tag (one set of patches with one sync, or
+    // inside the rewritten copy), over the old record or appended. It goes only with a tag: when
+    // there is nothing to write (no tag before and none now) the caller writes it alone.
+    std::optional<std::array<uint8_t, 128>> id3v1Record;
 };
 
 // Replaces the file's ID3v2 tags (every tag at the start and one with a footer at the end) by tag,
@@ -78,13 +70,9 @@ public:
 // Throws Error (a platform FileError for OS failures) with the file unchanged.
 Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options = {});
 
-// Removes every ID3v2 tag and a Lyrics3 block; an ID3v1 record stays. False when the file had
-// none of them (nothing written). Throws Error with the file unchanged.
-bool StripId3v2Tags(const std::string& path);
-
-// What the last WriteId3v2Tag or StripId3v2Tags of this thread did (reset by the caller), so that
-// an importer can report a write made on its behalf through the ID3v2 parser's Update.
-Id3v2WriteOutcome& LastId3v2WriteOutcome();
+// Removes every ID3v2 tag and a Lyrics3 block; an ID3v1 record stays. Nothing is written (and
+// the outcome says so) when the file had none of them. Throws Error with the file unchanged.
+Id3v2WriteOutcome StripId3v2Tags(const std::string& path);
 
 // Sets a rendered tag's size field so that it covers padding zero bytes more, and appends them.
 void AddPadding(std::vector<uint8_t>& tag, uint64_t padding);

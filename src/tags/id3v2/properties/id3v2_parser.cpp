@@ -261,6 +261,16 @@ public:
         });
     }
 
+    HRESULT TV_STDCALL RenderTag(std::vector<uint8_t>* tag) override {
+        return Guard([&]() -> HRESULT {
+            if (!tag) return TV_E_POINTER;
+            tag->clear();
+            if (!linked()) return TV_E_FAIL;
+            *tag = Library().Render(0);
+            return TV_S_OK;
+        });
+    }
+
     HRESULT TV_STDCALL SaveFrameDataToFile(IMPAMetaProperty* property, const char* path) override {
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;

@@ -1,7 +1,11 @@
 // IMPAID3v2Parser: the package-internal interface between the MP3 importer and the ID3v2 tag
-// (read the frames into a property tree, hand out on-demand data, render and write the tag).
+// (read the frames into a property tree, hand out on-demand data, map a tree into frames and
+// render the tag; Update and Strip write the file themselves, for callers without a writer).
 #ifndef TAGVERA_TAGS_ID3V2_PROPERTIES_ID3V2_PARSER_H
 #define TAGVERA_TAGS_ID3V2_PROPERTIES_ID3V2_PARSER_H
+
+#include <cstdint>
+#include <vector>
 
 #include "base/byte_source.h"
 #include "tagvera/abi.h"
@@ -38,6 +42,10 @@ struct IMPAID3v2Parser : IUnknown {
     // LinkFile reading through source, which holds the bytes of the file at path: the importer
     // reads the file's two ends once for all its readers. Package-internal (a C++ object).
     TV_METHOD(LinkSource)(tagvera::ByteSource* source, const char* path, uint32_t* tagSize, uint32_t flags) = 0;  // 17
+    // The tag as the frames now stand, whole and without padding (empty for no frames), for an
+    // importer that writes it itself (tags/id3v2/file_write.h plans the padding and can put an
+    // ID3v1 record into the same write). Package-internal (a C++ object).
+    TV_METHOD(RenderTag)(std::vector<uint8_t>* tag) = 0;  // 18
 };
 
 namespace tagvera {

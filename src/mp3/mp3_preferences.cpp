@@ -1,8 +1,10 @@
-#include "mp3/mp3_tag_priority.h"
+#include "mp3/mp3_preferences.h"
 
 #include "platform/preferences.h"
 
 namespace tagvera {
+
+namespace prefs = platform::prefs;
 
 std::vector<TagSource> ParseTagReadPriority(std::string_view text) {
     std::vector<TagSource> order;
@@ -18,13 +20,11 @@ std::vector<TagSource> ParseTagReadPriority(std::string_view text) {
     return order;
 }
 
-std::string TagReadPriorityText() {
-    std::string text = platform::prefs::GetString(platform::prefs::kTagReadPriority);
+std::vector<TagSource> ReadTagReadPriority() {
+    std::string text = prefs::GetString(prefs::kTagReadPriority);
     if (text.size() > kTagReadPriorityMaxLength) text.resize(kTagReadPriorityMaxLength);
-    return text;
+    return ParseTagReadPriority(text);
 }
-
-std::vector<TagSource> TagReadPriority() { return ParseTagReadPriority(TagReadPriorityText()); }
 
 bool JukeboxBeforeId3v2(const std::vector<TagSource>& order) {
     for (TagSource source : order) {
@@ -32,6 +32,11 @@ bool JukeboxBeforeId3v2(const std::vector<TagSource>& order) {
         if (source == TagSource::Id3v2) return false;
     }
     return true;
+}
+
+Mp3EditPreferences ReadMp3EditPreferences() {
+    return {prefs::GetNumber(prefs::kTagEditKorvaOne) != 0, prefs::GetNumber(prefs::kTagEditID3V2) != 0,
+            prefs::GetNumber(prefs::kTagEditID3V1) != 0};
 }
 
 }  // namespace tagvera

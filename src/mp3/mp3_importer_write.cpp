@@ -1,0 +1,59 @@
+// CImportMP3File: writing an edited tree into the file's tags, and removing them. The importer
+// drives: it reads the preferences once, has the tree mapped through the tags it loaded, lets go
+// of the file, and hands the plan to the writers (mp3_tag_writer.h).
+#include "base/error.h"
+#include "mp3/mp3_importer.h"
+#include "mp3/mp3_tag_writer.h"
+
+namespace tagvera {
+
+HRESULT CImportMP3File::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                            uint32_t force) {
+    return WriteMetaProperties2(tree, dataSource, force, 0);
+}
+
+HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                             uint32_t force, uint32_t options) {
+    if (!tree) return TV_S_OK;
+    return Guard([&]() -> HRESULT {
+        writeReport_.clear();
+        const Mp3EditPreferences prefs = ReadMp3EditPreferences();
+        if (const HRESULT hr = LoadTags(); Failed(hr)) return hr;
+        Mp3WritePlan plan;
+        // The loaded tags stay while the tree is mapped: a host may hand the importer itself in
+        // as the data source.
+        const HRESULT planned = Guard([&] {
+            plan = PlanMp3Write({tree, dataSource, force}, prefs,
+                                {id3v2_.get(), jukebox_.get(), &ProbedFile(), classFactory()});
+            return TV_S_OK;
+        });
+        // The next read starts again from the file, which may be a new one after a rewrite.
+        ReleaseTags();
+        CloseFile();
+        if (Failed(planned)) return planned;
+        Mp3WriteOutcome outcome = WriteMp3Plan(path_, std::move(plan), options);
+        writeReport_ = std::move(outcome.report);
+        return outcome.result;
+    });
+}
+
+HRESULT CImportMP3File::Prepare(uint32_t) {
+    return Guard([&]() -> HRESULT {
+        writeReport_.clear();
+        if (path_.empty()) return TV_E_NOTLOADED;
+        const std::string path = path_;
+        ReleaseTags();
+        CloseFile();
+        const Mp3RemoveOutcome removed = RemoveMp3Tags(path);
+        HRESULT hr = removed.result();
+        if (Succeeded(removed.stripped)) {
+            // Statistics and the tag size are those of the file as it is now.
+            const HRESULT reopened = OpenFile(path.c_str(), OpenForm::Full);
+            if (Succeeded(hr)) hr = reopened;
+        }
+        writeReport_ = removed.report + writeReport_;
+        return hr;
+    });
+}
+
+}  // namespace tagvera
