@@ -45,8 +45,8 @@ HRESULT TreeForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSou
 HRESULT BuildJukeboxContainer(const Mp3EditRequest& edit, const Mp3LoadedTags& tags, bool id3v2On,
                               ComPtr<IMPAMetaProperty>& container) {
     ComPtr<IMPAMetaProperty> source;
-    if (Failed(NewPropertyTree(tags.factory, container))) return TV_E_POINTER;
-    if (Failed(TreeForJukebox(edit.tree, edit.dataSource, id3v2On, source))) return TV_E_POINTER;
+    if (const HRESULT hr = NewPropertyTree(tags.factory, container); Failed(hr)) return hr;
+    if (const HRESULT hr = TreeForJukebox(edit.tree, edit.dataSource, id3v2On, source); Failed(hr)) return hr;
 
     ComPtr<IKMABuffer> block;
     if (!tags.jukebox || Failed(tags.jukebox->Build(source.get(), edit.dataSource, edit.force)) ||
