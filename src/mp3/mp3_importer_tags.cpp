@@ -77,17 +77,22 @@ HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, ComPtr<IMPAMe
     }
     frame.reset();
     // The raw frame never shows, whether its block parsed or not.
-    v2Tree->RemoveByPath(kJukeboxGroup);
+    if (const HRESULT hr = v2Tree->RemoveByPath(kJukeboxGroup); Failed(hr)) return hr;
     if (!parsed) return TV_S_OK;
-    if (const HRESULT hr = NewPropertyTree(classFactory(), k1Tree); Failed(hr)) return hr;
-    // A block that does not read is passed over: the other sources still count.
-    jukebox_->CopyToTree(k1Tree.get());
-    return TV_S_OK;
+    ComPtr<IMPAMetaProperty> read;
+    if (const HRESULT hr = NewPropertyTree(classFactory(), read); Failed(hr)) return hr;
+    // A block that does not read is passed over, with nothing of it kept: the other sources still
+    // count. E_FAIL is how a damaged record says so; any other failure (out of memory, a node the
+    // host would not make) fails the read.
+    const HRESULT hr = jukebox_->CopyToTree(read.get());
+    if (Succeeded(hr)) k1Tree = std::move(read);
+    return hr == TV_E_FAIL ? TV_S_OK : hr;
 }
 
 HRESULT CImportMP3File::MergeId3v1(IMPAMetaProperty* tree) {
-    MergeId3v1Tag(ProbedFile(), tree);
-    return TV_S_OK;
+    Id3v1Tag probe;
+    if (Failed(ReadId3v1Tag(ProbedFile(), &probe))) return TV_S_OK;
+    return MergeId3v1Tag(ProbedFile(), tree);
 }
 
 template <class FromJukebox, class FromId3v2>

@@ -1,5 +1,6 @@
 // The importer on a host that runs out of memory, at each object it asks the host for in turn:
-// the failure reaches the caller as E_OUTOFMEMORY, and a write that fails leaves the file as it was.
+// the failure reaches the caller as E_OUTOFMEMORY, no half-read tree is handed out, and a write
+// that fails leaves the file as it was.
 #include <gtest/gtest.h>
 
 #include "metaprop/tree_test_support.h"
@@ -64,6 +65,20 @@ protected:
     const std::string path = dir.file("song.mp3");
     std::vector<uint8_t> original;
 };
+
+TEST_F(HostOutOfMemory, EveryFailedCreationFailsTheRead) {
+    ComPtr<IMPAMetaProperty> tree;
+    ASSERT_EQ(Read(Open(true).get(), tree), TV_S_OK);
+    const int needed = host.calls;  // from SetUp on, which made none through the host
+    for (int n = 0; n < needed; ++n) {
+        auto importer = Open(true);
+        host.calls = 0;
+        host.failAt = n;
+        tree.reset();
+        EXPECT_EQ(Read(importer.get(), tree), TV_E_OUTOFMEMORY) << "creation " << n + 1 << " of " << needed;
+        EXPECT_FALSE(tree);
+    }
+}
 
 TEST_F(HostOutOfMemory, AFailedWriteLeavesTheFile) {
     int needed = 0;
