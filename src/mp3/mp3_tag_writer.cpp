@@ -155,7 +155,7 @@ Mp3RemoveOutcome RemoveMp3Tags(const std::string& path) {
     });
     if (Succeeded(out.stripped)) out.report = Id3v2ReportLines(stripped);
     // The record keeps its 128 bytes, blank, so that the file's length only changes by the strip.
-    Guard([&]() -> HRESULT {
+    out.blanked = Guard([&]() -> HRESULT {
         Id3v1Tag record;
         {
             platform::File file(path, platform::OpenMode::Read);

@@ -60,7 +60,7 @@ Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& 
 Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_t options);
 
 // Prepare: strips the ID3v2 tags (and Lyrics3) and blanks the ID3v1 record, which keeps its 128
-// bytes, and is blanked even when the strip failed. Only the strip's result counts.
+// bytes. The record is blanked even when the strip failed; the strip's failure comes first.
 struct Mp3RemoveOutcome {
     HRESULT stripped = TV_S_OK;
     HRESULT blanked = TV_S_OK;

@@ -143,6 +143,23 @@ TEST_P(WriteFaults, AFailureAtAnyCallLeavesTheOldFileOrTheNewOne) {
 INSTANTIATE_TEST_SUITE_P(Writes, WriteFaults, ::testing::Bool(),
                          [](const auto& test) { return std::string(test.param ? "Rewrite" : "InPlace"); });
 
+// Prepare strips the ID3v2 tag in one write and blanks the record in another: a record it could
+// not blank is reported, though the strip went through.
+TEST_F(OneWritePerFile, PrepareReportsARecordItCouldNotBlank) {
+    const std::string path = Padded("song.mp3");
+    const Bytes original = test::ReadAll(path);
+    const unsigned writes = CallsDuring([&] { ASSERT_EQ(OpenMp3(path).writer()->Prepare(0), TV_S_OK); }).write;
+    ASSERT_EQ(RecordTitle(path), "");
+    test::WriteAll(path, original);
+    auto s = OpenMp3(path);
+    {
+        fault::Scoped blank(fault::Step::Write, writes, ENOSPC);
+        EXPECT_EQ(s.writer()->Prepare(0), TV_E_FAIL);
+    }
+    EXPECT_EQ(PrependedSize(path), 0u);
+    EXPECT_EQ(RecordTitle(path), "First title");
+}
+
 TEST_F(OneWritePerFile, DeferredSyncWritesABatchThatOneSyncMakesDurable) {
     std::vector<std::string> paths;
     for (size_t i = 0; i < platform::FileSystemSyncs::kFilesSyncedOneByOne + 4; ++i)
