@@ -1,0 +1,247 @@
+#include "platform/write_journal.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <limits>
+
+#include "platform/checksum.h"
+#include "platform/companion_files.h"
+#include "platform/fault_injection.h"
+
+namespace tagvera::platform {
+namespace {
+
+constexpr char kMagic[8] = {'T', 'V', 'U', 'N', 'D', 'O', '1', '\n'};
+constexpr uint64_t kHeaderBytes = 56, kRangeBytes = 24, kTrailerBytes = 8;
+constexpr uint32_t kHasOutcome = 1;
+// Patches come by the handful; a count beyond this is damage, not a journal.
+constexpr uint32_t kMaxRanges = 4096;
+constexpr size_t kChunk = size_t(1) << 20;
+constexpr uint64_t kMaxOffset = static_cast<uint64_t>(std::numeric_limits<int64_t>::max());
+
+void Put(std::vector<uint8_t>& out, uint64_t v, int bytes) {
+    for (int i = 0; i < bytes; ++i) out.push_back(static_cast<uint8_t>(v >> (8 * i)));
+}
+
+uint64_t Get(const uint8_t* p, int bytes) {
+    uint64_t v = 0;
+    for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | p[i];
+    return v;
+}
+
+// Appends to the journal through one buffer, so that a journal of a few patches is one write.
+class Appender {
+public:
+    explicit Appender(File& file) : file_(file) {}
+    void add(std::span<const uint8_t> bytes) {
+        sum_.add(bytes);
+        buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
+        if (buffer_.size() >= kChunk) flush();
+    }
+    void flush() {
+        if (buffer_.empty()) return;
+        file_.writeAt(at_, buffer_);
+        at_ += buffer_.size();
+        buffer_.clear();
+    }
+    uint64_t position() const { return at_ + buffer_.size(); }
+    uint64_t checksum() const { return sum_.value(); }
+
+private:
+    File& file_;
+    std::vector<uint8_t> buffer_;
+    uint64_t at_ = 0;
+    Checksum sum_;
+};
+
+// Calls each(chunk) on length bytes of from at offset, in bounded chunks.
+template <class Each>
+void ReadChunks(ByteSource& from, const std::string& name, uint64_t offset, uint64_t length, Each&& each) {
+    std::vector<uint8_t> chunk(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
+    while (length > 0) {
+        const size_t want = static_cast<size_t>(std::min<uint64_t>(length, chunk.size()));
+        if (from.readAt(offset, std::span(chunk).first(want)) != want)
+            throw FileError("read", name, "the file ended before the range did");
+        each(std::span<const uint8_t>(chunk).first(want));
+        offset += want;
+        length -= want;
+    }
+}
+
+void RemoveJournal(const std::string& path) {
+    if (const int err = fault::Check(fault::Step::Journal)) throw FileError("remove", path, err);
+    if (::unlink(path.c_str()) != 0 && errno != ENOENT) throw FileError("remove", path, errno);
+}
+
+JournalFound Discard(const std::string& journalPath) {
+    RemoveJournal(journalPath);
+    return JournalFound::Discarded;
+}
+
+}  // namespace
+
+UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range> ranges,
+                         std::optional<Outcome> outcome, bool durable)
+    : path_(JournalPathFor(path)), journal_(File::CreateNew(path_, 0600)), ranges_(std::move(ranges)),
+      oldLength_(file.size()), hasOutcome_(outcome.has_value()) {
+    journal_.countAsJournal();
+    try {
+        struct stat st {};
+        if (::fstat(file.nativeHandle(), &st) != 0) throw FileError("stat", path, errno);
+        if (ranges_.size() > kMaxRanges) throw FileError("journal", path, "too many ranges");
+        for (const Range& r : ranges_) {
+            if (r.offset > oldLength_ || r.saved > oldLength_ - r.offset)
+                throw FileError("journal", path, "a saved range lies beyond the end of the file");
+        }
+        // Whoever may write the file may finish its interrupted write.
+        if (::fchown(journal_.nativeHandle(), st.st_uid, st.st_gid) != 0 && errno != EPERM)
+            throw FileError("chown", path_, errno);
+        if (::fchmod(journal_.nativeHandle(), st.st_mode & 0666) != 0) throw FileError("chmod", path_, errno);
+        std::vector<uint8_t> head(kMagic, kMagic + sizeof kMagic);
+        Put(head, static_cast<uint64_t>(st.st_dev), 8);
+        Put(head, static_cast<uint64_t>(st.st_ino), 8);
+        Put(head, oldLength_, 8);
+        Put(head, outcome ? outcome->length : 0, 8);
+        Put(head, outcome ? outcome->checksum : 0, 8);
+        Put(head, ranges_.size(), 4);
+        Put(head, outcome ? kHasOutcome : 0, 4);
+        for (const Range& r : ranges_) Put(head, r.offset, 8), Put(head, r.saved, 8), Put(head, r.written, 8);
+        Appender out(journal_);
+        out.add(head);
+        for (const Range& r : ranges_) {
+            savedAt_.push_back(out.position());
+            ReadChunks(file, path, r.offset, r.saved, [&](std::span<const uint8_t> chunk) { out.add(chunk); });
+        }
+        std::vector<uint8_t> trailer;
+        Put(trailer, out.checksum(), 8);
+        out.add(trailer);
+        out.flush();
+        if (durable) {
+            journal_.sync();
+            SyncFolder(DirectoryOf(path_));
+        }
+    } catch (...) {
+        ::unlink(path_.c_str());
+        throw;
+    }
+}
+
+UndoJournal::UndoJournal(std::string path, File journal, std::vector<Range> ranges, uint64_t oldLength,
+                         bool hasOutcome)
+    : path_(std::move(path)), journal_(std::move(journal)), ranges_(std::move(ranges)), oldLength_(oldLength),
+      hasOutcome_(hasOutcome) {
+    uint64_t at = kHeaderBytes + kRangeBytes * ranges_.size();
+    for (const Range& r : ranges_) {
+        savedAt_.push_back(at);
+        at += r.saved;
+    }
+}
+
+size_t UndoJournal::OldBytes::readAt(uint64_t offset, std::span<uint8_t> out) {
+    if (offset >= journal_.oldLength_) return 0;
+    for (size_t i = 0; i < journal_.ranges_.size(); ++i) {
+        const Range& r = journal_.ranges_[i];
+        if (offset < r.offset || offset - r.offset >= r.saved) continue;
+        const uint64_t into = offset - r.offset;
+        const size_t n = static_cast<size_t>(std::min<uint64_t>(out.size(), r.saved - into));
+        return journal_.journal_.readAt(journal_.savedAt_[i] + into, out.first(n));
+    }
+    throw FileError("read", journal_.path_, "the journal holds no old bytes there");
+}
+
+void UndoJournal::remove(bool durable) {
+    RemoveJournal(path_);
+    removed_ = true;
+    if (durable && !hasOutcome_) SyncFolder(DirectoryOf(path_));
+}
+
+void UndoJournal::restore(File& file) {
+    // Backwards, so that of two overlapping ranges the older bytes win.
+    for (size_t i = ranges_.size(); i-- > 0;) {
+        uint64_t to = ranges_[i].offset;
+        ReadChunks(journal_, path_, savedAt_[i], ranges_[i].saved, [&](std::span<const uint8_t> chunk) {
+            file.writeAt(to, chunk);
+            to += chunk.size();
+        });
+    }
+    file.refresh();
+    if (file.size() != oldLength_) file.truncate(oldLength_);
+    // Even after a deferred write: the caller will not sync a file whose write failed.
+    file.sync();
+}
+
+void UndoJournal::rollBack(File& file) noexcept {
+    try {
+        restore(file);
+        if (!removed_) remove(false);
+    } catch (...) {
+        // The caller's error is the one worth reporting; the journal left behind finishes the job.
+    }
+}
+
+JournalFound RecoverFromJournal(const std::string& path) {
+    const std::string journalPath = JournalPathFor(path);
+    std::optional<File> opened;
+    try {
+        opened.emplace(journalPath, OpenMode::Read);
+    } catch (const FileError& e) {
+        if (e.osError() == ENOENT) return JournalFound::None;
+        throw;
+    }
+    File& journal = *opened;
+    const uint64_t size = journal.size();
+    if (!journal.regular() || size < kHeaderBytes + kTrailerBytes) return Discard(journalPath);
+    const std::vector<uint8_t> head = journal.readExact(0, kHeaderBytes);
+    if (std::memcmp(head.data(), kMagic, sizeof kMagic) != 0) return Discard(journalPath);
+    const uint64_t device = Get(&head[8], 8), inode = Get(&head[16], 8), oldLength = Get(&head[24], 8);
+    const uint64_t newLength = Get(&head[32], 8), newChecksum = Get(&head[40], 8);
+    const uint64_t count = Get(&head[48], 4), flags = Get(&head[52], 4);
+    if (count > kMaxRanges || oldLength > kMaxOffset) return Discard(journalPath);
+    const uint64_t tableEnd = kHeaderBytes + count * kRangeBytes;
+    if (tableEnd > size - kTrailerBytes) return Discard(journalPath);
+    const std::vector<uint8_t> table = journal.readExact(kHeaderBytes, static_cast<size_t>(tableEnd - kHeaderBytes));
+    std::vector<UndoJournal::Range> ranges;
+    uint64_t savedTotal = 0;
+    const uint64_t savedRoom = size - kTrailerBytes - tableEnd;
+    for (uint64_t i = 0; i < count; ++i) {
+        const uint8_t* p = &table[i * kRangeBytes];
+        const UndoJournal::Range r{Get(p, 8), Get(p + 8, 8), Get(p + 16, 8)};
+        if (r.offset > oldLength || r.saved > oldLength - r.offset || r.saved > savedRoom - savedTotal)
+            return Discard(journalPath);
+        savedTotal += r.saved;
+        ranges.push_back(r);
+    }
+    if (savedTotal != savedRoom) return Discard(journalPath);
+    Checksum sum;
+    ReadChunks(journal, journalPath, 0, size - kTrailerBytes, [&](std::span<const uint8_t> c) { sum.add(c); });
+    if (sum.value() != Get(journal.readExact(size - kTrailerBytes, kTrailerBytes).data(), 8)) return Discard(journalPath);
+
+    File file(path, OpenMode::ReadWrite);
+    struct stat st {};
+    if (::fstat(file.nativeHandle(), &st) != 0) throw FileError("stat", path, errno);
+    // Replaced since (by another program): the journal's old bytes are of a file that is gone.
+    if (static_cast<uint64_t>(st.st_dev) != device || static_cast<uint64_t>(st.st_ino) != inode)
+        return Discard(journalPath);
+    if ((flags & kHasOutcome) && file.size() == newLength) {
+        Checksum now;
+        bool inside = true;
+        for (const UndoJournal::Range& r : ranges) {
+            inside = inside && r.offset <= newLength && r.written <= newLength - r.offset;
+            if (inside) ReadChunks(file, path, r.offset, r.written, [&](std::span<const uint8_t> c) { now.add(c); });
+        }
+        if (inside && now.value() == newChecksum) {
+            RemoveJournal(journalPath);
+            return JournalFound::Kept;
+        }
+    }
+    UndoJournal undo(journalPath, std::move(journal), std::move(ranges), oldLength, (flags & kHasOutcome) != 0);
+    undo.restore(file);
+    undo.remove(false);
+    return JournalFound::RolledBack;
+}
+
+}  // namespace tagvera::platform
