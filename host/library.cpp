@@ -6,18 +6,6 @@
 
 namespace tagvera::host {
 
-std::string DirectoryBlock(const DirectoryList& directories) {
-    std::string block;
-    for (const auto& [kind, directory] : directories) {
-        block += kind;
-        block += '=';
-        block += directory;
-        block += '\0';
-    }
-    block += '\0';
-    return block;
-}
-
 std::string Library::DefaultPath() {
     if (const char* env = std::getenv("TAGVERA_LIBRARY"); env && *env) return env;
     return TAGVERA_LIBRARY_SONAME;
@@ -54,7 +42,7 @@ void* Library::Find(const char* symbol) const {
 }
 
 HRESULT Library::SetAccessPath(const DirectoryList& directories) const {
-    const std::string block = DirectoryBlock(directories);
+    const std::string block = DirectoryListBlock(directories);
     // An empty block still carries its ending NUL, so even no entries make a valid list.
     return setAccessPath_(block.c_str());
 }

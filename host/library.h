@@ -22,10 +22,6 @@ public:
 // Kind name and directory, as SetDLLAccessPath takes them ("DT_Codecs", "/opt/codecs").
 using DirectoryList = std::vector<std::pair<std::string, std::string>>;
 
-// The list block SetDLLAccessPath reads: "kind=directory" strings, each NUL-terminated, then an
-// empty one.
-std::string DirectoryBlock(const DirectoryList& directories);
-
 class Library {
 public:
     // Where to load from when the caller names nothing: $TAGVERA_LIBRARY, else the library's

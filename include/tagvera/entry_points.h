@@ -8,6 +8,8 @@
 #ifndef TAGVERA_ENTRY_POINTS_H
 #define TAGVERA_ENTRY_POINTS_H
 
+#include <string>
+
 #include "tagvera/abi.h"
 
 extern "C" {
@@ -44,6 +46,21 @@ inline constexpr uint32_t kDirectoryKindCount = 8;
 inline constexpr const char* kDirectoryKindNames[kDirectoryKindCount] = {
     "DT_NotDef", "DT_Plugins", "DT_Codecs", "DT_EncSDK", "DT_Common", "DT_Update_OB", "DT_Objbrokr", "DT_KCAPlugins",
 };
+
+// The list block SetDLLAccessPath reads, from (kind, directory) string pairs: "kind=directory",
+// each with its NUL, then an empty string. No pairs make a block of one NUL.
+template <class Pairs>
+std::string DirectoryListBlock(const Pairs& directories) {
+    std::string block;
+    for (const auto& [kind, directory] : directories) {
+        block += kind;
+        block += '=';
+        block += directory;
+        block += '\0';
+    }
+    block += '\0';
+    return block;
+}
 
 }  // namespace tagvera
 

@@ -71,17 +71,7 @@ const char* DLLAccessPath::Get(std::string_view kindName) const {
     return it == directories_.end() ? nullptr : it->second.c_str();
 }
 
-std::string DLLAccessPath::Block() const {
-    std::string block;
-    for (const auto& [kind, directory] : directories_) {
-        block += kind;
-        block += '=';
-        block += directory;
-        block += '\0';
-    }
-    if (!block.empty()) block += '\0';
-    return block;
-}
+std::string DLLAccessPath::Block() const { return directories_.empty() ? std::string() : DirectoryListBlock(directories_); }
 
 HRESULT DLLAccessPath::PassOn(Receiver receiver) const {
     if (!receiver) return TV_E_POINTER;
