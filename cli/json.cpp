@@ -47,23 +47,18 @@ std::string JsonQuote(std::string_view text) {
             pos += static_cast<size_t>(-step);
             continue;
         }
+        // JSON's two-character escapes: each character of kEscaped is written as a backslash and its letter.
+        static constexpr std::string_view kEscaped = "\"\\\n\r\t\b\f", kLetters = "\"\\nrtbf";
         const auto c = static_cast<unsigned char>(text[pos]);
-        switch (c) {
-            case '"': out += "\\\""; break;
-            case '\\': out += "\\\\"; break;
-            case '\n': out += "\\n"; break;
-            case '\r': out += "\\r"; break;
-            case '\t': out += "\\t"; break;
-            case '\b': out += "\\b"; break;
-            case '\f': out += "\\f"; break;
-            default:
-                if (c < 0x20 || c == 0x7F) {
-                    char esc[8];
-                    std::snprintf(esc, sizeof esc, "\\u%04X", static_cast<unsigned>(c));
-                    out += esc;
-                } else {
-                    out.append(text.substr(pos, static_cast<size_t>(step)));
-                }
+        if (const size_t e = kEscaped.find(static_cast<char>(c)); e != std::string_view::npos) {
+            out += '\\';
+            out += kLetters[e];
+        } else if (c < 0x20 || c == 0x7F) {
+            char esc[8];
+            std::snprintf(esc, sizeof esc, "\\u%04X", static_cast<unsigned>(c));
+            out += esc;
+        } else {
+            out.append(text.substr(pos, static_cast<size_t>(step)));
         }
         pos += static_cast<size_t>(step);
     }

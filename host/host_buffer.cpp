@@ -32,22 +32,12 @@ public:
             bytes_.resize(size);
             return TV_S_OK;
         }
-        try {
-            bytes_.assign(data, data + size);
-        } catch (const std::bad_alloc&) {
-            return TV_E_OUTOFMEMORY;
-        }
-        return TV_S_OK;
+        return Guarded([&] { bytes_.assign(data, data + size); });
     }
 
     HRESULT TV_STDCALL SetSize(uint32_t size) override {
         if (refCount() > 1) return TV_E_NOCLASSFACTORY;
-        try {
-            bytes_.resize(size, 0);
-        } catch (const std::bad_alloc&) {
-            return TV_E_OUTOFMEMORY;
-        }
-        return TV_S_OK;
+        return Guarded([&] { bytes_.resize(size, 0); });
     }
 
     uint32_t TV_STDCALL GetSize() override { return static_cast<uint32_t>(bytes_.size()); }

@@ -133,15 +133,6 @@ private:
         return nullptr;
     }
 
-    template <class Body>
-    static HRESULT Guarded(Body&& body) {
-        try {
-            body();
-            return TV_S_OK;
-        } catch (const std::bad_alloc&) {
-            return TV_E_OUTOFMEMORY;
-        }
-    }
     static HRESULT Set(KindList<IKMABuffer*>& list, const char* name, IKMABuffer* b) {
         if (!name) return TV_E_POINTER;
         if (!b) return TV_E_FAIL;

@@ -74,16 +74,6 @@ private:
 
     void* find(const GUID& iid) override { return iid == IID_IKMAValues ? static_cast<IKMAValues*>(this) : nullptr; }
 
-    template <class Body>
-    static HRESULT Guarded(Body&& body) {
-        try {
-            body();
-            return TV_S_OK;
-        } catch (const std::bad_alloc&) {
-            return TV_E_OUTOFMEMORY;
-        }
-    }
-
     HRESULT NextNumber(const char** name, uint32_t* value, bool restart) {
         if (!name || !value) return TV_E_POINTER;
         if (restart) numberCursor_ = entries_.begin();

@@ -77,23 +77,13 @@ private:
 HRESULT NewLifetimeObject(std::shared_ptr<PackageEvents> events, IKCAPackageLifetime** out) {
     if (!out) return TV_E_POINTER;
     *out = nullptr;
-    try {
-        *out = new HostLifetime(std::move(events));
-    } catch (const std::bad_alloc&) {
-        return TV_E_OUTOFMEMORY;
-    }
-    return TV_S_OK;
+    return Guarded([&] { *out = new HostLifetime(std::move(events)); });
 }
 
 HRESULT NewRegistrationObject(std::shared_ptr<PackageEvents> events, IKCAPackageRegistration** out) {
     if (!out) return TV_E_POINTER;
     *out = nullptr;
-    try {
-        *out = new HostRegistration(std::move(events));
-    } catch (const std::bad_alloc&) {
-        return TV_E_OUTOFMEMORY;
-    }
-    return TV_S_OK;
+    return Guarded([&] { *out = new HostRegistration(std::move(events)); });
 }
 
 }  // namespace tagvera::host

@@ -4,10 +4,22 @@
 #define TAGVERA_HOST_REF_COUNTED_H
 
 #include <atomic>
+#include <new>
 
 #include "tagvera/abi.h"
 
 namespace tagvera::host {
+
+// Runs body, an operation of a host object that can only fail by running out of memory.
+template <class Body>
+HRESULT Guarded(Body&& body) noexcept {
+    try {
+        body();
+        return TV_S_OK;
+    } catch (const std::bad_alloc&) {
+        return TV_E_OUTOFMEMORY;
+    }
+}
 
 // First must be the interface whose IUnknown stands for the object's identity.
 template <class First, class... More>
