@@ -12,7 +12,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-
 #include <vector>
 
 #include "base/head_tail_source.h"
