@@ -1,12 +1,16 @@
-// The reusable host over the built library: start-up, the component table it reads, the choice of
-// importer, components and property trees made through its class factory, and shutdown.
+// The reusable host over the built library: start-up, the choice of importer, components and
+// property trees made through its class factory, tagvera's own services to tools, and shutdown.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/guid_text.h"
 #include "host/host.h"
 #include "host/objects.h"
+#include "platform/scratch_dir.h"
 #include "tagvera/tagvera.h"
 
 using namespace tagvera;
@@ -87,6 +91,33 @@ TEST(Host, ClassFactoryMakesItsOwnObjectsAndHandsTheRestToThePackage) {
     ComPtr<IUnknown> object;
     EXPECT_EQ(host.Create(CLSID_CImportM4File, object.put()), TV_E_NOTIMPL) << "a component not built yet";
     EXPECT_EQ(host.Create(IID_IKMAPlugin, object.put()), TV_E_FAIL) << "no component of that class";
+}
+
+// What the command relies on, each failure with a reason naming what failed.
+TEST(Host, ToolServicesAndStructureReportsExplainTheirFailures) {
+    Host host(Options());
+    const auto tools = QueryAs<IKMAToolServices>(host.package(), IID_IKMAToolServices);
+    const auto report = host.CreateAs<IMPAStructureReport>(CLSID_CImportMP3File, IID_IMPAStructureReport);
+    ASSERT_TRUE(tools && report);
+    const test::ScratchDir dir;
+    const std::vector<uint8_t> bytes = {1, 2, 3};
+    ASSERT_EQ(tools->WriteFileSafely(dir.file("out").c_str(), bytes.data(), 3, nullptr), TV_S_OK);
+    EXPECT_EQ(test::ReadAll(dir.file("out")), bytes);
+    const char* missing = "/nonexistent/a.mp3";
+    ComPtr<IKMABuffer> text;
+    using Call = std::function<HRESULT(IKMABuffer**)>;
+    const std::vector<std::pair<Call, std::string>> failures = {
+        {[&](IKMABuffer** why) { return tools->WriteFileSafely(dir.path().c_str(), bytes.data(), 3, why); }, dir.path()},
+        {[&](IKMABuffer** why) { return tools->SyncFiles(&missing, 1, why); }, missing},
+        {[&](IKMABuffer** why) { return report->GetStructureReport(missing, kStructureText, text.put(), why); }, missing},
+    };
+    for (const auto& [call, named] : failures) {
+        ComPtr<IKMABuffer> why;
+        EXPECT_EQ(call(why.put()), TV_E_FAIL) << named;
+        EXPECT_NE(BufferText(why.get()).find(named), std::string::npos) << BufferText(why.get());
+    }
+    EXPECT_EQ(report->GetStructureReport(missing, 2, text.put(), nullptr), TV_E_INVALIDARG) << "no third form";
+    EXPECT_EQ(tools->WriteFileSafely(nullptr, bytes.data(), 3, nullptr), TV_E_POINTER);
 }
 
 TEST(Host, ShutdownReleasesThePackage) {
