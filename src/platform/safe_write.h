@@ -1,13 +1,22 @@
 // The one way the library changes a file on disk. Every format writer describes what it wants
-// and this helper does the risky part, so that a failure at any step (full disk, I/O error, a
-// read-only file, a crash) never leaves a truncated or half-written media file behind.
+// and this helper does the risky part. Its promise: whatever happens during a write (a failed
+// call, a full disk, a kill of the process at any moment), the file afterwards holds either its
+// old content or the new, byte for byte, once tagvera has opened it again; and a write that
+// returned has its new content on stable storage, unless the caller deferred that (Durability).
 //
 // Two paths:
 //  - PatchInPlace: overwrite byte ranges of the existing file, when the caller knows the new bytes
-//    fit the space the old ones had (tag padding, `free` atoms, a fixed-size ID3v1 record).
+//    fit the space the old ones had (tag padding, `free` atoms, a fixed-size ID3v1 record). An
+//    undo journal beside the file (write_journal.h) makes all the patches one change.
 //  - RewriteFile: build the new file from pieces (ranges of the original and new bytes) in a
 //    temporary file beside the target, then atomically rename it over the original.
 // Choosing between them is the caller's business; base/padding_policy.h says which one fits.
+//
+// Every write holds the file's write lock (file_lock.h) from before it reads the file until the
+// new content is in place, and finishes what a killed write left first (interrupted_write.h). A
+// writer that reads the file to decide what to write takes a FileWriteLock itself and passes it
+// to the calls below; a thread that holds one must not call the path-taking forms for the same
+// file (they would refuse with EDEADLK).
 //
 // Failures throw FileError (platform/file.h): an Error with TV_E_FAIL whose message names the
 // step, the path and the OS reason, and whose osError() carries the errno.
@@ -16,11 +25,13 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "platform/file.h"
+#include "platform/file_lock.h"
 
 namespace tagvera::platform {
 
@@ -33,35 +44,44 @@ struct Patch {
     std::span<const uint8_t> bytes;
 };
 
-// When an in-place write reaches stable storage. An fsync there adds durability, not atomicity:
-// the patches are the same few bytes either way. A batch tool may leave them to one sync of the
-// file system at the end of its run (file_system_sync.h) instead of one fsync per file.
+// When an in-place write reaches stable storage, and what it promises meanwhile.
 enum class Durability {
-    Synced,    // fsynced before PatchInPlace returns
-    Deferred,  // in the OS's cache until the caller's later sync (or the OS's own write-back)
+    // The journal, then the patched file are synced before PatchInPlace returns: old-or-new under
+    // a kill or a power loss at any moment, and new once it has returned.
+    Synced,
+    // Nothing is synced: old-or-new under a kill of the process at any moment (the OS keeps what
+    // was written); under a power loss before the caller's later sync (file_system_sync.h), no
+    // promise, as for any write in the OS's cache. The journal is removed as soon as the patches
+    // are written: kept until the batch's sync, it would still promise nothing, because the OS may
+    // write the patches to disk before the journal, and a journal left that long could undo
+    // another program's later edit.
+    Deferred,
 };
 
-// Applies the patches in order and, when Synced, fsyncs the file. Before writing, the bytes each
-// patch overwrites are saved; if a write or the fsync fails they are written back and the file
-// cut to its old length (best effort: a crash at that moment can still leave a mix, which is why
-// only small, same-size edits belong here). Throws before touching anything when the file is
-// missing, read-only, or a patch starts past the end. Stale temporary files of the target are
-// removed too (a folder this process swept, unchanged since, is not listed again).
+// Applies the patches in order as one change: the old bytes of every patched range and the old
+// length go into an undo journal beside the file first, and come back after any failure (and, if
+// the process dies, at the next open). So even a patch that only overwrites needs room on the
+// disk for those old bytes. Throws before touching anything when the file is missing, read-only,
+// or a patch starts past the end.
 void PatchInPlace(const std::string& path, std::span<const Patch> patches,
                   Durability durability = Durability::Synced);
 
 // PatchInPlace in two steps, for a writer that reads the file's layout as it is now before it
-// knows its patches, through the handle it then writes with: the checks and the sweep happen (and
-// throw) on construction, which opens the file for reading and writing.
+// knows its patches, through the handle it then writes with: construction takes the write lock
+// (or uses the caller's), finishes an interrupted write, checks and opens the file read-write.
 class InPlaceEdit {
 public:
     explicit InPlaceEdit(const std::string& path);
+    explicit InPlaceEdit(FileWriteLock& lock);
+    InPlaceEdit(const InPlaceEdit&) = delete;
+    InPlaceEdit& operator=(const InPlaceEdit&) = delete;
     File& file() { return file_; }
-    // As PatchInPlace, once; closes the file.
+    // As PatchInPlace, once; closes the file and lets go of a lock of its own.
     void apply(std::span<const Patch> patches, Durability durability = Durability::Synced);
 
 private:
-    std::string path_;
+    std::optional<FileWriteLock> ownLock_;
+    std::string path_;  // links resolved
     File file_;
 };
 
@@ -108,18 +128,44 @@ private:
     std::vector<Piece> pieces_;
 };
 
-// Writes the layout into a new temporary file beside path (".<name>.tagvera-<random>.tmp",
-// created exclusively, with the original's permission bits, owner and group where allowed),
-// fsyncs it, renames it over path and fsyncs the directory. A symbolic link is followed: the file
-// it points to is replaced and the link kept. On failure the original is byte-identical and the
-// temporary file is gone. Temporary files that an earlier, killed run left for the same target
-// are removed first. Handles opened on path before the call still see the old content: reopen.
+// What RewriteFile does with a file that has other names (hard links). A new file takes only the
+// name written: the other names would keep the old content.
+enum class HardLinks {
+    // The new content goes into the same file, under an undo journal of the whole old content
+    // (which needs as much free space as a temporary file would), so every name sees it.
+    KeepInPlace,
+    // A new file for this name, as for a file with one name; the other names keep the old one.
+    Break,
+    // HardLinkError before anything is touched.
+    Refuse,
+};
+
+// RewriteFile refused a file with other names (HardLinks::Refuse).
+class HardLinkError : public FileError {
+public:
+    HardLinkError(const std::string& path, uint64_t links);
+    uint64_t links() const noexcept { return links_; }
+
+private:
+    uint64_t links_;
+};
+
+// Writes the layout into a temporary file beside path, with the original's permission bits, owner
+// and group where allowed: an anonymous one (O_TMPFILE) where the file system can make it, else
+// ".<name>.tagvera-new.tmp". Syncs it, names it, renames it over path and syncs the directory. A
+// symbolic link is followed: the file it points to is replaced and the link kept. On failure the
+// original is byte-identical and no temporary file is left; after a kill, none outlives the next
+// open. A file with several names is handled as links says. Handles opened on path before the
+// call still see the old content (except with KeepInPlace): reopen.
 // (Windows: ReplaceFileW / MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH,
 // and the importer's own handle must have been opened with FILE_SHARE_DELETE or closed first.)
-void RewriteFile(const std::string& path, const FileLayout& layout);
+void RewriteFile(const std::string& path, const FileLayout& layout, HardLinks links = HardLinks::KeepInPlace);
+// The same for a writer that holds the lock; its copies come from lock.file(). The lock moves to
+// the new file, so the writer keeps its turn for whatever it does next.
+void RewriteFile(FileWriteLock& lock, const FileLayout& layout, HardLinks links = HardLinks::KeepInPlace);
 
-// Replaces (or creates) path with exactly bytes, through the same temporary-file-and-rename
-// steps. A new file gets newFilePermissions (before the umask); an existing one keeps its own.
+// Replaces (or creates) path with exactly bytes, through the same steps as RewriteFile. A new file
+// gets newFilePermissions (before the umask); an existing one keeps its own, and its links.
 void WriteFileAtomically(const std::string& path, std::span<const uint8_t> bytes,
                          unsigned newFilePermissions = 0644);
 
@@ -127,10 +173,6 @@ void WriteFileAtomically(const std::string& path, std::span<const uint8_t> bytes
 // and the OS grants this process write access. A file without any write bit counts as read-only
 // even for a privileged user, like the read-only attribute on Windows.
 bool IsWritableFile(const std::string& path);
-
-// The prefix and suffix of this helper's temporary files, for tools that clean directories.
-inline constexpr const char* kTempInfix = ".tagvera-";
-inline constexpr const char* kTempSuffix = ".tmp";
 
 }  // namespace tagvera::platform
 

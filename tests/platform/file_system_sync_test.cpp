@@ -1,12 +1,9 @@
-// Deferred in-place writes and the one sync that makes a batch of them durable; the sweep of
-// stale temporary files that a batch does not repeat for a folder that has not changed.
+// Deferred in-place writes and the one sync that makes a batch of them durable.
 #include "platform/file_system_sync.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <chrono>
-#include <thread>
 
 #include "platform/fault_injection.h"
 #include "platform/file.h"
@@ -91,21 +88,6 @@ TEST(FileSystemSyncs, AFailedSyncIsReportedAndTheRestStillSynced) {
     }
     EXPECT_EQ(fault::Calls(fault::Step::Fsync), 3u);
     EXPECT_TRUE(syncs.empty());
-}
-
-TEST(StaleTemporaryFiles, AFolderThatChangedAfterASweepIsSweptAgain) {
-    ScratchDir dir;
-    const auto paths = MakeFiles(dir, 2);
-    // Old enough time stamps for the clean sweep below to be remembered.
-    std::this_thread::sleep_for(std::chrono::milliseconds(250));
-    const uint8_t b[] = {1};
-    const Patch patch{0, b};
-    PatchInPlace(paths[0], {&patch, 1});
-    PatchInPlace(paths[1], {&patch, 1});
-    const std::string stale = dir.file(".song1.mp3.tagvera-0123456789abcdef.tmp");
-    WriteAll(stale, {1, 2, 3});
-    PatchInPlace(paths[1], {&patch, 1});
-    EXPECT_FALSE(PathExists(stale));
 }
 
 }  // namespace

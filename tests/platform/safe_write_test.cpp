@@ -2,18 +2,19 @@
 
 #include <gtest/gtest.h>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
-#include <regex>
 
+#include "platform/companion_files.h"
 #include "platform/fault_injection.h"
 #include "platform/file.h"
+#include "platform/interrupted_write.h"
 #include "platform/scratch_dir.h"
+#include "platform/tmpfs_mount.h"
 
 namespace tagvera::platform {
 namespace {
@@ -64,9 +65,6 @@ FileLayout SampleLayout(std::vector<uint8_t>* expected, const std::vector<uint8_
     return layout;
 }
 
-const fault::Step kRewriteSteps[] = {fault::Step::Open, fault::Step::Read, fault::Step::Write,
-                                     fault::Step::Fsync, fault::Step::Rename, fault::Step::Dirsync};
-
 TEST(RewriteFile, WritesTheLayoutAndKeepsTheMode) {
     Media m;
     std::vector<uint8_t> expected;
@@ -91,46 +89,16 @@ TEST(RewriteFile, KeepsOwnerAndGroupWherePermitted) {
     EXPECT_EQ(st.st_mode & 07777, 0604u);
 }
 
-TEST(RewriteFile, TemporaryFileIsBesideTheTargetWithARecognisableName) {
+TEST(RewriteFile, TheTemporaryFileHasNoNameOrOneKnownInAdvance) {
     Media m;
-    Names during;
-    RewriteFile(m.path, FileLayout().copy(0, 5).generate([&](ByteSink&) { during = m.dir.entries(); }));
-    ASSERT_EQ(during.size(), 2u);
-    const std::string tmp = *during.begin();  // '.' sorts before 'a'
-    EXPECT_TRUE(std::regex_match(tmp, std::regex(R"(\.a\.mp3\.tagvera-[0-9a-f]{16}\.tmp)"))) << tmp;
-    EXPECT_EQ(m.dir.entries(), Names{"a.mp3"});
-}
-
-TEST(RewriteFile, AFaultAtAnyStepLeavesTheOriginalByteIdentical) {
-    Media m;
-    std::vector<uint8_t> expected;
-    const FileLayout layout = SampleLayout(&expected, m.original);
-    for (const fault::Step step : kRewriteSteps) {
-        m.restore();
-        fault::StartCounting();
-        RewriteFile(m.path, layout);
-        const unsigned calls = fault::Calls(step);
+    for (const bool anonymous : {true, false}) {
+        Names during;
+        if (!anonymous) fault::FailNth(fault::Step::Link, 1, EOPNOTSUPP);
+        RewriteFile(m.path, FileLayout().copy(0, 5).generate([&](ByteSink&) { during = m.dir.entries(); }));
         fault::Reset();
-        ASSERT_GT(calls, 0u) << fault::StepName(step);
-        for (unsigned n = 1; n <= calls; ++n) {
-            m.restore();
-            {
-                const int err = n % 2 ? EIO : ENOSPC;
-                fault::Scoped fault(step, n, err);
-                try {
-                    RewriteFile(m.path, layout);
-                    ADD_FAILURE() << fault::StepName(step) << " #" << n << " did not fail";
-                } catch (const FileError& e) {
-                    EXPECT_EQ(e.osError(), err) << e.what();
-                    EXPECT_NE(std::string(e.what()).find(std::strerror(err)), std::string::npos) << e.what();
-                }
-                EXPECT_TRUE(m.untouched()) << fault::StepName(step) << " #" << n;
-                EXPECT_EQ(ModeOf(m.path), 0640u);
-            }
-        }
+        EXPECT_EQ(during, anonymous ? Names{"a.mp3"} : (Names{".a.mp3.tagvera-new.tmp", "a.mp3"}));
+        EXPECT_EQ(m.dir.entries(), Names{"a.mp3"});
     }
-    RewriteFile(m.path, layout);
-    EXPECT_EQ(ReadAll(m.path), expected) << "a clean run after all the failures";
 }
 
 TEST(RewriteFile, AFailingProducerOrARangePastTheEndLeavesTheOriginal) {
@@ -151,32 +119,35 @@ TEST(RewriteFile, AFailingProducerOrARangePastTheEndLeavesTheOriginal) {
     EXPECT_FALSE(PathExists(m.dir.file("missing.mp3")));
 }
 
-TEST(RewriteFile, StaleTemporaryFilesOfTheTargetAreRemoved) {
-    Media m;
-    const std::string stale = ".a.mp3.tagvera-0123456789abcdef.tmp";
-    const std::string busy = ".a.mp3.tagvera-fedcba9876543210.tmp";
-    const Names others{".a.mp3.tagvera-notours.tmp", ".b.mp3.tagvera-0123456789abcdef.tmp", "a.mp3.tmp"};
-    for (const auto& name : others) WriteAll(m.dir.file(name), {1});
-    WriteAll(m.dir.file(stale), {1, 2, 3});
-    WriteAll(m.dir.file(busy), {4});
-    // Another writer at work holds a lock on its temporary file.
-    const int fd = ::open(m.dir.file(busy).c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(::flock(fd, LOCK_EX), 0);
-
-    RewriteFile(m.path, FileLayout().copy(0, 100));
-
-    Names want = others;
-    want.insert("a.mp3");
-    want.insert(busy);
-    EXPECT_EQ(m.dir.entries(), want);
-
-    WriteAll(m.dir.file(stale), {1, 2, 3});
-    const uint8_t b[] = {0};
-    const Patch patch{0, b};
-    PatchInPlace(m.path, {&patch, 1});
-    EXPECT_EQ(m.dir.entries(), want) << "an in-place write sweeps too";
-    ::close(fd);
+// What a killed write left goes at the next open, however long the name; a name of another
+// file, or of another program, stays.
+TEST(RewriteFile, LeftoversOfAKilledWriteGoAtTheNextOpen) {
+    ScratchDir dir;
+    const std::string longName = std::string(250, 'n') + ".mp3", shorter = std::string(250, 'n') + ".ogg";
+    const Names others{".b.mp3.tagvera-new.tmp", "a.mp3.tmp", BaseNameOf(JournalPathFor(dir.file(shorter)))};
+    for (const auto& name : others) WriteAll(dir.file(name), {1});
+    for (const std::string& name : {std::string("a.mp3"), longName}) {
+        const std::string path = dir.write(name, Pattern(1000));
+        const std::string temp = TempPathFor(path), journal = JournalPathFor(path);
+        EXPECT_LE(BaseNameOf(temp).size(), 255u);
+        const uint8_t b[] = {0};
+        const Patch patch{0, b};
+        for (int way = 0; way < 3; ++way) {
+            WriteAll(temp, {1, 2, 3});
+            WriteAll(journal, {4});  // torn: its write never began
+            if (way == 0) {
+                EXPECT_EQ(RecoverInterruptedWrite(path), Recovery::Cleaned);
+            } else if (way == 1) {
+                PatchInPlace(path, {&patch, 1});
+            } else {
+                RewriteFile(path, FileLayout().copy(0, 100));
+            }
+            EXPECT_FALSE(PathExists(temp) || PathExists(journal)) << name << " " << way;
+        }
+        EXPECT_EQ(RecoverInterruptedWrite(path), Recovery::Nothing);
+        RemoveFile(path);
+    }
+    EXPECT_EQ(dir.entries(), others);
 }
 
 TEST(RewriteFile, ASymbolicLinkIsFollowedAndKept) {
@@ -213,28 +184,6 @@ TEST(ReadOnly, AReadOnlyFileIsRefusedWithoutTouchingIt) {
     EXPECT_FALSE(IsWritableFile(m.dir.path()));
 }
 
-// A small tmpfs of our own, for a full disk or a read-only folder; needs root.
-class TmpfsMount {
-public:
-    TmpfsMount(const std::string& dir, const std::string& options) : dir_(dir) {
-        if (::geteuid() != 0) {
-            why_ = "mounting a tmpfs needs root";
-        } else if (::mount("tmpfs", dir.c_str(), "tmpfs", 0, options.c_str()) != 0) {
-            why_ = std::string("cannot mount a tmpfs here: ") + std::strerror(errno);
-        }
-    }
-    ~TmpfsMount() {
-        if (why_.empty()) ::umount2(dir_.c_str(), MNT_DETACH);
-    }
-    bool mounted() const { return why_.empty(); }
-    const std::string& why() const { return why_; }
-    bool makeReadOnly() { return ::mount(nullptr, dir_.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0; }
-
-private:
-    std::string dir_;
-    std::string why_;
-};
-
 TEST(ReadOnly, AReadOnlyFolderIsRefusedWithoutTouchingTheFile) {
     ScratchDir dir;
     const std::string path = dir.file("a.mp3");
@@ -251,7 +200,7 @@ TEST(ReadOnly, AReadOnlyFolderIsRefusedWithoutTouchingTheFile) {
         return;
     }
     // Root ignores permission bits; a read-only mount stops it all the same.
-    TmpfsMount mount(dir.path(), "size=1m");
+    test::TmpfsMount mount(dir.path(), "size=1m");
     if (!mount.mounted()) GTEST_SKIP() << mount.why();
     WriteAll(path, original);
     if (!mount.makeReadOnly()) GTEST_SKIP() << "cannot remount read-only: " << std::strerror(errno);
@@ -268,52 +217,6 @@ TEST(ReadOnly, AReadOnlyFolderIsRefusedWithoutTouchingTheFile) {
     }
 }
 
-TEST(FullDisk, RewriteOnAFullFileSystemFailsCleanly) {
-    ScratchDir dir;
-    TmpfsMount mount(dir.path(), "size=1m");
-    if (!mount.mounted()) GTEST_SKIP() << mount.why();
-    const std::string path = dir.file("a.mp3");
-    const auto original = Pattern(600 * 1024);
-    WriteAll(path, original);
-    try {
-        RewriteFile(path, FileLayout().bytes(Span("bigger tag")).copy(0, original.size()));
-        FAIL() << "a second 600 KB copy fitted in a 1 MB file system";
-    } catch (const FileError& e) {
-        EXPECT_EQ(e.osError(), ENOSPC) << e.what();
-        EXPECT_NE(std::string(e.what()).find("No space left"), std::string::npos) << e.what();
-    }
-    EXPECT_EQ(ReadAll(path), original);
-    EXPECT_EQ(dir.entries(), Names{"a.mp3"});
-}
-
-TEST(FullDisk, AnAppendThatDoesNotFitIsUndone) {
-    ScratchDir dir;
-    TmpfsMount mount(dir.path(), "size=1m");
-    if (!mount.mounted()) GTEST_SKIP() << mount.why();
-    const std::string path = dir.file("a.mp3");
-    const auto original = Pattern(512 * 1024);
-    WriteAll(path, original);
-    {  // fill what is left
-        File filler = File::CreateNew(dir.file("filler"), 0600);
-        const std::vector<uint8_t> block(4096, 1);
-        try {
-            for (uint64_t at = 0;; at += block.size()) filler.writeAt(at, block);
-        } catch (const FileError& e) {
-            ASSERT_EQ(e.osError(), ENOSPC);
-        }
-    }
-    const std::vector<uint8_t> tag(128, 'T');
-    const uint8_t head[] = {'X', 'Y'};
-    const Patch patches[] = {{0, head}, {original.size(), tag}};
-    try {
-        PatchInPlace(path, patches);
-        FAIL() << "appended to a full file system";
-    } catch (const FileError& e) {
-        EXPECT_EQ(e.osError(), ENOSPC) << e.what();
-    }
-    EXPECT_EQ(ReadAll(path), original);
-}
-
 TEST(PatchInPlace, OverwritesAndAppends) {
     Media m;
     const uint8_t tag[] = {'T', 'A', 'G', 1, 2, 3};
@@ -328,22 +231,27 @@ TEST(PatchInPlace, OverwritesAndAppends) {
     EXPECT_EQ(ModeOf(m.path), 0640u);
 }
 
-TEST(PatchInPlace, AFaultAtAnyStepRestoresTheOldBytes) {
-    Media m;
-    const std::vector<uint8_t> middle(4000, 0xAB), tail(128, 'T');
-    const Patch patches[] = {{1000, middle}, {m.original.size() - 28, tail}};
-    for (const fault::Step step : {fault::Step::Open, fault::Step::Read, fault::Step::Write, fault::Step::Fsync}) {
-        fault::StartCounting();
-        PatchInPlace(m.path, patches);
-        const unsigned calls = fault::Calls(step);
-        fault::Reset();
-        ASSERT_GT(calls, 0u) << fault::StepName(step);
-        for (unsigned n = 1; n <= calls; ++n) {
-            m.restore();
-            fault::Scoped fault(step, n, EIO);
-            EXPECT_THROW(PatchInPlace(m.path, patches), FileError) << fault::StepName(step) << " #" << n;
-            EXPECT_TRUE(m.untouched()) << fault::StepName(step) << " #" << n;
+// A rewrite gives the file a new inode; the file's other names must not keep the old content
+// behind the writer's back.
+TEST(RewriteFile, AFileWithTwoNamesIsWrittenUnderBothRefusedOrSplitAsAsked) {
+    for (const HardLinks links : {HardLinks::KeepInPlace, HardLinks::Break, HardLinks::Refuse}) {
+        Media m;
+        const std::string other = m.dir.file("b.mp3");
+        ASSERT_EQ(::link(m.path.c_str(), other.c_str()), 0);
+        std::vector<uint8_t> expected;
+        const FileLayout layout = SampleLayout(&expected, m.original);
+        try {
+            RewriteFile(m.path, layout, links);
+            EXPECT_NE(links, HardLinks::Refuse);
+        } catch (const HardLinkError& e) {
+            EXPECT_EQ(links, HardLinks::Refuse);
+            EXPECT_EQ(e.links(), 2u);
+            EXPECT_NE(std::string(e.what()).find("2 hard links"), std::string::npos) << e.what();
         }
+        EXPECT_EQ(ReadAll(m.path), links == HardLinks::Refuse ? m.original : expected);
+        EXPECT_EQ(ReadAll(other), links == HardLinks::KeepInPlace ? expected : m.original);
+        EXPECT_EQ(ModeOf(m.path), 0640u);
+        EXPECT_EQ(m.dir.entries(), (Names{"a.mp3", "b.mp3"}));
     }
 }
 

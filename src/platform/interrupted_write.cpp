@@ -1,0 +1,47 @@
+#include "platform/interrupted_write.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "platform/companion_files.h"
+#include "platform/file.h"
+#include "platform/file_lock.h"
+#include "platform/write_journal.h"
+
+namespace tagvera::platform {
+namespace {
+
+// A path that cannot be examined counts as there: the call that uses it reports why.
+bool Present(const std::string& path) {
+    struct stat st {};
+    return ::lstat(path.c_str(), &st) == 0 || errno != ENOENT;
+}
+
+}  // namespace
+
+Recovery RecoverLocked(const std::string& path) {
+    Recovery result = Recovery::Nothing;
+    if (Present(JournalPathFor(path))) {
+        const JournalFound found = RecoverFromJournal(path);
+        if (found == JournalFound::RolledBack) result = Recovery::RolledBack;
+        if (found == JournalFound::Discarded || found == JournalFound::Kept) result = Recovery::Cleaned;
+    }
+    const std::string temp = TempPathFor(path);
+    if (Present(temp) && RemoveUnheldTemp(temp, false) && result == Recovery::Nothing) result = Recovery::Cleaned;
+    return result;
+}
+
+Recovery RecoverInterruptedWrite(const std::string& path) {
+    const std::string file = ResolveLastLink(path);
+    if (!Present(JournalPathFor(file)) && !Present(TempPathFor(file))) return Recovery::Nothing;
+    try {
+        const std::optional<FileWriteLock> lock = FileWriteLock::TryAcquire(file);
+        return lock ? lock->recovered() : Recovery::Busy;
+    } catch (const FileError& e) {
+        if (e.osError() == ENOENT) return Recovery::Nothing;
+        throw;
+    }
+}
+
+}  // namespace tagvera::platform

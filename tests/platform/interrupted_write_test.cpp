@@ -1,0 +1,213 @@
+// Old or new, whatever happens: each kind of write, failed at each of its file calls in turn (EIO,
+// ENOSPC), killed at each call and at random moments, and run on a full file system, leaves the
+// file as it was or as the write makes it, byte for byte, and nothing beside it once tagvera has
+// opened the file again.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <random>
+#include <thread>
+
+#include "platform/fault_injection.h"
+#include "platform/file.h"
+#include "platform/interrupted_write.h"
+#include "platform/safe_write.h"
+#include "platform/scratch_dir.h"
+#include "platform/tmpfs_mount.h"
+
+namespace tagvera::platform {
+namespace {
+
+using test::Pattern;
+using test::ReadAll;
+using test::ScratchDir;
+using test::WriteAll;
+using Bytes = std::vector<uint8_t>;
+using Names = std::set<std::string>;
+
+const Bytes kHead = Pattern(3000, 11), kTail = Pattern(256, 12);
+
+// A new tag over the old one at the head, a record over the last 128 bytes and 128 more after.
+void PatchHeadAndTail(const std::string& path, Durability durability) {
+    const uint64_t size = FileSize(path);
+    const Patch patches[] = {{0, kHead}, {size - 128, kTail}};
+    PatchInPlace(path, patches, durability);
+}
+
+void Rewrite(const std::string& path) { RewriteFile(path, FileLayout().bytes(kHead).copy(2000, FileSize(path) - 2000)); }
+
+struct Scenario {
+    const char* name;
+    void (*write)(const std::string& path);
+    bool secondName = false;  // b.mp3 is a hard link, and must show what a.mp3 shows
+    bool namedTemp = false;   // as on a file system without anonymous temporary files
+};
+
+const Scenario kScenarios[] = {
+    {"Patch", [](const std::string& p) { PatchHeadAndTail(p, Durability::Synced); }},
+    {"DeferredPatch", [](const std::string& p) { PatchHeadAndTail(p, Durability::Deferred); }},
+    {"Rewrite", Rewrite},
+    {"RewriteThroughANamedTemporaryFile", Rewrite, false, true},
+    {"RewriteOfAFileWithTwoNames", Rewrite, true},
+    {"WholeFileReplaced", [](const std::string& p) { WriteFileAtomically(p, kTail); }},
+};
+
+const fault::Step kSteps[] = {fault::Step::Open,    fault::Step::Read,    fault::Step::Write, fault::Step::Fsync,
+                              fault::Step::Rename,  fault::Step::Dirsync, fault::Step::Journal, fault::Step::Link};
+
+class Writes : public ::testing::TestWithParam<Scenario> {
+protected:
+    ScratchDir dir;
+    const std::string path = dir.file("a.mp3");
+    Bytes original = Pattern(300'000, 7);
+    Bytes written;                          // what a clean run makes of it,
+    std::map<fault::Step, unsigned> calls;  // the calls it makes,
+    std::chrono::microseconds took{};       // and how long it takes
+
+    void SetUp() override { MeasureACleanRun(); }
+
+    void MeasureACleanRun() {
+        Reset();
+        Arm();
+        fault::StartCounting();
+        const auto start = std::chrono::steady_clock::now();
+        Run();
+        took = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+        for (const fault::Step step : kSteps) {
+            if (!GetParam().namedTemp || step != fault::Step::Link) calls[step] = fault::Calls(step);
+        }
+        fault::Reset();
+        written = ReadAll(path);
+        ASSERT_NE(written, original);
+    }
+
+    void Reset() const {
+        for (const auto& name : dir.entries()) ::unlink(dir.file(name).c_str());
+        WriteAll(path, original);
+        ::chmod(path.c_str(), 0640);
+        if (GetParam().secondName) ::link(path.c_str(), dir.file("b.mp3").c_str());
+    }
+    void Arm() const {
+        if (GetParam().namedTemp) fault::FailNth(fault::Step::Link, 1, EOPNOTSUPP);
+    }
+    void Run() const { GetParam().write(path); }
+    Names names() const { return GetParam().secondName ? Names{"a.mp3", "b.mp3"} : Names{"a.mp3"}; }
+
+    // Old (or, when allowed, new) byte for byte under every name, and nothing beside it.
+    void ExpectWhole(const std::string& what, bool mayBeNew, const Names& others = {}) const {
+        const Bytes now = ReadAll(path);
+        EXPECT_TRUE(now == original || (mayBeNew && now == written)) << what << ": a mixed file of " << now.size();
+        if (GetParam().secondName) {
+            EXPECT_EQ(ReadAll(dir.file("b.mp3")), now) << what;
+        }
+        Names want = names();
+        want.insert(others.begin(), others.end());
+        EXPECT_EQ(dir.entries(), want) << what;
+        struct stat st {};
+        EXPECT_EQ(::stat(path.c_str(), &st) == 0 ? st.st_mode & 07777 : 0, 0640u) << what;
+    }
+
+    // Runs the write in a child killed at a call (kill armed) or after a delay, then opens the file.
+    void KillAndReopen(const std::string& what, fault::Step step, unsigned nth, std::chrono::microseconds delay) const {
+        Reset();
+        const pid_t pid = ::fork();
+        ASSERT_GE(pid, 0);
+        if (pid == 0) {
+            Arm();
+            if (nth) fault::FailNth(step, nth, fault::kKillProcess);
+            try {
+                Run();
+            } catch (...) {
+                ::_exit(2);
+            }
+            ::_exit(0);
+        }
+        if (!nth) {
+            std::this_thread::sleep_for(delay);
+            ::kill(pid, SIGKILL);
+        }
+        int status = 0;
+        ::waitpid(pid, &status, 0);
+        EXPECT_TRUE(nth ? WIFSIGNALED(status) : !WIFEXITED(status) || WEXITSTATUS(status) == 0)
+            << what << ": status " << status;
+        EXPECT_NO_THROW(RecoverInterruptedWrite(path)) << what;
+        ExpectWhole(what, true);
+    }
+};
+
+std::string Label(fault::Step step, unsigned n) { return std::string(fault::StepName(step)) + " #" + std::to_string(n); }
+
+TEST_P(Writes, AFailureAtAnyCallLeavesTheOldFile) {
+    for (const auto& [step, count] : calls) {
+        for (unsigned n = 1; n <= count; ++n) {
+            Reset();
+            const int err = n % 2 ? EIO : ENOSPC;
+            Arm();
+            fault::FailNth(step, n, err);
+            try {
+                Run();
+                ADD_FAILURE() << Label(step, n) << " did not fail";
+            } catch (const FileError& e) {
+                EXPECT_EQ(e.osError(), err) << Label(step, n) << ": " << e.what();
+                EXPECT_NE(std::string(e.what()).find(std::strerror(err)), std::string::npos) << e.what();
+            }
+            fault::Reset();
+            ExpectWhole(Label(step, n), false);
+        }
+    }
+}
+
+TEST_P(Writes, AKillAtAnyCallLeavesTheOldFileOrTheNew) {
+    for (const auto& [step, count] : calls) {
+        for (unsigned n = 1; n <= count; ++n) KillAndReopen("kill at " + Label(step, n), step, n, {});
+    }
+}
+
+TEST_P(Writes, AKillAtARandomMomentLeavesTheOldFileOrTheNew) {
+    original = Pattern(8 << 20, 5);  // long enough to be caught in the middle of its copies
+    MeasureACleanRun();
+    std::mt19937 random(static_cast<uint32_t>(std::hash<std::string>{}(GetParam().name)));
+    std::uniform_int_distribution<int64_t> delay(0, took.count());
+    for (int i = 0; i < 5; ++i) {
+        const std::chrono::microseconds after(delay(random));
+        KillAndReopen("kill after " + std::to_string(after.count()) + " us", fault::Step::Open, 0, after);
+    }
+}
+
+TEST_P(Writes, OnAFullFileSystemFailsWithNothingChanged) {
+    test::TmpfsMount mount(dir.path(), "size=400k");
+    if (!mount.mounted()) GTEST_SKIP() << mount.why();
+    Reset();
+    {
+        File filler = File::CreateNew(dir.file("filler"), 0600);
+        const Bytes block(4096, 1);
+        try {
+            for (uint64_t at = 0;; at += block.size()) filler.writeAt(at, block);
+        } catch (const FileError& e) {
+            ASSERT_EQ(e.osError(), ENOSPC);
+        }
+    }
+    Arm();
+    try {
+        Run();
+        ADD_FAILURE() << "wrote on a full file system";
+    } catch (const FileError& e) {
+        EXPECT_EQ(e.osError(), ENOSPC) << e.what();
+    }
+    fault::Reset();
+    ExpectWhole("full", false, {"filler"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, Writes, ::testing::ValuesIn(kScenarios),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace
+}  // namespace tagvera::platform
