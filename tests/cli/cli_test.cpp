@@ -30,7 +30,7 @@ TEST(Cli, HelpAndVersion) {
     r = RunCli({"--version"}, kLibrary);
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out.rfind("tagvera 2.8.2\n", 0), 0u) << r.out;
-    EXPECT_NE(r.out.find("version 282"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find(": package tagvera, version 282, 8 components\n"), std::string::npos) << r.out;
 
     r = RunCli({"components", "--help"});
     EXPECT_EQ(r.status, 0);
@@ -72,6 +72,7 @@ TEST(Cli, ComponentsJsonMatchesTheTable) {
     const Json doc = JsonParser::Parse(r.out);
     EXPECT_EQ(doc["package"].string, "tagvera");
     EXPECT_EQ(doc["version"].number, 282);
+    EXPECT_EQ(doc["namespace"].string.rfind("http", 0), 0u);
     const auto& list = doc["components"].array;
     ASSERT_EQ(list.size(), 8u);
     for (size_t i = 0; i < 8; ++i) {
