@@ -1,4 +1,4 @@
-// The command's JSON writer: escaping, invalid UTF-8, nesting; read back by a JSON reader.
+// The command's JSON writer: escaping, invalid UTF-8, and what the commands' own tests never show.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -23,37 +23,16 @@ TEST(JsonOutput, QuotesEverythingThatNeedsIt) {
     EXPECT_EQ(JsonQuote("\xE2\x82"), "\"\xEF\xBF\xBD\"") << "a broken sequence is one replacement";
 }
 
-TEST(JsonOutput, NestedDocumentsReadBack) {
+// Numbers, booleans, string lists and nested objects are read back in every command's JSON test;
+// here what no command's test output happens to hold: null and empty containers.
+TEST(JsonOutput, NullAndEmptyContainersReadBack) {
     std::ostringstream out;
     JsonWriter json(out);
-    json.beginObject()
-        .field("name", "x\"y")
-        .field("count", 3)
-        .field("big", uint64_t{1} << 40)  // a size past 4 GB
-        .field("yes", true)
-        .field("list", std::vector<std::string>{"a", "b"})
-        .field("empty", std::vector<std::string>{})
-        .key("nothing")
-        .null()
-        .key("objects")
-        .beginArray()
-        .beginObject()
-        .field("k", "v")
-        .endObject()
-        .beginObject()
-        .endObject()
-        .endArray()
-        .endObject();
-    const std::string text = out.str();
-    EXPECT_EQ(text.back(), '\n');
-    const Json doc = JsonParser::Parse(text);
-    EXPECT_EQ(doc["name"].string, "x\"y");
-    EXPECT_EQ(doc["count"].number, 3);
-    EXPECT_EQ(doc["big"].number, int64_t{1} << 40);
-    EXPECT_TRUE(doc["yes"].boolean);
-    EXPECT_EQ(doc["list"].strings(), (std::vector<std::string>{"a", "b"}));
-    EXPECT_TRUE(doc["empty"].array.empty());
+    json.beginObject().key("nothing").null().field("empty", std::vector<std::string>{}).key("objects").beginArray();
+    json.beginObject().endObject().endArray().endObject();
+    EXPECT_EQ(out.str().back(), '\n');
+    const Json doc = JsonParser::Parse(out.str());
     EXPECT_EQ(doc["nothing"].kind, Json::Kind::Null);
-    EXPECT_EQ(doc["objects"].array.at(0)["k"].string, "v");
-    EXPECT_EQ(doc["objects"].array.at(1).kind, Json::Kind::Object);
+    EXPECT_TRUE(doc["empty"].array.empty());
+    EXPECT_EQ(doc["objects"].array.at(0).kind, Json::Kind::Object);
 }
