@@ -35,6 +35,7 @@ HRESULT CImportMP3File::InternalQueryInterface(const GUID& iid, void** out) {
         return Hand(static_cast<IMPAHandleMetaProperties2*>(this), out);
     if (iid == IID_IMPAInterrogateLite) return Hand(static_cast<IMPAInterrogateLite*>(this), out);
     if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
+    if (iid == IID_IMPAStructureReport) return Hand(static_cast<IMPAStructureReport*>(this), out);
     return NoInterface(out);
 }
 

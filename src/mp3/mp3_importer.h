@@ -27,6 +27,7 @@
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/mp3.h"
+#include "tagvera/structure_report.h"
 
 namespace tagvera {
 
@@ -36,7 +37,8 @@ class CImportMP3File : public CUnknownIMP,
                        public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
                        public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
                        public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
-                       public IMPAWriteReport {
+                       public IMPAWriteReport,
+                       public IMPAStructureReport {
 public:
     // The statistics' "MimeType".
     static constexpr const char* kMimeType = "audio/mp3";
@@ -63,6 +65,10 @@ public:
 
     // IMPAWriteReport
     HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
+
+    // IMPAStructureReport (mp3_structure_report.cpp)
+    HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
+                                          IKMABuffer** reason) override;
 
     // IMPAHandleMetaProperties2
     HRESULT TV_STDCALL Prepare(uint32_t what) override;
