@@ -14,6 +14,10 @@
 // (u32 each), a table of {offset, saved, written} (u64 each), the saved bytes of every range in
 // order, and the checksum of everything before it.
 //
+// A journal is used only on the file it was written for (same device and inode). An in-place edit
+// by another program between a crash and tagvera's next open is not seen: the ranges the journal
+// holds are put back over it.
+//
 // The caller holds the file's write lock for the journal's whole life.
 #ifndef TAGVERA_PLATFORM_WRITE_JOURNAL_H
 #define TAGVERA_PLATFORM_WRITE_JOURNAL_H
