@@ -3,6 +3,7 @@
 // lists each component advertises are the importers' own (importer_kit/advertised_types.h).
 #include "package/component_table.h"
 
+#include "kmedia/kmj_importer.h"
 #include "metaprop/metaprop_component.h"
 #include "mp3/mp3_importer.h"
 #include "package/importer_kit/advertised_types.h"
@@ -27,7 +28,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     NumberRow(kLoadMultiple, 1),
 
     // 1: KorvaMedia files
-    ComponentRow(CLSID_CImportKMJFile, CreateNotBuiltComponent),
+    ComponentRow(CLSID_CImportKMJFile, CreateImportKMJFile),
     NumberRow(kLoadMultiple, 1),
     StringRow(kExtensions, advertised::kKorvaMediaExtensions),
     StringRow(kMimeTypes, advertised::kKorvaMediaMimeTypes),

@@ -1,0 +1,90 @@
+// CImportKMJFile: the package's component for KorvaMedia files. It reads a file's header objects
+// once when the file is set (never its packets) and fills the host's tree from four sources: the
+// jukebox block (the trailer at the end of the file, else the "KJMDTag" copy in the file-info
+// stream), the ID3v1 tag, the stream headers and the content description "CONT".
+#ifndef TAGVERA_KMEDIA_KMJ_IMPORTER_H
+#define TAGVERA_KMEDIA_KMJ_IMPORTER_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "component/context_user.h"
+#include "component/unknown.h"
+#include "kmedia/header_walk.h"
+#include "package/importer_kit/set_filename_shims.h"
+#include "platform/file.h"
+#include "tags/jukebox/jukebox_parser.h"
+#include "tagvera/com_ptr.h"
+#include "tagvera/importer.h"
+#include "tagvera/metaprop.h"
+#include "tagvera/structure_report.h"
+
+namespace tagvera {
+
+class CImportKMJFile : public CUnknownIMP,
+                       public CKCAContextUserMixin,
+                       public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
+                       public SetFilenameOpens<IMPAHandleMetaProperties, OpenForm::Full>,
+                       // The light form makes no jukebox parser: the block is never read.
+                       public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
+                       public IMPAStructureReport {
+public:
+    CImportKMJFile() = default;
+    ~CImportKMJFile() override;
+
+    TV_IMPLEMENT_IUNKNOWN
+    HRESULT InternalQueryInterface(const GUID& iid, void** out) override;
+
+    HRESULT OpenFile(const char* path, OpenForm form) override;
+
+    // IMPAInterrogateFile
+    HRESULT TV_STDCALL Interrogate(IMPAMetaProperty** tree) override;
+    HRESULT TV_STDCALL SetOption(uintptr_t option, uintptr_t value) override;
+    HRESULT TV_STDCALL SetOption2(uintptr_t option, uintptr_t value) override;
+    HRESULT TV_STDCALL GetSupportedMimeTypes(char* buffer, uint32_t* size) override;
+    HRESULT TV_STDCALL GetSupportedExtensions(char* buffer, uint32_t* size) override;
+
+    // IMPAInterrogateLite
+    HRESULT TV_STDCALL InterrogateLite(IMPAMetaProperty** tree) override;
+
+    // IMPAHandleMetaProperties (kmj_jukebox_source.cpp for the on-demand data)
+    HRESULT TV_STDCALL Prepare(uint32_t what) override;
+    HRESULT TV_STDCALL GetPropertyData(IMPAMetaProperty* property, uint8_t* buffer, uint32_t size) override;
+    HRESULT TV_STDCALL SavePropertyData(IMPAMetaProperty* property, const char* path) override;
+    HRESULT TV_STDCALL WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                           uint32_t force) override;
+
+    // IMPAStructureReport (kmj_structure_report.cpp)
+    HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
+                                          IKMABuffer** reason) override;
+
+private:
+    void Forget();
+    HRESULT Fill(IMPAMetaProperty** out, OpenForm form);
+    // Reads the jukebox block into the parser and the tree, once per opened file.
+    HRESULT LoadJukebox();
+    HRESULT LoadJukeboxImpl();
+    // The block from the file-info copy ("KJMDTag" and its sections); empty when there is none.
+    std::vector<uint8_t> FileInfoBlock() const;
+    HRESULT MergeId3v1();
+    HRESULT SetStatistics(IMPAFileProperties* stats, bool* complete);
+    HRESULT MergeContent(IMPAFileProperties* stats);
+
+    std::string path_;
+    std::string extension_;  // with its dot; empty when the name has none
+    std::optional<platform::File> file_;
+    std::optional<kmedia::KmHeaders> headers_;
+    ComPtr<IMPAMetaProperty> tree_;
+    ComPtr<IMPAKJMDParser> jukebox_;
+    bool jukeboxLoaded_ = false;
+    bool jukeboxPresent_ = false;
+};
+
+// The component-table creator.
+HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);
+
+}  // namespace tagvera
+
+#endif

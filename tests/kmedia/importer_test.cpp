@@ -1,0 +1,252 @@
+// CImportKMJFile as a host meets it, over generated files of every kind: statistics, the
+// "Extension" mark, and which source wins for each descriptive property.
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "host/host.h"
+#include "kmedia/km_generator.h"
+#include "mp3_importer/tree_support.h"
+#include "platform/scratch_dir.h"
+#include "tagvera/components.h"
+#include "tagvera/importer.h"
+#include "tagvera/plugin.h"
+
+namespace tagvera::kmedia::testing {
+namespace {
+
+using tagvera::testing::NodeAt;
+using tagvera::testing::NumberAt;
+using tagvera::testing::TextAt;
+
+host::Host& SharedHost() {
+    static host::Host* host = [] {
+        host::HostOptions options;
+        options.libraryPath = TAGVERA_LIBRARY_PATH;
+        options.keepLoaded = true;
+        return new host::Host(options);
+    }();
+    return *host;
+}
+
+struct Result {
+    HRESULT open = TV_E_FAIL, result = TV_E_FAIL;
+    ComPtr<IMPAInterrogateFile> importer;
+    ComPtr<IMPAMetaProperty> tree;
+    std::string text(const char* p) const { return tree ? TextAt(tree.get(), p) : ""; }
+    uint32_t number(const char* p) const { return tree ? NumberAt(tree.get(), p) : UINT32_MAX; }
+};
+
+Result Interrogate(const std::string& path, bool light = false) {
+    Result r;
+    HRESULT hr = TV_S_OK;
+    r.importer = SharedHost().CreateAs<IMPAInterrogateFile>(CLSID_CImportKMJFile, IID_IMPAInterrogateFile, &hr);
+    EXPECT_EQ(hr, TV_S_OK);
+    if (!r.importer) return r;
+    if (light) {
+        auto lite = QueryAs<IMPAInterrogateLite>(r.importer, IID_IMPAInterrogateLite);
+        r.open = lite->SetFilename(path.c_str());
+        if (Succeeded(r.open)) r.result = lite->InterrogateLite(r.tree.put());
+        return r;
+    }
+    r.open = r.importer->SetFilename(path.c_str());
+    if (Succeeded(r.open)) r.result = r.importer->Interrogate(r.tree.put());
+    return r;
+}
+
+KmFileSpec Audio(uint32_t bitRate = 64000) {
+    KmFileSpec s;
+    s.durationMs = 180000;
+    s.content = ContentObject{.title = "Cont Title", .author = "Cont Author", .copyright = "Cont (c)"};
+    s.streams = {AudioStream(0, bitRate, "kaac", 2)};
+    return s;
+}
+
+struct KindCase {
+    const char* name;
+    const char* fileName;
+    std::function<KmFileSpec()> spec;
+    std::function<void(const Result&)> check;
+};
+
+TEST(KmImporter, EveryGeneratedKind) {
+    test::ScratchDir dir;
+    const std::vector<KindCase> cases = {
+        {"one audio stream", "a.kmj", [] { return Audio(); },
+         [](const Result& r) {
+             EXPECT_EQ(r.result, TV_S_OK);
+             EXPECT_EQ(r.number("Statistics:Length"), 180000u);
+             EXPECT_EQ(r.number("Statistics:Quality"), 64000u);
+             EXPECT_EQ(r.number("Statistics:Channels"), 2u);
+             EXPECT_EQ(r.text("Statistics:Extension"), ".ka1");
+             EXPECT_EQ(r.text("Statistics:MimeType"), "audio/vnd.kn-korvaaudio");
+             EXPECT_EQ(r.text("Statistics:AudioCodecFourCC"), "kaac");
+             EXPECT_EQ(r.text("Track:Name"), "Cont Title");
+             EXPECT_EQ(r.text("Artist:Name"), "Cont Author");
+             EXPECT_EQ(r.text("Track:Copyright"), "Cont (c)");
+         }},
+        {"audio and video", "v.km",
+         [] {
+             auto s = Audio(32000);
+             s.streams.push_back(VideoStream(1, 500000, "KV40", 320, 240, 0x3000));
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.number("Statistics:Quality"), 532000u);
+             EXPECT_EQ(r.number("Statistics:VBR"), 0u);
+             EXPECT_EQ(r.number("Statistics:Width"), 320u);
+             EXPECT_EQ(r.number("Statistics:Height"), 240u);
+             EXPECT_EQ(r.number("Statistics:VideoBitrate"), 500000u);
+             EXPECT_TRUE(NodeAt(r.tree.get(), "Statistics:HasVideo"));
+             EXPECT_EQ(r.text("Statistics:Extension"), ".kv1");
+             EXPECT_EQ(r.text("Statistics:MimeType"), "video/vnd.kn-korvavideo");
+         }},
+        {"several audio streams: the fastest gives the channels", "m.kax",
+         [] {
+             auto s = Audio(20000);
+             s.streams.push_back(AudioStream(1, 96000, "tolk", 6, 5, 17, 0));
+             s.streams.push_back(AudioStream(2, 48000, "sipr", 1, 4));
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.number("Statistics:Quality"), 96000u);
+             EXPECT_EQ(r.number("Statistics:Channels"), 6u);
+             EXPECT_EQ(r.text("Statistics:Surround"), "true");
+             EXPECT_EQ(r.text("Statistics:Extension"), ".ka1");  // kaac ranks above the high flavour
+         }},
+        {"lossless", "l.km",
+         [] {
+             auto s = Audio();
+             s.streams = {LosslessStream(0)};
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.number("Statistics:Channels"), 2u);
+             EXPECT_EQ(r.number("Statistics:Quality"), 705100u);
+             EXPECT_EQ(r.text("Statistics:Extension"), ".kll");
+         }},
+        {"no streams, no duration: incomplete", "e.mnd",
+         [] {
+             KmFileSpec s;
+             s.withIndex = false;
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.result, TV_S_INCOMPLETE);
+             EXPECT_EQ(r.text("Statistics:Extension"), ".mnd");
+         }},
+        {".KMS first, unknown object version, no index", "s.kms",
+         [] {
+             auto s = Audio();
+             s.streamFileHeader = true;
+             s.unknownVersionObject = true;
+             s.withIndex = false;
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.result, TV_S_OK);
+             EXPECT_EQ(r.text("Track:Name"), "Cont Title");
+         }},
+        {"title of three fields", "t.km",
+         [] {
+             auto s = Audio();
+             s.content.title = "The Album/The Name/Jazz";
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.text("Album:Name"), "The Album");
+             EXPECT_EQ(r.text("Track:Name"), "The Name");
+             EXPECT_EQ(r.text("Track:Genre"), "Jazz");
+         }},
+        {"title of two fields gives the album only", "t2.km",
+         [] {
+             auto s = Audio();
+             s.content.title = "The Album/The Name";
+             return s;
+         },
+         [](const Result& r) {
+             EXPECT_EQ(r.text("Album:Name"), "The Album");
+             EXPECT_EQ(r.text("Track:Name"), "");
+         }},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const std::string path = dir.file(c.fileName);
+        WriteFile(path, BuildKmFile(c.spec()));
+        const Result r = Interrogate(path);
+        ASSERT_EQ(r.open, TV_S_OK);
+        c.check(r);
+        EXPECT_EQ(r.text("Statistics:Filename"), path);
+    }
+}
+
+// The trailer before the file-info copy before ID3v1 before "CONT", property by property.
+TEST(KmImporter, SourcePriority) {
+    test::ScratchDir dir;
+    const auto info = [](const std::string& title) {
+        return FileInfoStream({NameValueProperty::Text("File ID", "x"), NameValueProperty::Buffer("KJMDTag", JukeboxBlock(title))});
+    };
+    struct Case {
+        const char* name;
+        bool trailer, fileInfo, id3v1;
+        const char* title;
+    };
+    const std::vector<Case> cases = {
+        {"trailer wins over all", true, true, true, "Trailer"},
+        {"file-info copy without a trailer", false, true, true, "FileInfo"},
+        {"ID3v1 before CONT", false, false, true, "Id3v1"},
+        {"CONT last", false, false, false, "Cont Title"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto s = Audio();
+        if (c.fileInfo) s.streams.push_back(info("FileInfo"));
+        if (c.trailer) s.trailerBlock = JukeboxBlock("Trailer");
+        if (c.id3v1 || c.trailer) s.id3v1 = Id3v1Bytes("Id3v1", "Id3 Artist", 255, 0, "1999");
+        const std::string path = dir.file("p.kmj");
+        WriteFile(path, BuildKmFile(s));
+        const Result r = Interrogate(path);
+        ASSERT_EQ(r.open, TV_S_OK);
+        EXPECT_EQ(r.text("Track:Name"), c.title);
+        // A source that has no artist leaves it to the next.
+        EXPECT_EQ(r.text("Artist:Name"), c.id3v1 || c.trailer ? "Id3 Artist" : "Cont Author");
+        EXPECT_EQ(r.text("Track:Genre"), "");  // genre byte 255 sets none
+    }
+    // Light mode reads no jukebox block.
+    auto s = Audio();
+    s.trailerBlock = JukeboxBlock("Trailer");
+    s.id3v1 = Id3v1Bytes("Id3v1", "", 255, 0);
+    const std::string path = dir.file("light.kmj");
+    WriteFile(path, BuildKmFile(s));
+    EXPECT_EQ(Interrogate(path, true).text("Track:Name"), "Id3v1");
+}
+
+TEST(KmImporter, OpeningFailuresGiveTheirCodes) {
+    test::ScratchDir dir;
+    auto bytes = BuildKmFile(Audio());
+    struct Case {
+        const char* name;
+        std::function<void(std::vector<uint8_t>&)> damage;
+        HRESULT code;
+    };
+    const std::vector<Case> cases = {
+        {"bare KorvaAudio", [](auto& b) { b[0] = '.', b[1] = 'k', b[2] = 'a', b[3] = 0xFD; }, kKmBareKorvaAudio},
+        {"not KorvaMedia", [](auto& b) { b[0] = 'R'; }, kKmNotKorvaMedia},
+        {"file header version 2", [](auto& b) { b[9] = 2; }, kKmFileVersionTooNew},
+        {"PROP size 0", [](auto& b) { b[22] = b[23] = b[24] = b[25] = 0; }, TV_E_FAIL},
+        {"PROP size past the file", [](auto& b) { b[22] = 0x7F; }, TV_E_FAIL},
+        {"cut inside CONT", [](auto& b) { b.resize(18 + 50 + 5); }, TV_E_FAIL},
+        {"empty file", [](auto& b) { b.clear(); }, kKmNotKorvaMedia},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto damaged = bytes;
+        c.damage(damaged);
+        const std::string path = dir.file("bad.km");
+        WriteFile(path, damaged);
+        EXPECT_EQ(Interrogate(path).open, c.code);
+    }
+}
+
+}  // namespace
+}  // namespace tagvera::kmedia::testing
