@@ -1,0 +1,98 @@
+#include "kmedia/km_edit.h"
+
+#include <filesystem>
+
+#include "base/error.h"
+#include "kmedia/convert/stream_converter.h"
+#include "kmedia/logical_stream.h"
+#include "platform/file.h"
+#include "platform/safe_write.h"
+
+namespace tagvera::kmedia {
+
+HRESULT CKMEdit::SetInputFile(const std::string& path, bool readHeaders) {
+    return Guard([&]() -> HRESULT {
+        Close();
+        platform::File file(path, platform::OpenMode::Read);
+        if (!file.regular()) return TV_E_FAIL;
+        headers_ = ReadKmHeaders(file);
+        input_ = path;
+        if (!readHeaders) return TV_S_OK;
+        if (headers_->content && headers_->content->header.KnownVersion()) content_ = *headers_->content;
+        if (headers_->properties && headers_->properties->header.KnownVersion())
+            flags_ = headers_->properties->flags & PropertiesObject::kKeptFlags;
+        if (const MediaPropertiesObject* info = headers_->FileInfo()) {
+            fileInfo_ = LogicalStreamRecord::Read(info->typeSpecific).properties;
+            fileInfoRead_ = true;
+        }
+        return TV_S_OK;
+    });
+}
+
+HRESULT CKMEdit::SetOutputFile(const std::string& path) {
+    if (path.empty()) return TV_E_INVALIDARG;
+    output_ = path;
+    return TV_S_OK;
+}
+
+void CKMEdit::Close() {
+    headers_.reset();
+    input_.clear();
+    content_ = ContentObject{};
+    flags_ = 0;
+    fileInfo_.clear();
+    fileInfoRead_ = false;
+}
+
+HRESULT CKMEdit::SetTitle(std::string_view text) {
+    content_.title = text;
+    return TV_S_OK;
+}
+
+namespace {
+
+HRESULT SetShort(std::string& field, std::string_view text) {
+    if (text.size() > CKMEdit::kMaxShortText) return TV_E_BUFFERTOOSMALL;
+    field = text;
+    return TV_S_OK;
+}
+
+}  // namespace
+
+HRESULT CKMEdit::SetAuthor(std::string_view text) { return SetShort(content_.author, text); }
+HRESULT CKMEdit::SetCopyright(std::string_view text) { return SetShort(content_.copyright, text); }
+HRESULT CKMEdit::SetComment(std::string_view text) { return SetShort(content_.comment, text); }
+
+void CKMEdit::SetFileFlag(FileFlag flag, bool on) {
+    flags_ = static_cast<uint16_t>(on ? flags_ | flag : flags_ & ~flag);
+}
+
+uint32_t CKMEdit::DurationMs() const {
+    if (!headers_ || !headers_->properties || !headers_->properties->header.KnownVersion()) return 0;
+    return headers_->properties->durationMs;
+}
+
+HRESULT CKMEdit::Save() {
+    if (!headers_) return TV_E_NOTLOADED;
+    if (output_.empty()) return TV_E_INVALIDARG;
+    return Guard([&]() -> HRESULT {
+        platform::File input(input_, platform::OpenMode::Read);
+        // The headers again: the file may have changed since it was opened.
+        const KmHeaders now = ReadKmHeaders(input);
+        ConvertPlan plan;
+        plan.content = content_;
+        plan.flags = flags_;
+        if (fileInfoRead_ || !fileInfo_.empty()) plan.fileInfo = fileInfo_;
+        plan.startMs = startMs_;
+        plan.endMs = endMs_;
+        plan.fileVersion = fileVersion_;
+        const platform::FileLayout layout = ConvertLayout(input, now, plan);
+        // A new output file starts empty, so that the rewrite has a file to replace.
+        std::error_code ec;
+        if (!std::filesystem::exists(output_, ec)) platform::WriteFileAtomically(output_, {});
+        platform::RewriteFile(output_, layout);
+        return TV_S_OK;
+    });
+}
+
+}  // namespace tagvera::kmedia
