@@ -7,8 +7,9 @@
 
 #include "base/error.h"
 #include "base/read_buffer.h"
-#include "tags/id3v1/lyrics3.h"
 #include "tags/id3v1/id3v1_tag.h"
+#include "tags/id3v1/lyrics3.h"
+#include "tags/id3v2/tag_reader.h"
 #include "mp3/mpeg/bit_stream.h"
 
 namespace tagvera {
@@ -35,23 +36,10 @@ ReadBuffer ReadUpTo(ByteSource& file, uint64_t offset, uint64_t limit) {
 
 // The end of the audio: before an ID3v1 tag and a Lyrics3 v2 block in front of it.
 uint64_t AudioEnd(ByteSource& file) {
-    const uint64_t size = file.size();
-    if (size < kId3v1Size) return size;
-    uint8_t head[3] = {};
-    if (file.readAt(size - kId3v1Size, head) != 3 || std::memcmp(head, "TAG", 3) != 0) return size;
-    const uint64_t end = size - kId3v1Size;
+    if (!EndsWithId3v1Tag(file)) return file.size();
+    const uint64_t end = file.size() - kId3v1Size;
     Lyrics3Tag lyrics3;
     return ReadLyrics3v2Tag(file, end, &lyrics3, false) ? lyrics3.offset : end;
-}
-
-// The size of an ID3v2 tag starting the bytes, header and footer included; 0 when there is none.
-uint64_t Id3v2TagSize(std::span<const uint8_t> b) {
-    if (b.size() < 10 || std::memcmp(b.data(), "ID3", 3) != 0 || b[3] == 0xFF || b[4] == 0xFF) return 0;
-    for (int i = 6; i < 10; ++i)
-        if (b[i] >= 0x80) return 0;
-    const uint64_t body = uint64_t(b[6]) << 21 | uint64_t(b[7]) << 14 | uint64_t(b[8]) << 7 | b[9];
-    const bool footer = b[3] == 4 && (b[5] & 0x10);
-    return 10 + body + (footer ? 10 : 0);
 }
 
 class Scanner {
@@ -84,11 +72,11 @@ private:
             throw Error(TV_E_FAIL, "a KorvaMedia file, not MPEG audio");
         // Taggers sometimes leave several ID3v2 tags in a row.
         for (int i = 0; i < kMaxStackedId3v2Tags; ++i) {
-            const uint64_t tagSize = Id3v2TagSize(head);
-            if (tagSize == 0) break;
+            const auto tag = id3v2::ParseTagHeader(head);
+            if (!tag) break;
             // A size past the audio is a damaged tag: let the sync search pass over it instead.
-            if (tagSize >= audioEnd - offset) break;
-            offset += tagSize;
+            if (tag->totalSize() >= audioEnd - offset) break;
+            offset += tag->totalSize();
             head = ReadUpTo(file_, offset, std::min<uint64_t>(10, audioEnd - offset));
         }
         return offset;

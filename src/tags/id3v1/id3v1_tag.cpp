@@ -67,13 +67,15 @@ HRESULT ReadId3v1Tag(ByteSource& file, Id3v1Tag* out) {
     return ParseId3v1Tag(record, out) ? TV_S_OK : TV_E_FAIL;
 }
 
+bool EndsWithId3v1Tag(ByteSource& file) {
+    const uint64_t size = file.size();
+    uint8_t head[3] = {};
+    return size >= kId3v1Size && file.readAt(size - kId3v1Size, head) == 3 && std::memcmp(head, "TAG", 3) == 0;
+}
+
 HRESULT Id3v1WriteOffset(ByteSource& file, uint64_t* offset, bool* replacesTag) {
     const uint64_t size = file.size();
-    bool replaces = false;
-    if (size >= kId3v1Size) {
-        uint8_t head[3] = {};
-        replaces = file.readAt(size - kId3v1Size, head) == 3 && std::memcmp(head, "TAG", 3) == 0;
-    }
+    const bool replaces = EndsWithId3v1Tag(file);
     const uint64_t at = replaces ? size - kId3v1Size : size;
     if (replacesTag) *replacesTag = replaces;
     if (offset) *offset = at;

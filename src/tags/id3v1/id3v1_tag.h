@@ -54,6 +54,10 @@ enum class Id3v1Padding { Trim, Keep };
 // malformed).
 bool ParseId3v1Tag(std::span<const uint8_t> record, Id3v1Tag* out, Id3v1Padding padding = Id3v1Padding::Trim);
 
+// True when the file's last 128 bytes begin with "TAG": what every reader takes for a record.
+// A failing read throws Error.
+bool EndsWithId3v1Tag(ByteSource& file);
+
 // The file's last 128 bytes as a record. E_FAIL when the file is shorter or has no tag; a failing
 // read throws Error.
 HRESULT ReadId3v1Tag(ByteSource& file, Id3v1Tag* out);
