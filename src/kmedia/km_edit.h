@@ -46,6 +46,7 @@ public:
 
     // The file-info properties (empty when the file has none); changes go into the next Save.
     std::vector<NameValueProperty>& FileInfo() { return fileInfo_; }
+    const std::vector<NameValueProperty>& FileInfo() const { return fileInfo_; }
     const KmHeaders* Headers() const { return headers_ ? &*headers_ : nullptr; }
     uint32_t DurationMs() const;
 

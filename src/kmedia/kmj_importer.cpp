@@ -65,7 +65,7 @@ HRESULT CImportKMJFile::InternalQueryInterface(const GUID& iid, void** out) {
 void CImportKMJFile::Forget() {
     tree_.reset();
     jukebox_.reset();
-    headers_.reset();
+    edit_.reset();
     file_.reset();
     path_.clear();
     extension_.clear();
@@ -90,8 +90,8 @@ HRESULT CImportKMJFile::OpenFile(const char* path, OpenForm form) {
         }
         path_ = path;
         extension_ = ExtensionOf(path_);
-        headers_ = kmedia::ReadKmHeaders(*file_);
-        return TV_S_OK;
+        edit_.emplace();
+        return edit_->SetInputFile(path_, true);
     });
     if (Failed(result)) Forget();
     return result;
@@ -104,7 +104,7 @@ HRESULT CImportKMJFile::MergeId3v1() {
 }
 
 HRESULT CImportKMJFile::SetStatistics(IMPAFileProperties* stats, bool* complete) {
-    const kmedia::StreamSummary summary = kmedia::SummarizeStreams(*headers_);
+    const kmedia::StreamSummary summary = kmedia::SummarizeStreams(Headers());
     IMPAMetaProperty* tree = tree_.get();
     FirstFailure step;
     for (const auto& v : summary.videos) {
@@ -125,16 +125,15 @@ HRESULT CImportKMJFile::SetStatistics(IMPAFileProperties* stats, bool* complete)
         step(tree->AddText("Statistics:Surround", "true", kFlagReadOnly, true, nullptr));
     if (!summary.audioCodec.empty())
         step(tree->AddText("Statistics:AudioCodecFourCC", summary.audioCodec.c_str(), kFlagReadOnly, true, nullptr));
-    const uint32_t duration =
-        headers_->properties && headers_->properties->header.KnownVersion() ? headers_->properties->durationMs : 0;
+    const uint32_t duration = edit_->DurationMs();
     if (duration != 0) step(stats->SetLength(duration));
     *complete = duration != 0 && quality != 0 && summary.channels != 0;
     return step.result();
 }
 
 HRESULT CImportKMJFile::MergeContent(IMPAFileProperties*) {
-    if (!headers_->content || !headers_->content->header.KnownVersion()) return TV_S_OK;
-    const kmedia::ContentObject& c = *headers_->content;
+    if (!Headers().content || !Headers().content->header.KnownVersion()) return TV_S_OK;
+    const kmedia::ContentObject& c = *Headers().content;
     IMPAMetaProperty* tree = tree_.get();
     FirstFailure step;
     // A title of "album/name/genre" is how older rippers filled the one field they had.
@@ -160,7 +159,7 @@ HRESULT CImportKMJFile::Fill(IMPAMetaProperty** out, OpenForm form) {
     if (!out) return TV_E_POINTER;
     *out = nullptr;
     return Guard([&]() -> HRESULT {
-        if (!headers_ || !tree_) return TV_E_NOTLOADED;
+        if (!edit_ || !tree_) return TV_E_NOTLOADED;
         if (form == OpenForm::Full) LoadJukebox();  // a block that does not load leaves the other sources
         auto stats = QueryAs<IMPAFileProperties>(tree_.get(), IID_IMPAFileProperties);
         if (!stats) return TV_E_NOINTERFACE;

@@ -12,7 +12,7 @@
 
 #include "component/context_user.h"
 #include "component/unknown.h"
-#include "kmedia/header_walk.h"
+#include "kmedia/km_edit.h"
 #include "package/importer_kit/set_filename_shims.h"
 #include "platform/file.h"
 #include "tags/jukebox/jukebox_parser.h"
@@ -71,11 +71,13 @@ private:
     HRESULT MergeId3v1();
     HRESULT SetStatistics(IMPAFileProperties* stats, bool* complete);
     HRESULT MergeContent(IMPAFileProperties* stats);
+    const kmedia::KmHeaders& Headers() const { return *edit_->Headers(); }
 
     std::string path_;
     std::string extension_;  // with its dot; empty when the name has none
     std::optional<platform::File> file_;
-    std::optional<kmedia::KmHeaders> headers_;
+    // Opened on the file with its headers read; what every source but the tail comes from.
+    std::optional<kmedia::CKMEdit> edit_;
     ComPtr<IMPAMetaProperty> tree_;
     ComPtr<IMPAKJMDParser> jukebox_;
     bool jukeboxLoaded_ = false;

@@ -20,14 +20,8 @@ constexpr char kTagName[] = "KJMDTag";
 }  // namespace
 
 std::vector<uint8_t> CImportKMJFile::FileInfoBlock() const {
-    const kmedia::MediaPropertiesObject* info = headers_->FileInfo();
-    if (!info) return {};
     kmedia::LogicalStreamRecord record;
-    try {
-        record = kmedia::LogicalStreamRecord::Read(info->typeSpecific);
-    } catch (const Error&) {
-        return {};
-    }
+    record.properties = edit_->FileInfo();
     const kmedia::NameValueProperty* tag = record.Find(kTagName);
     if (!tag || tag->type != kmedia::NameValueProperty::kBuffer) return {};
     std::vector<uint8_t> block = tag->value;
@@ -46,7 +40,7 @@ std::vector<uint8_t> CImportKMJFile::FileInfoBlock() const {
 }
 
 HRESULT CImportKMJFile::LoadJukebox() {
-    if (!headers_) return TV_E_NOTLOADED;
+    if (!edit_) return TV_E_NOTLOADED;
     if (jukeboxLoaded_) return TV_S_OK;
     if (!jukebox_) return TV_E_NOTLOADED;
     return Guard([&] { return LoadJukeboxImpl(); });

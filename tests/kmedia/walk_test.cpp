@@ -9,6 +9,8 @@
 #include "kmedia/km_generator.h"
 #include "kmedia/structure_text.h"
 #include "kmedia/trailer.h"
+#include "platform/file.h"
+#include "platform/scratch_dir.h"
 
 namespace tagvera::kmedia::testing {
 namespace {
@@ -117,6 +119,28 @@ TEST(KmWalk, TruncatedAtEveryBoundary) {
             } catch (const Error&) {
             }
         }
+}
+
+// Interrogation reads the headers and the tail: as many bytes for a file of many packets as for one
+// of a few.
+TEST(KmWalk, BytesReadDoNotGrowWithTheMedia) {
+    test::ScratchDir dir;
+    std::vector<uint64_t> read;
+    for (uint32_t packets : {2u, 2000u}) {
+        auto spec = TwoStreams();
+        spec.packetsPerStream = packets;
+        spec.payloadSize = 1000;
+        spec.trailerBlock = std::vector<uint8_t>(40, 'k');
+        spec.id3v1 = Id3v1Bytes("t", "a", 1, 2);
+        const std::string path = dir.file("big.km");
+        WriteFile(path, BuildKmFile(spec));
+        platform::File file(path, platform::OpenMode::Read);
+        ReadKmHeaders(file);
+        ASSERT_TRUE(FindTrailer(file));
+        read.push_back(file.bytesRead());
+    }
+    EXPECT_EQ(read[0], read[1]);
+    EXPECT_LT(read[1], 2048u);
 }
 
 TEST(KmWalk, TrailerIsFoundOnlyWhenItFits) {
