@@ -89,6 +89,12 @@ private:
 
 // Overflow-checked addition of sizes taken from a file.
 inline bool AddOverflows(uint64_t a, uint64_t b, uint64_t* out) { return __builtin_add_overflow(a, b, out); }
+// The same where a sum that does not fit makes the block malformed: it throws failCode.
+inline uint64_t CheckedSum(uint64_t a, uint64_t b, HRESULT failCode, const char* what) {
+    uint64_t sum = 0;
+    if (AddOverflows(a, b, &sum)) throw Error(failCode, what);
+    return sum;
+}
 
 }  // namespace tagvera
 

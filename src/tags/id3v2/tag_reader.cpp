@@ -215,9 +215,11 @@ private:
             f.version = tag_.major;
             f.statusFlags = static_cast<uint16_t>(tag_.major == 3 ? flags & 0xE000 : (flags & 0x7000) << 1);
             f.payload.assign(data.begin(), data.begin() + static_cast<ptrdiff_t>(cut->kept));
-            const uint64_t frameOffset = tag_.offset + cut->frameStart;
+            // Where the tag says it starts in the file is the caller's, the rest is the tag's.
+            const char* beyond = "picture beyond the end of a file";
+            const uint64_t frameOffset = CheckedSum(tag_.offset, cut->frameStart, TV_E_FAIL, beyond);
             f.deferred = Frame::Deferred{frameOffset, static_cast<uint32_t>(data.size()), tag_.major == 4,
-                                         frameOffset + kHeaderSize + cut->kept,
+                                         CheckedSum(frameOffset, kHeaderSize + cut->kept, TV_E_FAIL, beyond),
                                          static_cast<uint32_t>(data.size() - cut->kept)};
             tag_.frames.push_back(std::move(f));
             return;
