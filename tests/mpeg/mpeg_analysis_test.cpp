@@ -10,104 +10,76 @@ namespace {
 using testing::Append;
 using testing::SilentFrames;
 
-std::vector<uint8_t> Alternating(uint32_t plain, size_t plainBytes, int pairs) {
+// The frames (header, length) in turn, the whole pattern repeated.
+std::vector<uint8_t> Pattern(std::vector<std::pair<uint32_t, size_t>> frames, int times) {
     std::vector<uint8_t> out;
-    for (int i = 0; i < pairs; ++i) {
-        Append(out, SilentFrames(plain, plainBytes, 1));
-        Append(out, SilentFrames(plain | 0x200, plainBytes + 1, 1));
-    }
+    for (int i = 0; i < times; ++i)
+        for (const auto& [header, length] : frames) Append(out, SilentFrames(header, length, 1));
     return out;
 }
 
-TEST(AnalyzeMpegAudio, ConstantRateWithAlternatingPaddingHasTheUnpaddedFrameAsBlock) {
-    const auto bytes = Alternating(0xFFFB9000, 417, 20);
-    MpegLayer3WaveFormat wf;
-    CMpegHeader first;
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, true, &first), 0);
-    EXPECT_EQ(wf.wFormatTag, 85);
-    EXPECT_EQ(wf.nChannels, 2);
-    EXPECT_EQ(wf.nSamplesPerSec, 44100u);
-    EXPECT_EQ(wf.nAvgBytesPerSec, 16000u);
-    EXPECT_EQ(wf.nBlockSize, 417);
-    EXPECT_EQ(wf.nFramesPerBlock, 1);
-    EXPECT_EQ(wf.fdwFlags, kMpegFlagCrcNever);  // padding varies: flag 0, and never a CRC
-    EXPECT_EQ(wf.cbSize, 12);
-    EXPECT_EQ(wf.wID, 1);
-    EXPECT_EQ(wf.nBlockAlign, 1);
-    EXPECT_EQ(first.frameBytes(), 417u);
-    // Without the fix the block size stays 1.
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, false), 0);
-    EXPECT_EQ(wf.nBlockSize, 1);
-}
-
-TEST(AnalyzeMpegAudio, PaddingAndCrcFlagsFollowTheFrames) {
+TEST(AnalyzeMpegAudio, MeansBlocksAndFlags) {
+    // 0xFFFB9440: 128 kbit/s at 48 kHz, 384 bytes; 0xFFFBA440 160k, 480; 0xFFFBB440 192k, 576.
+    std::vector<uint8_t> leading(333, 0);
+    Append(leading, SilentFrames(0xFFFB9440, 384, 5));
+    std::vector<uint8_t> rateChangeAfterTheWindow = SilentFrames(0xFFFB9440, 384, 170);  // 65,280 bytes
+    Append(rateChangeAfterTheWindow, SilentFrames(0xFFFBE440, 960, 100));
     const struct {
+        const char* what;
         std::vector<uint8_t> bytes;
-        uint16_t channels, blockSize;
+        int32_t skippedBits;
+        uint16_t channels;
+        uint32_t sampleRate, avgBytes;
+        uint16_t blockSize, framesPerBlock;
         uint32_t flags;
     } cases[] = {
-        {SilentFrames(0xFFFB94C0, 384, 30), 1, 384, MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},  // 48 kHz mono
-        {SilentFrames(0xFFFA9200, 418, 30), 2, 418, MPEGLAYER3_FLAG_PADDING_ON | kMpegFlagCrcAlways},
+        // Constant rate whose padding varies: the unpadded frame is the block, and no padding flag.
+        {"alternating padding", Pattern({{0xFFFB9000, 417}, {0xFFFB9200, 418}}, 20), 0, 2, 44100, 16000, 417, 1,
+         kMpegFlagCrcNever},
+        {"48 kHz mono", Pattern({{0xFFFB94C0, 384}}, 30), 0, 1, 48000, 16000, 384, 1,
+         MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},
+        {"padded, with CRC", Pattern({{0xFFFA9200, 418}}, 30), 0, 2, 44100, 16000, 418, 1,
+         MPEGLAYER3_FLAG_PADDING_ON | kMpegFlagCrcAlways},
+        // A repeating pattern of rates is a block of frames, not a variable rate.
+        {"two rates in turn", Pattern({{0xFFFB9440, 384}, {0xFFFBA440, 480}}, 15), 0, 2, 48000, 144000 / 8, 864, 2,
+         MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},
+        {"rates without a period",
+         Pattern({{0xFFFB9440, 384}, {0xFFFBA440, 480}, {0xFFFBB440, 576}, {0xFFFB9440, 384}, {0xFFFB9440, 384},
+                  {0xFFFBB440, 576}},
+                 4),
+         0, 2, 48000, (128000 * 3 + 160000 + 192000 * 2) / 6 / 8, 463, 1,
+         kMpegFlagVariableBitRate | MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},
+        {"bytes before the first frame", leading, 333 * 8, 2, 48000, 16000, 384, 1,
+         MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},
+        {"a rate change past 64 KB", rateChangeAfterTheWindow, 0, 2, 48000, 16000, 384, 1,
+         MPEGLAYER3_FLAG_PADDING_OFF | kMpegFlagCrcNever},
     };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
         MpegLayer3WaveFormat wf;
-        ASSERT_EQ(AnalyzeMpegAudio(c.bytes, &wf, true), 0);
+        ASSERT_EQ(AnalyzeMpegAudio(c.bytes, &wf, true), c.skippedBits);
+        EXPECT_EQ(wf.wFormatTag, 85);
         EXPECT_EQ(wf.nChannels, c.channels);
+        EXPECT_EQ(wf.nSamplesPerSec, c.sampleRate);
+        EXPECT_EQ(wf.nAvgBytesPerSec, c.avgBytes);
         EXPECT_EQ(wf.nBlockSize, c.blockSize);
-        EXPECT_EQ(wf.nFramesPerBlock, 1);
+        EXPECT_EQ(wf.nFramesPerBlock, c.framesPerBlock);
         EXPECT_EQ(wf.fdwFlags, c.flags);
     }
-}
-
-TEST(AnalyzeMpegAudio, ARepeatingPatternOfRatesIsNotVariable) {
-    std::vector<uint8_t> bytes;
-    for (int i = 0; i < 15; ++i) {
-        Append(bytes, SilentFrames(0xFFFB9440, 384, 1));  // 128k
-        Append(bytes, SilentFrames(0xFFFBA440, 480, 1));  // 160k
-    }
+    // Without the fix a block size that no period gives stays 1; the first header is the first frame's.
     MpegLayer3WaveFormat wf;
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, true), 0);
-    EXPECT_FALSE(wf.fdwFlags & kMpegFlagVariableBitRate);
-    EXPECT_EQ(wf.nAvgBytesPerSec, 144000u / 8);
-    EXPECT_EQ(wf.nFramesPerBlock, 2);
-    EXPECT_EQ(wf.nBlockSize, 384 + 480);
-}
-
-TEST(AnalyzeMpegAudio, RatesWithoutAPeriodAreVariableWithThePlainMean) {
-    std::vector<uint8_t> bytes;
-    const uint32_t headers[] = {0xFFFB9440, 0xFFFBA440, 0xFFFBB440, 0xFFFB9440, 0xFFFB9440, 0xFFFBB440};
-    const size_t lengths[] = {384, 480, 576, 384, 384, 576};
-    for (int round = 0; round < 4; ++round)
-        for (int i = 0; i < 6; ++i) Append(bytes, SilentFrames(headers[i], lengths[i], 1));
-    MpegLayer3WaveFormat wf;
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, true), 0);
-    EXPECT_TRUE(wf.fdwFlags & kMpegFlagVariableBitRate);
-    EXPECT_EQ(wf.nAvgBytesPerSec, (128000u * 3 + 160000 + 192000 * 2) / 6 / 8);
-}
-
-TEST(AnalyzeMpegAudio, ReportsTheBitsBeforeTheFirstFrame) {
-    std::vector<uint8_t> bytes(333, 0);
-    Append(bytes, SilentFrames(0xFFFB9440, 384, 5));
-    MpegLayer3WaveFormat wf;
-    EXPECT_EQ(AnalyzeMpegAudio(bytes, &wf, true), 333 * 8);
+    CMpegHeader first;
+    ASSERT_EQ(AnalyzeMpegAudio(cases[0].bytes, &wf, false, &first), 0);
+    EXPECT_EQ(wf.nBlockSize, 1);
+    EXPECT_EQ(first.frameBytes(), 417u);
 }
 
 TEST(AnalyzeMpegAudio, NoFramesGiveMinusOne) {
     MpegLayer3WaveFormat wf;
-    const std::vector<uint8_t> none;
-    EXPECT_EQ(AnalyzeMpegAudio(none, &wf, true), -1);
-    const std::vector<uint8_t> zeros(70000, 0);
-    EXPECT_EQ(AnalyzeMpegAudio(zeros, &wf, true), -1);
+    EXPECT_EQ(AnalyzeMpegAudio({}, &wf, true), -1);
+    EXPECT_EQ(AnalyzeMpegAudio(std::vector<uint8_t>(70000, 0), &wf, true), -1);
     // One frame alone has no successor to confirm it.
     EXPECT_EQ(AnalyzeMpegAudio(SilentFrames(0xFFFB9440, 384, 1), &wf, true), -1);
-}
-
-TEST(AnalyzeMpegAudio, LooksAtTheFirst64KiloBytesOnly) {
-    std::vector<uint8_t> bytes = SilentFrames(0xFFFB9440, 384, 170);  // 65,280 bytes at 128k
-    Append(bytes, SilentFrames(0xFFFBE440, 960, 100));                 // then 320k
-    MpegLayer3WaveFormat wf;
-    ASSERT_EQ(AnalyzeMpegAudio(bytes, &wf, true), 0);
-    EXPECT_EQ(wf.nAvgBytesPerSec, 16000u);
 }
 
 TEST(MpegLayer3WaveFormat, SerializesLittleEndianInWindowsOrder) {

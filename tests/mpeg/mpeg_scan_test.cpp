@@ -9,7 +9,6 @@
 #include "mp3/mp3_read_plan.h"
 #include "mp3/mpeg/scan.h"
 #include "mpeg/mpeg_test_support.h"
-#include "platform/file.h"
 
 namespace tagvera {
 namespace {
@@ -28,31 +27,24 @@ HRESULT Scan(std::span<const uint8_t> bytes, Mp3AudioInfo* info, uint64_t start 
 
 class Mp3Fixture : public ::testing::TestWithParam<std::string> {};
 
+// What the importer's statistics do not show of the fixtures (its own test holds duration, channels,
+// sample rate, VBR flag and constant rates against the decoder).
 TEST_P(Mp3Fixture, AgreesWithFfmpeg) {
     const std::string name = GetParam();
     const auto report = LoadReport(name);
-    platform::File file(testing::Mp3DataDir() + "/" + name + ".mp3", platform::OpenMode::Read);
+    const auto bytes = LoadFixture(name);
     Mp3AudioInfo info;
-    ASSERT_EQ(ScanMp3Audio(file, 0, &info), TV_S_OK);
-
-    const double decodedMs = report.decodedSeconds * 1000;
-    EXPECT_NEAR(info.durationMs, decodedMs, decodedMs * 0.01);
-    EXPECT_EQ(info.sampleRate, report.sampleRate);
-    EXPECT_EQ(info.channels, report.channels);
+    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
     EXPECT_EQ(info.waveFormat.nChannels, report.channels);
-    const bool vbr = name.rfind("vbr_", 0) == 0;
-    EXPECT_EQ(info.isVbr, vbr);
-    if (vbr) {
+    EXPECT_EQ(info.firstFrameOffset, 0u);
+    if (name.rfind("vbr_", 0) == 0) {
         // ffprobe guesses a VBR stream's rate from its first frames when there is no header; the
         // true mean is the file's bits over its decoded length.
-        const double mean = testing::ReadWholeFile(testing::Mp3DataDir() + "/" + name + ".mp3").size() * 8.0 /
-                            report.decodedSeconds;
+        const double mean = bytes.size() * 8.0 / report.decodedSeconds;
         EXPECT_NEAR(info.bitRate, mean, mean * 0.02);
     } else {
-        EXPECT_EQ(info.bitRate, report.streamBitRate);
         EXPECT_FALSE(info.framesCounted) << "a constant-rate file is never walked";
     }
-    EXPECT_EQ(info.firstFrameOffset, 0u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Fixtures, Mp3Fixture, ::testing::ValuesIn(testing::Mp3FixtureNames()),
@@ -61,12 +53,14 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, Mp3Fixture, ::testing::ValuesIn(testing::Mp3F
 TEST(ScanMp3Audio, ReadsTheHeaderKindsOfEachFixture) {
     Mp3AudioInfo info;
     const auto xing = LoadFixture("vbr_xing_22k_mono");
-    ASSERT_EQ(Scan(xing, &info), TV_S_OK);
+    MemorySource xingFile(xing);
+    ASSERT_EQ(ScanMp3Audio(xingFile, 0, &info, {.fileWritable = true}), TV_S_OK);
     EXPECT_EQ(info.vbrHeader, VbrHeaderKind::Xing);
     EXPECT_EQ(info.firstHeader.version, kMpeg2);
-    // Its low bit rate makes the stated frame count suspicious: the frames are counted.
+    // Its low bit rate makes the stated frame count suspicious: the frames are counted, and agree.
     EXPECT_TRUE(info.framesCounted);
     EXPECT_EQ(info.frameCount, info.xing.frames);
+    EXPECT_FALSE(info.xingRepair);
 
     const auto noxing = LoadFixture("vbr_noxing_44k_v5");
     ASSERT_EQ(Scan(noxing, &info), TV_S_OK);
@@ -84,14 +78,6 @@ TEST(ScanMp3Audio, ReadsTheHeaderKindsOfEachFixture) {
     EXPECT_EQ(info.firstHeader.layer, 1u);
     EXPECT_EQ(info.waveFormat.nBlockSize, 96);
     EXPECT_EQ(info.durationMs, 3000u);
-}
-
-TEST(ScanMp3Audio, LeavesTheId3v1TagOutOfTheAudio) {
-    const auto bytes = LoadFixture("id3v1_only_v11");
-    Mp3AudioInfo info;
-    ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
-    EXPECT_EQ(info.audioBytes, bytes.size() - 128);
-    EXPECT_EQ(info.durationMs, uint32_t((bytes.size() - 128) / 6000.0 * 1000));
 }
 
 TEST(ScanMp3Audio, LeavesALyrics3BlockOutOfTheAudio) {
@@ -154,17 +140,14 @@ TEST(ScanMp3Audio, FindsAudioAfterGarbageWithinTheSearchLimit) {
     EXPECT_EQ(info.bitRate, 32000u);
 }
 
-TEST(ScanMp3Audio, GivesUpAfter32KilobytesWithoutAFrame) {
-    std::vector<uint8_t> bytes(kMp3SyncSearchLimit + 10, 0);
-    Append(bytes, LoadFixture("cbr_32k_32k_mono"));
-    Mp3AudioInfo info;
-    EXPECT_EQ(Scan(bytes, &info), TV_E_FAIL);
-    EXPECT_EQ(info.durationMs, 0u);
-    EXPECT_EQ(info.bitRate, 0u);
-}
-
 TEST(ScanMp3Audio, FailsCleanlyOnWhatIsNoMpegAudio) {
     Mp3AudioInfo info;
+    // Audio that starts past the sync search limit is not found.
+    std::vector<uint8_t> late(kMp3SyncSearchLimit + 10, 0);
+    Append(late, LoadFixture("cbr_32k_32k_mono"));
+    EXPECT_EQ(Scan(late, &info), TV_E_FAIL);
+    EXPECT_EQ(info.durationMs, 0u);
+    EXPECT_EQ(info.bitRate, 0u);
     EXPECT_EQ(Scan({}, &info), TV_E_FAIL);
     EXPECT_EQ(Scan(std::vector<uint8_t>(100000, 0), &info), TV_E_FAIL);
     EXPECT_EQ(Scan(std::vector<uint8_t>(100000, 0xFF), &info), TV_E_FAIL);

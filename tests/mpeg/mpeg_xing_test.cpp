@@ -34,16 +34,9 @@ TEST(ParseXingHeader, ReadsLameVbrHeaders) {
     }
 }
 
-TEST(ParseXingHeader, InfoMarksAConstantRateAndIsNotTaken) {
-    const auto bytes = LoadFixture("cbr_128k_44k_stereo");
-    XingHeader x;
-    EXPECT_EQ(ParseXingHeader(bytes, 44100, 2, &x), TV_E_FAIL);
-    EXPECT_TRUE(HasXingOrInfoTag(bytes, 44100, 2));
-    const auto plain = LoadFixture("cbr_96k_44k_notag");
-    EXPECT_FALSE(HasXingOrInfoTag(plain, 44100, 2));
-}
-
+// An "Info" header (a constant rate) is covered by the scan's test of each fixture's header kind.
 TEST(ParseXingHeader, RefusesShortFramesOtherTagsAndMpeg25) {
+    EXPECT_FALSE(HasXingOrInfoTag(LoadFixture("cbr_96k_44k_notag"), 44100, 2));
     std::vector<uint8_t> frame;
     ASSERT_GT(BuildXingFrame(44100, 0, 0, 0, 0xF, 10, 5000, 50, nullptr, &frame, nullptr, nullptr, 0), 0u);
     XingHeader x;
@@ -143,12 +136,11 @@ TEST(XingRepair, AVbrFileWithoutHeaderGetsOneInItsFirstFrame) {
     EXPECT_EQ(r.offset, 4u);  // the first frame keeps its header
     EXPECT_EQ(r.frames, before.frameCount - 1);
 
+    // The writer's test holds the repaired file against the decoder and other readers.
     const auto repaired = Apply(original, r);
-    EXPECT_EQ(repaired.size(), original.size());
     MemorySource fixed(repaired);
     Mp3AudioInfo after;
     ASSERT_EQ(ScanMp3Audio(fixed, 0, &after, {.fileWritable = true}), TV_S_OK);
-    EXPECT_EQ(after.vbrHeader, VbrHeaderKind::Xing);
     EXPECT_FALSE(after.framesCounted);  // the header is trusted now: no walk
     EXPECT_FALSE(after.xingRepair);
     EXPECT_EQ(after.xing.frames, before.frameCount - 1);
@@ -156,11 +148,6 @@ TEST(XingRepair, AVbrFileWithoutHeaderGetsOneInItsFirstFrame) {
     EXPECT_TRUE(after.xing.tocValid);
     EXPECT_EQ(after.xing.toc[0], 0);
     EXPECT_TRUE(std::is_sorted(after.xing.toc.begin(), after.xing.toc.end()));
-    EXPECT_NEAR(after.durationMs, before.durationMs, 30.0);  // one frame fewer: 26 ms
-    // Read-only callers never get a repair.
-    Mp3AudioInfo readOnly;
-    ASSERT_EQ(ScanMp3Audio(source, 0, &readOnly), TV_S_OK);
-    EXPECT_FALSE(readOnly.xingRepair);
 }
 
 TEST(XingRepair, AZeroOrAbsurdFrameCountIsCountedAndPatchedInPlace) {
@@ -212,17 +199,7 @@ TEST(XingRepair, AnEmptyTocIsCheckedOnlyWhenTheFileCouldBeCorrected) {
     EXPECT_FALSE(after.xingRepair);
 }
 
-TEST(XingRepair, ConstantRateAndCorrectHeadersAreLeftAlone) {
-    for (const char* name : {"cbr_128k_44k_stereo", "cbr_96k_44k_notag", "vbr_xing_44k_v7", "vbr_xing_22k_mono",
-                             "mpeg25_8k_16k_mono", "layer2_48k_64k_mono"}) {
-        const auto bytes = LoadFixture(name);
-        MemorySource source(bytes);
-        Mp3AudioInfo info;
-        ASSERT_EQ(ScanMp3Audio(source, 0, &info, {.fileWritable = true}), TV_S_OK) << name;
-        EXPECT_FALSE(info.xingRepair) << name;
-    }
-}
-
+// Files a repair must leave alone are the writer's test; a walked header that agrees, the scan's.
 // A walk of a stream whose frames end at the given offsets.
 MpegFrameWalk WalkEndingAt(std::vector<uint64_t> ends, uint32_t frames) {
     MpegFrameWalk walk;
