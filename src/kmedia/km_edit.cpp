@@ -4,6 +4,7 @@
 
 #include "base/error.h"
 #include "kmedia/convert/stream_converter.h"
+#include "kmedia/file_info_values.h"
 #include "kmedia/logical_stream.h"
 #include "platform/file.h"
 #include "platform/safe_write.h"
@@ -65,6 +66,19 @@ HRESULT CKMEdit::SetComment(std::string_view text) { return SetShort(content_.co
 
 void CKMEdit::SetFileFlag(FileFlag flag, bool on) {
     flags_ = static_cast<uint16_t>(on ? flags_ | flag : flags_ & ~flag);
+}
+
+HRESULT CKMEdit::GetFileInfoValues(IKMAValues** out) const { return FileInfoToValues(fileInfo_, out); }
+
+HRESULT CKMEdit::SetFileInfoValues(IKMAValues* values) {
+    if (!values) return TV_E_POINTER;
+    return Guard([&]() -> HRESULT {
+        std::vector<NameValueProperty> next = ValuesToFileInfo(values);
+        for (const auto& p : fileInfo_)
+            if (p.name == "ASMRuleBook") next.push_back(p);
+        fileInfo_ = std::move(next);
+        return TV_S_OK;
+    });
 }
 
 uint32_t CKMEdit::DurationMs() const {

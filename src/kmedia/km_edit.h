@@ -14,6 +14,7 @@
 #include "kmedia/header_walk.h"
 #include "kmedia/name_value_property.h"
 #include "tagvera/abi.h"
+#include "tagvera/values.h"
 
 namespace tagvera::kmedia {
 
@@ -47,6 +48,9 @@ public:
     // The file-info properties (empty when the file has none); changes go into the next Save.
     std::vector<NameValueProperty>& FileInfo() { return fileInfo_; }
     const std::vector<NameValueProperty>& FileInfo() const { return fileInfo_; }
+    // The same as a value list for other components, and back; the rule book stays as it was.
+    HRESULT GetFileInfoValues(IKMAValues** out) const;
+    HRESULT SetFileInfoValues(IKMAValues* values);
     const KmHeaders* Headers() const { return headers_ ? &*headers_ : nullptr; }
     uint32_t DurationMs() const;
 

@@ -11,6 +11,7 @@
 #include "kmedia/logical_stream.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
+#include "tagvera/com_ptr.h"
 
 namespace tagvera::kmedia::testing {
 namespace {
@@ -114,6 +115,37 @@ TEST(KmEdit, SaveKeepsPacketsAndWritesConsistentHeaders) {
         ASSERT_EQ(after.size(), c.packets);
         for (size_t i = 0; i < after.size(); ++i) EXPECT_EQ(after[i], before[c.firstPacket + i]) << i;
     }
+}
+
+// Other components see the file-info properties as a value list: numbers, buffers and strings by
+// type, the rule book kept back and kept in the file.
+TEST(KmEdit, FileInfoAsValues) {
+    test::ScratchDir dir;
+    auto spec = Sample();
+    spec.streams.back() = FileInfoStream({NameValueProperty::Number("Indexable", 1), NameValueProperty::Text("ASMRuleBook", "r"),
+                                          NameValueProperty::Buffer("KJMDTag", {0, 1}), NameValueProperty::Text("File ID", "id")});
+    const std::string in = dir.file("in.km");
+    WriteFile(in, BuildKmFile(spec));
+    CKMEdit edit;
+    ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
+    ComPtr<IKMAValues> values;
+    ASSERT_EQ(edit.GetFileInfoValues(values.put()), TV_S_OK);
+    uint32_t n = 0;
+    EXPECT_EQ(values->GetNumberValue("Indexable", &n), TV_S_OK);
+    EXPECT_EQ(n, 1u);
+    ComPtr<IKMABuffer> text;
+    EXPECT_EQ(values->GetStringValue("File ID", text.put()), TV_S_OK);
+    EXPECT_TRUE(Failed(values->GetStringValue("ASMRuleBook", text.put())));
+    values->SetNumberValue("Indexable", 0);
+    ASSERT_EQ(edit.SetFileInfoValues(values.get()), TV_S_OK);
+    const auto& back = edit.FileInfo();
+    ASSERT_EQ(back.size(), 4u);
+    uint32_t indexable = 7;
+    EXPECT_TRUE(back[0].AsNumber(&indexable));
+    EXPECT_EQ(indexable, 0u);
+    EXPECT_EQ(back[1], NameValueProperty::Buffer("KJMDTag", {0, 1}));
+    EXPECT_EQ(back[2], NameValueProperty::Text("File ID", "id"));
+    EXPECT_EQ(back[3].name, "ASMRuleBook");
 }
 
 TEST(KmEdit, DamagedPacketsFailAndLeaveTheOutputAlone) {
