@@ -1,6 +1,7 @@
-// The ID3v1 reader, the Lyrics3 v2 block, the merge into a tree and the record built back.
+// The ID3v1 reader, the Lyrics3 blocks, the merge into a tree and the record built back.
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 
 #include "metaprop/metaprop_component.h"
 #include "tags/id3v1/lyrics3.h"
@@ -14,10 +15,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     Id3v1Tag tag;
     const HRESULT read = ReadId3v1Tag(file, &tag);
     if (read != TV_S_OK && read != TV_E_FAIL) std::abort();
-    Lyrics3Tag lyrics3;
-    if (size >= kId3v1Size && ReadLyrics3v2Tag(file, size - kId3v1Size, &lyrics3) &&
-        (lyrics3.offset + lyrics3.size != size - kId3v1Size))
-        std::abort();
+    if (size >= kId3v1Size) {
+        // A block found is one that ends at the tag and has nothing wrong with it.
+        const uint64_t end = size - kId3v1Size;
+        Lyrics3Tag lyrics3;
+        std::string problem;
+        for (const bool v2 : {true, false}) {
+            const bool found = v2 ? ReadLyrics3v2Tag(file, end, &lyrics3, true, &problem)
+                                  : ReadLyrics3v1Tag(file, end, &lyrics3, &problem);
+            if (found && (!problem.empty() || lyrics3.offset + lyrics3.size != end)) std::abort();
+        }
+    }
 
     ComPtr<IMPAMetaProperty> tree;
     if (Failed(CreateStandaloneMetaProperty(tree.put()))) return 0;

@@ -32,36 +32,6 @@ Id3v1Tag Record(const std::string& title, const std::string& artist, const std::
     return tag;
 }
 
-TEST(Id3v1Read, SharedFixtures) {
-    struct Case {
-        const char* file;
-        const char* title;
-        const char* comment;
-        uint32_t year;
-        uint8_t track;
-        uint8_t genre;
-    } cases[] = {
-        {"r_v1.mp3", "V1 Title Caf\xC3\xA9", "V1 comment", 1999, 0, 17},
-        {"r_v11.mp3", "V1.1 Title", "short comment", 2001, 7, 13},
-        {"r_v23_plus_v11.mp3", "V1.1 Title", "short comment", 2001, 7, 13},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.file);
-        const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/" + c.file);
-        MemorySource file(bytes);
-        Id3v1Tag tag;
-        ASSERT_EQ(ReadId3v1Tag(file, &tag), TV_S_OK);
-        EXPECT_EQ(tag.Text(Id3v1Tag::kTitle), c.title);
-        EXPECT_EQ(tag.Text(Id3v1Tag::kArtist), "V1 Artist");
-        EXPECT_EQ(tag.Text(Id3v1Tag::kAlbum), "V1 Album");
-        EXPECT_EQ(tag.Text(Id3v1Tag::kComment), c.comment);
-        EXPECT_EQ(tag.Year(), c.year);
-        EXPECT_EQ(tag.IsV11(), c.track != 0);
-        EXPECT_EQ(tag.Track(), c.track);
-        EXPECT_EQ(tag.Genre(), c.genre);
-    }
-}
-
 TEST(Id3v1Read, FilesWithoutATag) {
     Id3v1Tag tag;
     for (size_t size : {0u, 3u, 127u, 128u, 5000u}) {
@@ -107,18 +77,33 @@ TEST(Id3v1Read, FieldsStayInTheirBytesAndLoseOnlyTrailingSpaces) {
     EXPECT_EQ(track.Field(Id3v1Tag::kComment, 30).size(), 30u);
 }
 
-TEST(Id3v1Merge, FillsTheStandardProperties) {
-    Id3v1Tag tag = Record("Caf\xE9 Title", "Artist", "Album", "2004", "Comment", 17);
-    tag.bytes[126] = 7;
-    auto tree = NewTree();
-    ASSERT_EQ(MergeId3v1Tag(tag, tree.get()), TV_S_OK);
-    EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "Caf\xC3\xA9 Title");
-    EXPECT_EQ(TextAt(tree.get(), "Artist:Name"), "Artist");
-    EXPECT_EQ(TextAt(tree.get(), "Album:Name"), "Album");
-    EXPECT_EQ(TextAt(tree.get(), "Track:Comments"), "Comment");
-    EXPECT_EQ(TextAt(tree.get(), "Track:Genre"), "Rock");
-    EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), "07");
-    EXPECT_EQ(NumberAt(tree.get(), "Track:Year"), 2004u);
+TEST(Id3v1Merge, FillsTheStandardPropertiesFromAFile) {
+    const struct {
+        const char* file;
+        const char* title;
+        const char* comment;
+        uint32_t year;
+        const char* track;
+        const char* genre;
+    } cases[] = {
+        {"r_v1.mp3", "V1 Title Caf\xC3\xA9", "V1 comment", 1999, "", "Rock"},
+        {"r_v11.mp3", "V1.1 Title", "short comment", 2001, "07", "Pop"},
+        {"r_v23_plus_v11.mp3", "V1.1 Title", "short comment", 2001, "07", "Pop"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/" + c.file);
+        MemorySource file(bytes);
+        auto tree = NewTree();
+        ASSERT_EQ(MergeId3v1Tag(file, tree.get()), TV_S_OK);
+        EXPECT_EQ(TextAt(tree.get(), "Track:Name"), c.title);
+        EXPECT_EQ(TextAt(tree.get(), "Artist:Name"), "V1 Artist");
+        EXPECT_EQ(TextAt(tree.get(), "Album:Name"), "V1 Album");
+        EXPECT_EQ(TextAt(tree.get(), "Track:Comments"), c.comment);
+        EXPECT_EQ(TextAt(tree.get(), "Track:Genre"), c.genre);
+        EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), c.track);
+        EXPECT_EQ(NumberAt(tree.get(), "Track:Year"), c.year);
+    }
 }
 
 TEST(Id3v1Merge, NeverReplacesWhatAnEarlierSourceSet) {
@@ -252,7 +237,6 @@ TEST(Id3v1Write, RendersChangedPropertiesInLatin1) {
     EXPECT_EQ(record.Field(Id3v1Tag::kComment, 30), "Comment");
     EXPECT_EQ(record.Field(Id3v1Tag::kYear, 4), "1999");
     EXPECT_EQ(record.Genre(), 255) << "no genre property: the blank record's byte stays";
-    EXPECT_EQ(std::string(record.bytes.begin(), record.bytes.begin() + 3), "TAG");
 }
 
 TEST(Id3v1Write, GenreBytes) {

@@ -55,19 +55,15 @@ struct MappingCase {
     std::string text;  // the value as text; empty for values that are not text
 };
 
+// One frame for each way of naming a property; which id maps to which name is the map's own table.
 TEST(ReadRules, FramesNameTheirPropertyAndType) {
     const MappingCase cases[] = {
         {"TIT2", Latin1Text("Blue in Green"), "Track:Name", kTypeText, "Blue in Green"},
         {"TPE2", Utf16("Band ä"), "Artist:Band", kTypeText, "Band ä"},
-        {"TSSE", Latin1Text("lame"), "Statistics:Encode Settings", kTypeText, "lame"},
-        {"TPE4", Latin1Text("dj"), "Credits:Mix Artist", kTypeText, "dj"},
         {"TPE1", Utf8Text(std::string("A\0B", 3)), "Artist:Name", kTypeText, "A/B"},  // values join with '/'
         {"TYER", Latin1Text("1999"), "Track:Year", kTypeNumber, ""},
-        // Genre numbers become names.
+        // Genre numbers become names (the genre table's test has the forms of number).
         {"TCON", Latin1Text("(17)"), "Track:Genre", kTypeText, "Rock"},
-        {"TCON", Latin1Text("(147)"), "Track:Genre", kTypeText, "Synthpop"},
-        {"TCON", Latin1Text("Rock"), "Track:Genre", kTypeText, "Rock"},
-        {"TCON", Latin1Text("17Rock"), "Track:Genre", kTypeText, "Rock"},
         {"TCON", Utf8Text(std::string("13\0Jazz", 7)), "Track:Genre", kTypeText, "Pop/Jazz"},
         {"COMM", Comm("eng", "nice"), "Track:Comments", kTypeText, "nice"},
         {"COMM", Comm("dte", "2001-01-01"), "Track:Comments", kTypeDate, "2001-01-01"},
@@ -78,9 +74,6 @@ TEST(ReadRules, FramesNameTheirPropertyAndType) {
         {"TXXX", Txxx("A:B:C", "x"), "A:B:C", kTypeText, "x"},
         {"TXXX", Txxx("", "x"), "Track:User Text", kTypeText, "x"},
         {"WCOP", B("http://c"), "Web Links:Copyright Web Page", kTypeUrl, "http://c"},
-        {"WOAS", B("http://s"), "Web Links:Web Page", kTypeUrl, "http://s"},
-        {"WPAY", B("http://p"), "Web Links:Purchase Track Web Page", kTypeUrl, "http://p"},
-        {"WOAF", B("http://f"), "Web Links:Track URL", kTypeUrl, "http://f"},
         {"WXXX", Bytes{0, 0} + B("http://u"), "Track:Web Page", kTypeUrl, "http://u"},
         {"WXXX", Txxx("Band:Home", "http://u"), "Band:Home Web Page", kTypeUrl, "http://u"},
         // Pictures by type; the front cover wins the cover property, the others are covers too.
@@ -88,8 +81,6 @@ TEST(ReadRules, FramesNameTheirPropertyAndType) {
         {"APIC", Apic(4, "image/png", "back"), "Album:Cover Art", kTypeReference, ""},
         {"APIC", Apic(0, "image/jpeg", ""), "Album:Cover Art", kTypeReference, ""},
         {"APIC", Apic(1, "image/gif", ""), "Track:Icon", kTypeReference, ""},
-        {"APIC", Apic(18, "image/gif", ""), "Credits:Liner Art", kTypeReference, ""},
-        {"APIC", Apic(20, "image/gif", ""), "Credits:Publisher Logo Picture", kTypeReference, ""},
         {"APIC", Apic(0, "image/jpeg", "Band:Live"), "Band:Live Picture", kTypeReference, ""},
         // Objects by MIME type.
         {"GEOB", Geob("binary", "", "KorvaJukebox:Metadata", B("KJMD")), "KorvaJukebox:Metadata", kTypeBinary, ""},
