@@ -212,13 +212,33 @@ TEST(KmImporter, SourcePriority) {
         EXPECT_EQ(r.text("Artist:Name"), c.id3v1 || c.trailer ? "Id3 Artist" : "Cont Author");
         EXPECT_EQ(r.text("Track:Genre"), "");  // genre byte 255 sets none
     }
+    // A header copy in sections is joined before it is read.
+    {
+        const auto block = JukeboxBlock("Sectioned");
+        const size_t half = block.size() / 2;
+        auto sectioned = Audio();
+        sectioned.streams.push_back(FileInfoStream(
+            {NameValueProperty::Number("KJMDSections", 2),
+             NameValueProperty::Buffer("KJMDTag", std::vector<uint8_t>(block.begin(), block.begin() + static_cast<ptrdiff_t>(half))),
+             NameValueProperty::Buffer("KJMDTag2", std::vector<uint8_t>(block.begin() + static_cast<ptrdiff_t>(half), block.end()))}));
+        const std::string path = dir.file("sections.kmj");
+        WriteFile(path, BuildKmFile(sectioned));
+        EXPECT_EQ(Interrogate(path).text("Track:Name"), "Sectioned");
+    }
     // Light mode reads no jukebox block.
     auto s = Audio();
     s.trailerBlock = JukeboxBlock("Trailer");
     s.id3v1 = Id3v1Bytes("Id3v1", "", 255, 0);
     const std::string path = dir.file("light.kmj");
     WriteFile(path, BuildKmFile(s));
-    EXPECT_EQ(Interrogate(path, true).text("Track:Name"), "Id3v1");
+    const Result light = Interrogate(path, true);
+    EXPECT_EQ(light.text("Track:Name"), "Id3v1");
+    // ... and has no parser for on-demand data.
+    auto handler = QueryAs<IMPAHandleMetaProperties>(light.importer, IID_IMPAHandleMetaProperties);
+    ComPtr<IMPAMetaProperty> node;
+    ASSERT_EQ(light.tree->FindFirstChild("Track", node.put()), TV_S_OK);
+    EXPECT_EQ(handler->SavePropertyData(node.get(), dir.file("out").c_str()), TV_E_NOTLOADED);
+    EXPECT_EQ(handler->SavePropertyData(nullptr, "x"), TV_E_POINTER);
 }
 
 TEST(KmImporter, OpeningFailuresGiveTheirCodes) {
