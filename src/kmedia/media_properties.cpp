@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "kmedia/logical_stream.h"
 #include "kmedia/mime_types.h"
 
 namespace tagvera::kmedia {
@@ -50,6 +51,39 @@ void MediaPropertiesObject::Write(BeWriter& out) const {
     }
     out.u32(static_cast<uint32_t>(typeSpecific.size()));
     out.bytes(typeSpecific);
+}
+
+std::string MediaPropertiesObject::Describe() const {
+    std::string out = "Object ID:\tKM_MEDIA_PROPERTIES_OBJECT (MDPR)\n";
+    const auto line = [&](const char* label, uint64_t value) { out += label + std::to_string(value) + "\n"; };
+    line("Object version: ", header.version);
+    line("Object size: ", Size());
+    line("Stream number: ", streamNumber);
+    line("Maximum bit rate: ", maxBitRate);
+    line("Average bit rate: ", avgBitRate);
+    line("Maximum packet size: ", maxPacketSize);
+    line("Average packet size: ", avgPacketSize);
+    line("Start time: ", startTimeMs);
+    line("Preroll: ", prerollMs);
+    line("Duration: ", durationMs);
+    out += "Stream name: " + streamName + "\n";
+    out += "MIME type: " + mimeType + "\n";
+    line("Type specific data size: ", typeSpecific.size());
+    if (!IsLogical()) return out;
+    try {
+        const LogicalStreamRecord r = LogicalStreamRecord::Read(typeSpecific);
+        out += "Logical Stream Data\n";
+        line("Object size: ", r.Size());
+        line("Object version: ", r.version);
+        line("Physical stream count: ", r.physicalStreams.size());
+        out += "Physical stream numbers and offsets:\n";
+        for (size_t i = 0; i < r.physicalStreams.size(); ++i)
+            out += "Stream number " + std::to_string(r.physicalStreams[i]) + " starting at " +
+                   std::to_string(r.dataOffsets[i]) + "\n";
+    } catch (const Error&) {
+        out += "Logical Stream Data unreadable\n";
+    }
+    return out;
 }
 
 bool MediaPropertiesObject::IsLogical() const { return StartsWithNoCase(mimeType, "logical-"); }

@@ -29,6 +29,8 @@ struct MediaPropertiesObject {
     static MediaPropertiesObject Read(std::span<const uint8_t> object);
     void Write(BeWriter& out) const;
     uint32_t Size() const;
+    // The object as text, a line per field; a logical stream adds its record's streams.
+    std::string Describe() const;
     bool IsLogical() const;
     bool IsFileInfo() const;
     bool operator==(const MediaPropertiesObject&) const = default;

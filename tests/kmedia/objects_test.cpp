@@ -67,6 +67,10 @@ TEST(KmObjects, EveryObjectRoundTrips) {
     ExpectRoundTrip(m);
     EXPECT_EQ(LogicalStreamRecord::Read(MediaPropertiesObject::Read(Bytes(m)).typeSpecific), r);
 
+    const std::string text = m.Describe();
+    EXPECT_EQ(text.substr(0, text.find('\n')), "Object ID:\tKM_MEDIA_PROPERTIES_OBJECT (MDPR)");
+    EXPECT_NE(text.find("\nStream number 2 starting at 200\n"), std::string::npos) << text;
+
     IndexObject x;
     x.streamNumber = 1;
     x.nextIndexHeader = 77;
