@@ -66,7 +66,6 @@ TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
     std::vector<uint8_t> buffer(300);
     ASSERT_EQ(parser_->GetFrameData(cover.get(), buffer.data(), 300), TV_S_OK);
     EXPECT_EQ(buffer, Bytes(300, 0x11));
-    EXPECT_EQ(parser_->GetFrameData(cover.get(), buffer.data(), 299), TV_E_BUFFERTOOSMALL);
     EXPECT_EQ(parser_->GetFrameData(nullptr, buffer.data(), 300), TV_E_POINTER);
     // A text property has no frame data behind it.
     EXPECT_EQ(parser_->GetFrameData(Find("Track:Name").get(), buffer.data(), 300), TV_E_FAIL);
@@ -75,12 +74,7 @@ TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
     const std::string out = WriteTemp("cover.jpg", {});
     ASSERT_EQ(parser_->SaveFrameDataToFile(cover.get(), out.c_str()), TV_S_OK);
     EXPECT_EQ(ReadWholeFile(out), Bytes(300, 0x11));
-
-    auto lyrics = Find("Track:Lyrics");
-    ASSERT_TRUE(lyrics);
-    std::vector<uint8_t> text(9);
-    ASSERT_EQ(parser_->GetFrameData(lyrics.get(), text.data(), 9), TV_S_OK);
-    EXPECT_EQ(std::string(reinterpret_cast<char*>(text.data())), "la la la");
+    // Short buffers and lyrics as text are the fixture tests' (every fixture's cover and lyrics).
 }
 
 TEST_F(Parser, FrameDataLoadedFromAFileIsRendered) {
