@@ -44,9 +44,10 @@ HRESULT TreeForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSou
 // changes.
 HRESULT BuildJukeboxContainer(const Mp3EditRequest& edit, const Mp3LoadedTags& tags, bool id3v2On,
                               ComPtr<IMPAMetaProperty>& container) {
+    // Hosts expect E_POINTER when either tree cannot be made, whatever the factory said.
     ComPtr<IMPAMetaProperty> source;
-    if (const HRESULT hr = NewPropertyTree(tags.factory, container); Failed(hr)) return hr;
-    if (const HRESULT hr = TreeForJukebox(edit.tree, edit.dataSource, id3v2On, source); Failed(hr)) return hr;
+    if (Failed(NewPropertyTree(tags.factory, container))) return TV_E_POINTER;
+    if (Failed(TreeForJukebox(edit.tree, edit.dataSource, id3v2On, source))) return TV_E_POINTER;
 
     ComPtr<IKMABuffer> block;
     if (!tags.jukebox || Failed(tags.jukebox->Build(source.get(), edit.dataSource, edit.force)) ||
