@@ -133,32 +133,6 @@ INSTANTIATE_TEST_SUITE_P(
         Fault{"<!DOCTYPE a [x] extra>", true, TV_E_XML_BADDECLARATION, 1, 17}),
     [](const ::testing::TestParamInfo<Fault>& p) { return "Case" + std::to_string(p.index); });
 
-TEST(XmlReader, DuplicateAttributesAreFoundAmongMany) {
-    std::string doc = "<a";
-    for (int i = 0; i < 100; ++i) doc += " n" + std::to_string(i) + "='v'";
-    const size_t column = doc.size() + 2;
-    doc += " n57='again'/>";
-    const Outcome r = Parse(doc);
-    EXPECT_EQ(r.code, TV_E_XML_DUPLICATEATTRIBUTE);
-    EXPECT_EQ(r.position.column, column);
-    EXPECT_NE(r.error.find("\"n57\""), std::string::npos) << r.error;
-}
-
-TEST(XmlReader, NestingDeeperThanTheBoundFails) {
-    ReaderOptions options;
-    options.maxDepth = 50;
-    std::string ok;
-    for (int i = 0; i < 50; ++i) ok += "<e>";
-    ok += "<leaf/>";
-    for (int i = 0; i < 50; ++i) ok += "</e>";
-    EXPECT_EQ(Parse(ok, options).code, TV_S_OK);
-
-    const Outcome r = Parse("<e>" + ok, options);
-    EXPECT_EQ(r.code, TV_E_XML_LIMIT);
-    EXPECT_EQ(r.position.column, 151u);
-    EXPECT_NE(r.error.find("nested deeper than 50"), std::string::npos) << r.error;
-}
-
 TEST(XmlReader, ATokenLongerThanTheBoundFailsWithoutWaitingForItsEnd) {
     ReaderOptions options;
     options.maxTokenSize = 1000;
