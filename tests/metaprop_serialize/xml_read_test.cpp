@@ -17,14 +17,10 @@ Node Read(const std::string& xml, HRESULT expect = TV_S_OK) {
     return tree;
 }
 
-TEST(XmlRead, EveryTypeTreeSurvivesBothLayouts) {
+// Both layouts round trip in the block round-trip fuzz target; here, the length a host passes on
+// may count the NUL that WriteXML handed out.
+TEST(XmlRead, EveryTypeTreeSurvivesALengthCountingTheNul) {
     Node tree = EveryTypeTree();
-    for (bool pretty : {false, true}) {
-        Node back = Read(WriteXml(tree.get(), pretty));
-        EXPECT_EQ(Dump(back.get(), XmlRules()), Dump(tree.get(), XmlRules())) << pretty;
-        EXPECT_EQ(WriteXml(back.get(), pretty), WriteXml(tree.get(), pretty));
-    }
-    // The length a host passes on may count the NUL that WriteXML handed out.
     char* text = nullptr;
     uint32_t length = 0;
     ASSERT_EQ(Serialize(tree.get())->WriteXML(&text, &length, false), TV_S_OK);
