@@ -91,10 +91,8 @@ TEST_F(Preferences, ValuesRoundTripThroughAReadableFile) {
     ResetAll();  // nothing to remove is fine
 }
 
-TEST_F(Preferences, StringsWithBlanksQuotesAndControlsSurvive) {
-    const std::string tricky = "  lead and trail \t\"quoted\" back\\slash\nnew line\x01";
-    SetString(kXMLEncoding, tricky);
-    EXPECT_EQ(GetString(kXMLEncoding), tricky);
+// Escaping round trips in the preferences fuzz target; here, what the store itself decides.
+TEST_F(Preferences, EmptyStringsAreValuesAndBadNamesOrBytesAreRefused) {
     SetString(kXMLEncoding, "");
     EXPECT_EQ(GetString(kXMLEncoding), "");
     EXPECT_FALSE(List()[4].isDefault) << "an empty string is a value, not the default";
