@@ -141,9 +141,7 @@ struct BadInput {
 TEST_F(CliInfo, BadInputGivesOneLineAndExitStatusOne) {
     std::vector<BadInput> bad = {
         {dir_.write("empty.mp3", {}), "empty file"},
-        {dir_.write("zeros.mp3", Bytes(200000, 0)), "no MPEG audio frames"},
         {dir_.write("tag-only.mp3", Tag(3, 0, TextFrame("TIT2", "Cut before the audio"))), "no MPEG audio frames"},
-        {dir_.write("text.mp3", B(std::string(3000, 'x'))), "no MPEG audio frames"},
         {dir_.path(), "is a folder"},
         {dir_.file("missing.mp3"), "no such file"},
         {dir_.write("notes.txt", B("hello")), "not a kind of file"},
