@@ -12,6 +12,7 @@
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
+#include "platform/interrupted_write.h"
 #include "platform/safe_write.h"
 #include "tagvera/plugin.h"
 #include "tagvera/vocabulary.h"
@@ -23,6 +24,14 @@ constexpr auto kMimeTypes = advertised::AsImporterList(advertised::kMp3MimeTypes
 constexpr auto kExtensions = advertised::AsImporterList(advertised::kMp3Extensions, advertised::ListEnd::Separator);
 
 }  // namespace
+
+platform::File OpenMp3ForReading(const std::string& path) {
+    try {
+        platform::RecoverInterruptedWrite(path);
+    } catch (const Error&) {
+    }
+    return platform::File(path, platform::OpenMode::Read);
+}
 
 CImportMP3File::~CImportMP3File() = default;
 
@@ -62,7 +71,7 @@ void CImportMP3File::CloseFile() {
 }
 
 platform::File& CImportMP3File::OpenedFile() {
-    if (!file_) file_.emplace(path_, platform::OpenMode::Read);
+    if (!file_) file_.emplace(OpenMp3ForReading(path_));
     return *file_;
 }
 
@@ -76,7 +85,7 @@ HRESULT CImportMP3File::OpenFile(const char* path, OpenForm form) {
     const HRESULT result = Guard([&]() -> HRESULT {
         Forget();
         try {
-            file_.emplace(path, platform::OpenMode::Read);
+            file_.emplace(OpenMp3ForReading(path));
         } catch (const Error&) {
             return TV_E_FAIL;
         }

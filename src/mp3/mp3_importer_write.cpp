@@ -4,6 +4,7 @@
 #include "base/error.h"
 #include "mp3/mp3_importer.h"
 #include "mp3/mp3_tag_writer.h"
+#include "platform/file_lock.h"
 
 namespace tagvera {
 
@@ -17,7 +18,14 @@ HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
     if (!tree) return TV_S_OK;
     return Guard([&]() -> HRESULT {
         writeReport_.clear();
+        if (path_.empty()) return TV_E_NOTLOADED;
         const Mp3EditPreferences prefs = ReadMp3EditPreferences();
+        // Held from the read of the tags the tree is mapped onto until they are written: a writer
+        // that went first has its change in what is read here, and the tree's changes (not its
+        // stale copies of the rest) land on top of it.
+        platform::FileWriteLock lock(path_);
+        ReleaseTags();
+        CloseFile();
         if (const HRESULT hr = LoadTags(); Failed(hr)) return hr;
         Mp3WritePlan plan;
         // The loaded tags stay while the tree is mapped: a host may hand the importer itself in
@@ -31,7 +39,7 @@ HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
         ReleaseTags();
         CloseFile();
         if (Failed(planned)) return planned;
-        Mp3WriteOutcome outcome = WriteMp3Plan(path_, std::move(plan), options);
+        Mp3WriteOutcome outcome = WriteMp3Plan(lock, std::move(plan), options);
         writeReport_ = std::move(outcome.report);
         return outcome.result;
     });
@@ -45,12 +53,10 @@ HRESULT CImportMP3File::Prepare(uint32_t) {
         ReleaseTags();
         CloseFile();
         const Mp3RemoveOutcome removed = RemoveMp3Tags(path);
-        HRESULT hr = removed.result();
-        if (Succeeded(removed.stripped)) {
-            // Statistics and the tag size are those of the file as it is now.
-            const HRESULT reopened = OpenFile(path.c_str(), OpenForm::Full);
-            if (Succeeded(hr)) hr = reopened;
-        }
+        HRESULT hr = removed.result;
+        // Statistics and the tag size are those of the file as it is now. A file that cannot be
+        // opened again leaves the importer unloaded; the result stays the write's.
+        if (Succeeded(hr)) OpenFile(path.c_str(), OpenForm::Full);
         writeReport_ = removed.report + writeReport_;
         return hr;
     });

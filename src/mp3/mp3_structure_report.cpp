@@ -20,7 +20,7 @@ HRESULT CImportMP3File::GetStructureReport(const char* path, uint32_t form, IKMA
     std::string why;
     const HRESULT hr = Guard([&]() -> HRESULT {
         try {
-            platform::File file(path, platform::OpenMode::Read);
+            platform::File file = OpenMp3ForReading(path);
             if (!file.regular()) throw Error(TV_E_FAIL, "not a regular file");
             const id3v2::FileTags tags = id3v2::ReadFileTags(file);
             const std::string text = form == kStructureJson ? id3v2::FramesJson(tags) : id3v2::FramesText(tags, path);

@@ -1,5 +1,6 @@
 #include "mp3/mp3_tag_writer.h"
 
+#include <span>
 #include <utility>
 
 #include "base/error.h"
@@ -21,14 +22,15 @@ namespace {
 constexpr char kCoverArtPath[] = "Album:Cover Art";
 
 // The tree to build the jukebox block from: the caller's, less the cover picture when APIC gets
-// it. Building only reads its tree, so a copy is made only to leave the picture out.
-HRESULT TreeForJukebox(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource, bool id3v2On,
-                       ComPtr<IMPAMetaProperty>& out) {
+// it, which it does only when the picture is written (changed, or every property forced): an
+// unchanged picture stays where the file holds it. Building only reads its tree, so a copy is
+// made only to leave the picture out.
+HRESULT TreeForJukebox(IMPAMetaProperty* tree, uint32_t force, bool id3v2On, ComPtr<IMPAMetaProperty>& out) {
     out = ComPtr<IMPAMetaProperty>::Share(tree);
     if (!id3v2On) return TV_S_OK;
     ComPtr<IMPAMetaProperty> cover;
     if (Failed(tree->FindByPath(kCoverArtPath, cover.put())) || !cover) return TV_S_OK;
-    if (ChangedOf(cover.get()) != kChanged && !dataSource) return TV_S_OK;
+    if (ChangedOf(cover.get()) != kChanged && !force) return TV_S_OK;
     ComPtr<IMPAMetaProperty> clone;
     if (const HRESULT hr = tree->Clone(clone.put()); Failed(hr) || !clone) return Failed(hr) ? hr : TV_E_OUTOFMEMORY;
     cover.reset();
@@ -47,7 +49,7 @@ HRESULT BuildJukeboxContainer(const Mp3EditRequest& edit, const Mp3LoadedTags& t
     // Hosts expect E_POINTER when either tree cannot be made, whatever the factory said.
     ComPtr<IMPAMetaProperty> source;
     if (Failed(NewPropertyTree(tags.factory, container))) return TV_E_POINTER;
-    if (Failed(TreeForJukebox(edit.tree, edit.dataSource, id3v2On, source))) return TV_E_POINTER;
+    if (Failed(TreeForJukebox(edit.tree, edit.force, id3v2On, source))) return TV_E_POINTER;
 
     ComPtr<IKMABuffer> block;
     if (!tags.jukebox || Failed(tags.jukebox->Build(source.get(), edit.dataSource, edit.force)) ||
@@ -119,7 +121,7 @@ Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& 
     return plan;
 }
 
-Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_t options) {
+Mp3WriteOutcome WriteMp3Plan(platform::FileWriteLock& lock, Mp3WritePlan plan, uint32_t options) {
     Mp3WriteOutcome out;
     out.result = plan.mapped;
     if (Failed(out.result)) return out;
@@ -132,7 +134,7 @@ Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_
         if (plan.id3v1Record) write.id3v1Record = plan.id3v1Record->bytes;
         id3v2::Id3v2WriteOutcome written;
         out.result = Guard([&] {
-            written = id3v2::WriteId3v2Tag(path, std::move(*plan.id3v2Tag), write);
+            written = id3v2::WriteId3v2Tag(lock, std::move(*plan.id3v2Tag), write);
             return TV_S_OK;
         });
         if (Failed(out.result)) return out;
@@ -141,31 +143,31 @@ Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_
     }
     // Without an ID3v2 write the record goes alone, and its failures are not reported (a file
     // may be writable for its ID3v2 tag and still refuse this, as the host's own writer allowed).
-    if (plan.id3v1Record &&
-        (recordWritten || Succeeded(WriteId3v1Tag(path, *plan.id3v1Record, DurabilityOf(options)))))
-        out.report += "id3v1: written\n";
+    if (plan.id3v1Record && !recordWritten) {
+        recordWritten = Succeeded(Guard([&]() -> HRESULT {
+            uint64_t offset = 0;
+            if (const HRESULT hr = Id3v1WriteOffset(lock.file(), &offset); Failed(hr)) return hr;
+            const platform::Patch patch{offset, plan.id3v1Record->bytes};
+            platform::InPlaceEdit(lock).apply(std::span(&patch, 1), DurabilityOf(options));
+            return TV_S_OK;
+        }));
+    }
+    if (recordWritten) out.report += "id3v1: written\n";
     return out;
 }
 
 Mp3RemoveOutcome RemoveMp3Tags(const std::string& path) {
     Mp3RemoveOutcome out;
-    id3v2::Id3v2WriteOutcome stripped;
-    out.stripped = Guard([&] {
-        stripped = id3v2::StripId3v2Tags(path);
+    id3v2::Id3v2WriteOutcome removed;
+    // The record keeps its 128 bytes, blank, so that the file's length only changes by the strip;
+    // both go into one write, so a failure leaves every tag as it was.
+    out.result = Guard([&] {
+        removed = id3v2::StripId3v2Tags(path, BlankId3v1Tag().bytes);
         return TV_S_OK;
     });
-    if (Succeeded(out.stripped)) out.report = Id3v2ReportLines(stripped);
-    // The record keeps its 128 bytes, blank, so that the file's length only changes by the strip.
-    out.blanked = Guard([&]() -> HRESULT {
-        Id3v1Tag record;
-        {
-            platform::File file(path, platform::OpenMode::Read);
-            if (Failed(ReadId3v1Tag(file, &record)) || record.bytes == BlankId3v1Tag().bytes) return TV_S_OK;
-        }
-        const HRESULT hr = WriteId3v1Tag(path, BlankId3v1Tag());
-        if (Succeeded(hr)) out.report += "id3v1: blanked\n";
-        return hr;
-    });
+    if (Failed(out.result)) return out;
+    if (removed.stripped) out.report = Id3v2ReportLines(removed);
+    if (removed.id3v1Written) out.report += "id3v1: blanked\n";
     return out;
 }
 

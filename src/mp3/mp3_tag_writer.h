@@ -15,6 +15,7 @@
 
 #include "base/byte_source.h"
 #include "mp3/mp3_preferences.h"
+#include "platform/file_lock.h"
 #include "tags/id3v1/id3v1_tag.h"
 #include "tags/id3v2/properties/id3v2_parser.h"
 #include "tags/jukebox/jukebox_parser.h"
@@ -56,16 +57,15 @@ struct Mp3WriteOutcome {
 // Throws Error when the file's ID3v1 record cannot be read.
 Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& prefs, const Mp3LoadedTags& tags);
 
-// options: the kMp3Write* flags of WriteMetaProperties2.
-Mp3WriteOutcome WriteMp3Plan(const std::string& path, Mp3WritePlan plan, uint32_t options);
+// options: the kMp3Write* flags of WriteMetaProperties2. lock: held since the tags the plan was
+// made from were read, so that no other writer's change comes between.
+Mp3WriteOutcome WriteMp3Plan(platform::FileWriteLock& lock, Mp3WritePlan plan, uint32_t options);
 
 // Prepare: strips the ID3v2 tags (and Lyrics3) and blanks the ID3v1 record, which keeps its 128
-// bytes. The record is blanked even when the strip failed; the strip's failure comes first.
+// bytes, in one write: on failure the file keeps every tag, and the report lists only what was done.
 struct Mp3RemoveOutcome {
-    HRESULT stripped = TV_S_OK;
-    HRESULT blanked = TV_S_OK;
+    HRESULT result = TV_S_OK;
     std::string report;
-    HRESULT result() const { return Failed(stripped) ? stripped : blanked; }
 };
 Mp3RemoveOutcome RemoveMp3Tags(const std::string& path);
 

@@ -61,6 +61,15 @@ Counts CallsDuring(F&& f) {
     return c;
 }
 
+template <class F>
+unsigned CallsDuring(F&& f, fault::Step step) {
+    fault::StartCounting();
+    f();
+    const unsigned n = fault::Calls(step);
+    fault::Reset();
+    return n;
+}
+
 // In place over a tag with room to spare, or a rewrite of a file without a tag.
 class WriteFaults : public OneWritePerFile, public ::testing::WithParamInterface<bool> {};
 
@@ -116,21 +125,37 @@ TEST_P(WriteFaults, AFailureAtAnyCallLeavesTheOldFileOrTheNewOne) {
 INSTANTIATE_TEST_SUITE_P(Writes, WriteFaults, ::testing::Bool(),
                          [](const auto& test) { return std::string(test.param ? "Rewrite" : "InPlace"); });
 
-// Prepare strips the ID3v2 tag in one write and blanks the record in another: a record it could
-// not blank is reported, though the strip went through.
-TEST_F(OneWritePerFile, PrepareReportsARecordItCouldNotBlank) {
-    const std::string path = Padded("song.mp3");
-    const Bytes original = test::ReadAll(path);
-    const unsigned writes = CallsDuring([&] { ASSERT_EQ(OpenMp3(path).writer()->Prepare(0), TV_S_OK); }).write;
-    ASSERT_EQ(RecordTitle(path), "");
-    test::WriteAll(path, original);
-    auto s = OpenMp3(path);
-    {
-        fault::Scoped blank(fault::Step::Write, writes, ENOSPC);
-        EXPECT_EQ(s.writer()->Prepare(0), TV_E_FAIL);
+// Prepare strips the ID3v2 tag and blanks the record in one write: whatever call fails, the file
+// keeps both tags and the failure is reported, or it has neither. Also a file with a record only.
+TEST_F(OneWritePerFile, PrepareRemovesBothTagsOrNeither) {
+    for (const bool recordOnly : {false, true}) {
+        const std::string path = Padded(recordOnly ? "record.mp3" : "song.mp3");
+        if (recordOnly) {
+            ASSERT_EQ(id3v2::StripId3v2Tags(path).stripped, true);
+        }
+        const Bytes original = test::ReadAll(path);
+        for (fault::Step step : {fault::Step::Open, fault::Step::Read, fault::Step::Write, fault::Step::Fsync,
+                                 fault::Step::Rename, fault::Step::Journal, fault::Step::Link}) {
+            test::WriteAll(path, original);
+            const unsigned calls = CallsDuring([&] { ASSERT_EQ(OpenMp3(path).writer()->Prepare(0), TV_S_OK); }, step);
+            const Bytes clean = test::ReadAll(path);
+            ASSERT_EQ(PrependedSize(path), 0u);
+            ASSERT_EQ(RecordTitle(path), "");
+            for (unsigned n = 1; n <= calls; ++n) {
+                test::WriteAll(path, original);
+                auto s = OpenMp3(path);
+                HRESULT hr;
+                {
+                    fault::Scoped armed(step, n, step == fault::Step::Write ? ENOSPC : EIO);
+                    hr = s.writer()->Prepare(0);
+                }
+                SCOPED_TRACE(std::string(fault::StepName(step)) + " call " + std::to_string(n));
+                const Bytes bytes = test::ReadAll(path);
+                EXPECT_EQ(bytes, Failed(hr) ? original : clean) << std::hex << hr;
+                EXPECT_EQ(s.Report().empty(), Failed(hr)) << s.Report();
+            }
+        }
     }
-    EXPECT_EQ(PrependedSize(path), 0u);
-    EXPECT_EQ(RecordTitle(path), "First title");
 }
 
 TEST_F(OneWritePerFile, DeferredSyncWritesABatchThatOneSyncMakesDurable) {

@@ -219,6 +219,25 @@ INSTANTIATE_TEST_SUITE_P(Preferences, CoverRule,
                                            CoverCase{"TagEditID3V2 = dword:0\n", false, true, true},
                                            CoverCase{"TagEditKorvaOne = dword:0\n", true, false, false}));
 
+// A picture only the jukebox frame holds stays when an unrelated property is set with ID3v2
+// editing on: APIC does not get it, so the frame must keep it.
+TEST_F(Mp3Write, AJukeboxPictureSurvivesAnUnrelatedEdit) {
+    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string jpeg = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"), "cover.jpg");
+    {
+        PreferencesFile jukeboxOnly("TagEditID3V2 = dword:0\n");
+        auto s = OpenMp3(path);
+        SetPictureFile(s.tree.get(), "Album:Cover Art", jpeg);
+        ASSERT_EQ(s.Write(), TV_S_OK);
+    }
+    auto s = OpenMp3(path);
+    SetText(s.tree.get(), "Track:Name", "x");
+    ASSERT_EQ(s.Write(), TV_S_OK);
+    const auto after = OpenMp3(path);
+    EXPECT_EQ(after.text("Track:Name"), "x");
+    EXPECT_EQ(after.Data("Album:Cover Art"), test::ReadAll(jpeg));
+}
+
 TEST_F(Mp3Write, PrepareStripsTheId3v2TagAndBlanksTheId3v1Record) {
     const std::string path = CopyTo(dir, FixtureFile("r_v23_plus_v11.mp3"));
     const Bytes audio = AudioOf(path);

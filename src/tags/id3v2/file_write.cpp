@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <span>
 #include <utility>
 
 #include "base/error.h"
@@ -12,6 +13,7 @@
 #include "tags/id3v2/tag_reader.h"
 #include "tags/id3v2/tag_writer.h"
 #include "platform/file.h"
+#include "platform/file_lock.h"
 #include "platform/safe_write.h"
 
 namespace tagvera::id3v2 {
@@ -74,8 +76,14 @@ Id3v2Placement PlaceId3v2Tags(ByteSource& file) {
 }
 
 Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options) {
+    platform::FileWriteLock lock(path);
+    return WriteId3v2Tag(lock, std::move(tag), options);
+}
+
+Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8_t> tag,
+                                const Id3v2WriteOptions& options) {
     // Opened for writing first: the tags are placed as they are in the file the patch goes into.
-    std::optional<platform::InPlaceEdit> edit(std::in_place, path);
+    std::optional<platform::InPlaceEdit> edit(std::in_place, lock);
     Id3v2Placement place;
     {
         HeadTailSource probes(edit->file());
@@ -116,7 +124,7 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     layout.bytes(std::move(tag));
     CopyAllBut(layout, oldSpace, record ? recordOffset : place.fileSize, {{place.appendedOffset, place.appendedSize}});
     if (record) layout.bytes(*record);
-    platform::RewriteFile(path, layout);
+    platform::RewriteFile(lock, layout);
     out.written = true;
     out.padding = padding;
     out.bytesWritten = layout.knownSize();
@@ -124,19 +132,36 @@ Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> ta
     return out;
 }
 
-Id3v2WriteOutcome StripId3v2Tags(const std::string& path) {
-    Id3v2Placement place;
-    {
-        platform::File file(path, platform::OpenMode::Read);
-        place = PlaceId3v2Tags(file);
+Id3v2WriteOutcome StripId3v2Tags(const std::string& path, std::optional<std::array<uint8_t, 128>> id3v1Record) {
+    platform::FileWriteLock lock(path);
+    const Id3v2Placement place = PlaceId3v2Tags(lock.file());
+    const uint64_t recordOffset = place.fileSize - kId3v1Bytes;
+    // Only an existing record is replaced, and only when it changes.
+    if (id3v1Record && place.hasId3v1) {
+        std::array<uint8_t, kId3v1Bytes> old{};
+        if (lock.file().readAt(recordOffset, old) != old.size() || old == *id3v1Record) id3v1Record.reset();
+    } else {
+        id3v1Record.reset();
     }
     Id3v2WriteOutcome out;
-    if (place.prependedSize == 0 && place.appendedSize == 0 && place.lyrics3Size == 0) return out;
+    const bool strip = place.prependedSize != 0 || place.appendedSize != 0 || place.lyrics3Size != 0;
+    if (!strip && !id3v1Record) return out;
+    out.written = true;
+    out.id3v1Written = id3v1Record.has_value();
+    if (!strip) {
+        const platform::Patch patch{recordOffset, *id3v1Record};
+        platform::InPlaceEdit(lock).apply(std::span(&patch, 1));
+        out.inPlace = true;
+        out.bytesWritten = kId3v1Bytes;
+        return out;
+    }
+    // Both changes in one new file: it replaces the old one whole, or not at all.
     platform::FileLayout layout;
-    CopyAllBut(layout, place.prependedSize, place.fileSize,
+    CopyAllBut(layout, place.prependedSize, id3v1Record ? recordOffset : place.fileSize,
                {{place.appendedOffset, place.appendedSize}, {place.lyrics3Offset, place.lyrics3Size}});
-    platform::RewriteFile(path, layout);
-    out.written = out.stripped = true;
+    if (id3v1Record) layout.bytes(*id3v1Record);
+    platform::RewriteFile(lock, layout);
+    out.stripped = true;
     out.bytesWritten = layout.knownSize();
     out.lost = place.unreadable;
     return out;

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "base/byte_source.h"
+#include "platform/file_lock.h"
 
 namespace tagvera::id3v2 {
 
@@ -47,7 +48,7 @@ struct Id3v2WriteOutcome {
     uint64_t bytesWritten = 0;  // tag and padding, plus the rest of the file on a rewrite
     uint64_t padding = 0;       // zero bytes left after the frames
     std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written
-    bool id3v1Written = false;  // the options' ID3v1 record went into the same write
+    bool id3v1Written = false;  // the ID3v1 record asked for went into the same write
 };
 
 struct Id3v2WriteOptions {
@@ -68,11 +69,17 @@ struct Id3v2WriteOptions {
 // a complete tag with no padding as RenderV23Tag makes it, or by nothing when tag is empty (the
 // old space, if any, then holds a tag of padding only, so that nothing else has to move).
 // Throws Error (a platform FileError for OS failures) with the file unchanged.
+// Under the file's write lock, taken here or held by the caller from before it read the tags.
 Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options = {});
+Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8_t> tag,
+                                const Id3v2WriteOptions& options = {});
 
-// Removes every ID3v2 tag and a Lyrics3 block; an ID3v1 record stays. Nothing is written (and
-// the outcome says so) when the file had none of them. Throws Error with the file unchanged.
-Id3v2WriteOutcome StripId3v2Tags(const std::string& path);
+// Removes every ID3v2 tag and a Lyrics3 block, and puts id3v1Record over the file's ID3v1 record
+// when it has one that differs (otherwise the record stays), all in one write under the file's
+// write lock. Nothing is written (and the outcome says so) when there is nothing to change.
+// Throws Error with the file unchanged.
+Id3v2WriteOutcome StripId3v2Tags(const std::string& path,
+                                 std::optional<std::array<uint8_t, 128>> id3v1Record = std::nullopt);
 
 // Sets a rendered tag's size field so that it covers padding zero bytes more, and appends them.
 void AddPadding(std::vector<uint8_t>& tag, uint64_t padding);
