@@ -372,6 +372,19 @@ def mutagen_fixtures(out, audio, front, back, work):
                       f"written with mutagen, v2.{major}, all text {encoding}")
 
 
+def block_record(rtype, name, value=b"", children=()):
+    """One big-endian jukebox block record, each child under its own table entry."""
+    value_at = 28 + len(name) + 1
+    table_at = value_at + 4 + len(value)
+    child_at = table_at + 8 * len(children)
+    table = b""
+    for child in children:
+        table += struct.pack(">II", child_at, 1)
+        child_at += len(child)
+    head = struct.pack(">IIIIIII", child_at, rtype, 0, value_at, table_at, len(children), len(name) + 1)
+    return head + name.encode() + b"\0" + struct.pack(">I", len(value)) + value + table + b"".join(children)
+
+
 def regress_files(out, audio):
     """One small file per bug found so far, named after what broke (tests/regress/regress_test.cpp)."""
     files = {
@@ -389,6 +402,11 @@ def regress_files(out, audio):
         "data_asked_of_a_text_property": tag(3, frame_bytes("TIT2", text_frame(["title"], 0), 3)) + audio,
         # A broken UTF-8 sequence, replaced once per byte instead of once for the whole sequence.
         "broken_utf8_replaced_per_byte": tag(4, frame_bytes("TIT2", b"\x03A\xe1\x80B", 4)) + audio,
+        # A jukebox block whose cover and lyrics were file references: a write copied the file in.
+        "jukebox_reference_read_the_named_file": tag(3, frame_bytes("GEOB", b"\0binary\0\0KorvaJukebox:Metadata\0"
+            + b"KJMD" + struct.pack(">I", 1) + block_record(9, "Root", children=(
+                block_record(9, "Album", children=(block_record(11, "Cover Art", b"/etc/passwd\0"),)),
+                block_record(9, "Track", children=(block_record(11, "Lyrics", b"/etc/passwd\0"),)))), 3)) + audio,
     }
     os.makedirs(out, exist_ok=True)
     for name, data in files.items():

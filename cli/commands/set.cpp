@@ -72,6 +72,9 @@ int Run(CommandContext& ctx, const Args& args) {
         Assignment a = ParseAssignment(*picture, true);
         std::error_code ec;
         if (!std::filesystem::is_regular_file(a.value, ec)) throw UsageError("no picture file \"" + a.value + "\"");
+        // The library takes no larger reference: an ID3v2 frame cannot hold more.
+        if (std::filesystem::file_size(a.value, ec) > (uintmax_t(256) << 20))
+            throw UsageError("picture file \"" + a.value + "\" is larger than 256 MB");
         changes.push_back(a);
     }
     if (changes.empty()) throw UsageError("name what to set: GROUP:NAME=VALUE or --picture GROUP:NAME=FILE");

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "base/error.h"
+#include "tagvera/vocabulary.h"
 
 namespace tagvera::block {
 namespace {
@@ -34,6 +35,13 @@ Record Record::Parse(std::span<const uint8_t> available, bool bigEndian) {
     if (r.valueOffset_ < kNameAt + nameLength || uint64_t(r.valueOffset_) + 4 > length)
         Malformed("value offset outside its record");
     r.valueLength_ = Load32(p + r.valueOffset_, bigEndian);
+
+    // A file name stored in a block is only data: every view of a block (reader, in-place node)
+    // sees a plain reference without a value, so nothing downstream can open the named file.
+    if (r.type_ == kTypeFileReference) {
+        r.type_ = kTypeReference;
+        r.valueLength_ = 0;
+    }
 
     r.tableOffset_ = Load32(p + kTableOffsetAt, bigEndian);
     r.entryCount_ = Load32(p + kEntryCountAt, bigEndian);

@@ -1,10 +1,10 @@
 #include "metaprop/reference_stand_in.h"
 
-#include <limits>
 #include <string>
 #include <vector>
 
 #include "metaprop/node_access.h"
+#include "metaprop/property_access.h"
 #include "metaprop/vocabulary.h"
 #include "platform/file.h"
 
@@ -13,16 +13,16 @@ namespace {
 
 const uint8_t kEmptyString[1] = {0};
 
-// The file's size and, when asked, its bytes; false when it cannot be opened or is too large
-// for a 32-bit size. Only regular files: a name read from a block must not make writing wait on
-// a pipe or read a device.
+// The file's size and, when asked, its bytes; false when it cannot be opened or is larger than a
+// reference may be. Only regular files: a host's name must not make writing wait on a pipe or
+// read a device.
 bool ReadReferencedFile(const std::string& path, bool wantBytes, uint32_t* size, std::vector<uint8_t>* bytes,
                         bool* bytesRead) {
     *bytesRead = false;
     if (!platform::IsRegularFile(path)) return false;
     try {
         platform::File file(path, platform::OpenMode::Read);
-        if (file.size() > std::numeric_limits<uint32_t>::max()) return false;
+        if (file.size() > kMaxReferenceBytes) return false;
         *size = static_cast<uint32_t>(file.size());
         if (wantBytes) {
             try {

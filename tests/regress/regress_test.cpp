@@ -3,6 +3,7 @@
 // behaviour checked.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "base/byte_source.h"
@@ -105,6 +106,17 @@ void BrokenUtf8ReplacedPerByte(const std::string& path) {
     EXPECT_EQ(Interrogate(path).text("Track:Name"), "A\xEF\xBF\xBD" "B");
 }
 
+void JukeboxReferenceReadTheNamedFile(const std::string& path) {
+    test::ScratchDir dir;
+    const std::string copy = Copy(dir, path);
+    auto importer = NewImporter();
+    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
+    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    const auto written = test::ReadAll(copy), named = test::ReadAll("/etc/passwd");
+    ASSERT_GE(named.size(), 16u);
+    EXPECT_EQ(std::search(written.begin(), written.end(), named.begin(), named.begin() + 16), written.end());
+}
+
 struct Regression {
     const char* file;  // tests/data/regress/<file>.mp3
     void (*check)(const std::string& path);
@@ -117,6 +129,7 @@ const Regression kRegressions[] = {
     {"garbage_before_a_short_stream", GarbageBeforeAShortStream},
     {"data_asked_of_a_text_property", DataAskedOfATextProperty},
     {"broken_utf8_replaced_per_byte", BrokenUtf8ReplacedPerByte},
+    {"jukebox_reference_read_the_named_file", JukeboxReferenceReadTheNamedFile},
 };
 
 void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }

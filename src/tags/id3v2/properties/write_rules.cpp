@@ -290,7 +290,9 @@ std::optional<std::vector<uint8_t>> ReferenceBytes(IMPAMetaProperty* property, u
     }
     if (type == kTypeFileReference) {
         const std::string path(ValueText(ValueOf(property)));
-        if (path.empty()) return std::nullopt;
+        // Only a host puts a file name here (names read from blocks arrive without one); a pipe,
+        // device or directory would block or never end.
+        if (path.empty() || !platform::IsRegularFile(path)) return std::nullopt;
         try {
             platform::File file(path, platform::OpenMode::Read);
             if (file.size() > kMaxReferenceBytes) return std::nullopt;
