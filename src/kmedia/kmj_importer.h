@@ -13,6 +13,7 @@
 #include "component/context_user.h"
 #include "component/unknown.h"
 #include "kmedia/km_edit.h"
+#include "package/importer_kit/component_creators.h"
 #include "package/importer_kit/set_filename_shims.h"
 #include "platform/file.h"
 #include "tags/jukebox/jukebox_parser.h"
@@ -83,9 +84,6 @@ private:
     bool jukeboxLoaded_ = false;
     bool jukeboxPresent_ = false;
 };
-
-// The component-table creator.
-HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);
 
 }  // namespace tagvera
 

@@ -19,6 +19,7 @@
 #include "component/unknown.h"
 #include "mp3/mp3_preferences.h"
 #include "mp3/mpeg/scan.h"
+#include "package/importer_kit/component_creators.h"
 #include "package/importer_kit/set_filename_shims.h"
 #include "platform/file.h"
 #include "tags/id3v2/properties/id3v2_parser.h"
@@ -121,9 +122,6 @@ private:
     bool xingRepair_ = true;
     std::string writeReport_;
 };
-
-// The component-table creator.
-HRESULT CreateImportMP3File(IKCAPackage_* package, IUnknown* outer, IUnknown** out);
 
 }  // namespace tagvera
 

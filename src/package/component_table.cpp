@@ -1,12 +1,11 @@
 // The one list of components. When a component's folder lands, its row's creator changes from
-// CreateNotBuiltComponent to the component's own creator, with its header included above. The
-// lists each component advertises are the importers' own (importer_kit/advertised_types.h).
+// CreateNotBuiltComponent to the component's own, declared in importer_kit/component_creators.h.
+// The lists each component advertises are the importers' own (importer_kit/advertised_types.h).
 #include "package/component_table.h"
 
-#include "kmedia/kmj_importer.h"
 #include "metaprop/metaprop_component.h"
-#include "mp3/mp3_importer.h"
 #include "package/importer_kit/advertised_types.h"
+#include "package/importer_kit/component_creators.h"
 #include "tagvera/plugin.h"
 
 namespace tagvera {

@@ -1,0 +1,16 @@
+// The creator that each format folder defines for its row of the component table. The table
+// names them through this header, so the package reaches no format's internals.
+#ifndef TAGVERA_PACKAGE_IMPORTER_KIT_COMPONENT_CREATORS_H
+#define TAGVERA_PACKAGE_IMPORTER_KIT_COMPONENT_CREATORS_H
+
+#include "tagvera/abi.h"
+#include "tagvera/plugin.h"
+
+namespace tagvera {
+
+HRESULT CreateImportMP3File(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // mp3/
+HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // kmedia/
+
+}  // namespace tagvera
+
+#endif
