@@ -166,16 +166,9 @@ TEST(ScanMp3Audio, FailsCleanlyOnWhatIsNoMpegAudio) {
     EXPECT_EQ(ScanMp3Audio(*std::make_unique<MemorySource>(audio), 0, nullptr), TV_E_POINTER);
 }
 
-TEST(ScanMp3Audio, HandlesEveryTruncationOfAFile) {
+// Any cut of any file ending in a clean result is the scan fuzz target's invariant.
+TEST(ScanMp3Audio, ATruncatedFileCountsItsFrames) {
     const auto bytes = LoadFixture("vbr_xing_44k_v7");
-    for (size_t size = 0; size < 3000; size += 7) {
-        Mp3AudioInfo info;
-        const HRESULT hr = Scan(std::span(bytes).first(size), &info);
-        ASSERT_TRUE(hr == TV_S_OK || hr == TV_E_FAIL) << size;
-        if (hr == TV_S_OK) {
-            EXPECT_GT(info.bitRate, 0u) << size;
-        }
-    }
     Mp3AudioInfo info;
     EXPECT_EQ(Scan(std::span(bytes).first(300), &info), TV_E_FAIL);
     ASSERT_EQ(Scan(std::span(bytes).first(bytes.size() / 2), &info), TV_S_OK);

@@ -17,23 +17,8 @@ uint32_t Be32(std::span<const uint8_t> b, size_t at) {
     return uint32_t(b[at]) << 24 | uint32_t(b[at + 1]) << 16 | uint32_t(b[at + 2]) << 8 | b[at + 3];
 }
 
-TEST(ParseXingHeader, ReadsLameVbrHeaders) {
-    for (const char* name : {"vbr_xing_44k_v7", "vbr_xing_22k_mono"}) {
-        SCOPED_TRACE(name);
-        const auto bytes = LoadFixture(name);
-        CMpegHeader first;
-        ASSERT_TRUE(first.Decode(Be32(bytes, 0)));
-        XingHeader x;
-        ASSERT_EQ(ParseXingHeader(bytes, first.sampleRate, first.channels, &x), TV_S_OK);
-        EXPECT_EQ(x.flags & 0x7, 0x7u);
-        EXPECT_TRUE(x.tocValid);
-        EXPECT_EQ(x.bytes, bytes.size());
-        // LAME counts the audio frames after its own header frame.
-        const auto report = testing::LoadReport(name);
-        EXPECT_NEAR(x.frames * double(first.samplesPerFrame) / first.sampleRate, report.probeSeconds, 0.001);
-    }
-}
-
+// A real LAME header's frame count and TOC are the scan's test of each fixture's header kind (a
+// writable file with a sound header needs no repair), its byte count the fixtures' mean rates.
 // An "Info" header (a constant rate) is covered by the scan's test of each fixture's header kind.
 TEST(ParseXingHeader, RefusesShortFramesOtherTagsAndMpeg25) {
     EXPECT_FALSE(HasXingOrInfoTag(LoadFixture("cbr_96k_44k_notag"), 44100, 2));
