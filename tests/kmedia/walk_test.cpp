@@ -7,7 +7,6 @@
 #include "base/byte_source.h"
 #include "kmedia/header_walk.h"
 #include "kmedia/km_generator.h"
-#include "kmedia/structure_text.h"
 #include "kmedia/trailer.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
@@ -99,26 +98,6 @@ TEST(KmWalk, DamagedFilesFailOrSayWhatIsWrong) {
             EXPECT_EQ(e.code(), c.code) << e.what();
         }
     }
-}
-
-// Cut at every object boundary (and one byte either side): an error or a file read as far as it
-// goes, never a read past the end.
-TEST(KmWalk, TruncatedAtEveryBoundary) {
-    const auto good = BuildKmFile(TwoStreams());
-    MemorySource goodSrc(good);
-    const KmHeaders h = ReadKmHeaders(goodSrc, {.readIndexes = true});
-    for (const auto& p : h.places)
-        for (int delta : {-1, 0, 1, 10}) {
-            const int64_t cut = static_cast<int64_t>(p.offset) + delta;
-            if (cut < 0 || cut >= static_cast<int64_t>(good.size())) continue;
-            std::vector<uint8_t> bytes(good.begin(), good.begin() + cut);
-            MemorySource src(bytes);
-            try {
-                const FileLayout l = ReadFileLayout(src);
-                EXPECT_FALSE(LayoutText(l, "cut").empty());
-            } catch (const Error&) {
-            }
-        }
 }
 
 // Interrogation reads the headers and the tail: as many bytes for a file of many packets as for one
