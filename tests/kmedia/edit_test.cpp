@@ -2,9 +2,6 @@
 // byte and in order, and every offset, count and size describing the new file.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "kmedia/convert/packet_scan.h"
 #include "kmedia/km_edit.h"
 #include "kmedia/km_generator.h"
@@ -15,11 +12,6 @@
 
 namespace tagvera::kmedia::testing {
 namespace {
-
-std::vector<uint8_t> ReadAll(const std::string& path) {
-    std::ifstream f(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(f), {}};
-}
 
 // Every packet of a file, bytes included.
 std::vector<std::vector<uint8_t>> Packets(const std::vector<uint8_t>& file, const KmHeaders& h) {
@@ -101,7 +93,7 @@ TEST(KmEdit, SaveKeepsPacketsAndWritesConsistentHeaders) {
         ASSERT_EQ(edit.SetOutputFile(out), TV_S_OK);
         ASSERT_EQ(edit.Save(), TV_S_OK);
 
-        const auto output = ReadAll(out);
+        const auto output = test::ReadAll(out);
         const KmHeaders h = CheckConsistent(output);
         ASSERT_TRUE(h.content && h.data);
         EXPECT_EQ(h.content->title, "New Title");
@@ -176,7 +168,7 @@ TEST(KmEdit, DamagedPacketsFailAndLeaveTheOutputAlone) {
         ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
         edit.SetOutputFile(out);
         EXPECT_EQ(edit.Save(), TV_E_FAIL);
-        EXPECT_EQ(ReadAll(out), (std::vector<uint8_t>{'o', 'l', 'd'}));
+        EXPECT_EQ(test::ReadAll(out), (std::vector<uint8_t>{'o', 'l', 'd'}));
     }
     CKMEdit none;
     EXPECT_EQ(none.Save(), TV_E_NOTLOADED);
