@@ -18,18 +18,14 @@ struct HeaderCase {
     uint32_t version, layer, sampleRate, bitRate, channels, frameBytes, samples;
 };
 
+// The kinds a fixture holds (MPEG-1 Layers I to III, MPEG-2.5) are checked against the decoder by
+// the fixture tests; these rows are rates and kinds none holds, and padding.
 TEST(MpegHeader, DecodesEveryVersionAndLayer) {
     const HeaderCase cases[] = {
-        {0xFFFB9000, kMpeg1, 3, 44100, 128000, 2, 417, 1152},
         {0xFFFB9200, kMpeg1, 3, 44100, 128000, 2, 418, 1152},
-        {0xFFFB9440, kMpeg1, 3, 48000, 128000, 2, 384, 1152},
         {0xFFFBE8C0, kMpeg1, 3, 32000, 320000, 1, 1440, 1152},
         {0xFFF380C0, kMpeg2, 3, 22050, 64000, 1, 208, 576},
-        {0xFFE328C0, kMpeg25, 3, 8000, 16000, 1, 144, 576},
-        {0xFFE33040, kMpeg25, 3, 11025, 24000, 2, 156, 576},
-        {0xFFFF28C0, kMpeg1, 1, 32000, 64000, 1, 96, 384},
         {0xFFF71800, kMpeg2, 1, 16000, 32000, 2, 96, 384},
-        {0xFFFD44C0, kMpeg1, 2, 48000, 64000, 1, 192, 1152},
         {0xFFFDE800, kMpeg1, 2, 32000, 384000, 2, 1728, 1152},
     };
     for (const auto& c : cases) {
