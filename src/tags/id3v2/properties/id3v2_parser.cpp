@@ -154,11 +154,8 @@ public:
     HRESULT TV_STDCALL GetFrameData(IMPAMetaProperty* property, uint8_t* buffer, uint32_t size) override {
         return Guard([&]() -> HRESULT {
             if (!property || !buffer) return TV_E_POINTER;
-            if (!linked()) return TV_E_FAIL;
-            Frame* frame = FindFrameFor(property);
-            if (!frame) return TV_E_FAIL;
-            LoadDeferred(*frame);
-            const auto data = id3v2::FrameReferenceData(*frame);
+            Frame& frame = LoadedFrameFor(property);
+            const auto data = id3v2::FrameReferenceData(frame);
             if (size < data.size()) return TV_E_BUFFERTOOSMALL;
             if (!data.empty()) std::memcpy(buffer, data.data(), data.size());
             return TV_S_OK;
@@ -168,14 +165,11 @@ public:
     HRESULT TV_STDCALL SetFrameDataFromFile(IMPAMetaProperty* property, const char* path) override {
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;
-            if (!linked()) return TV_E_FAIL;
-            Frame* frame = FindFrameFor(property);
-            if (!frame) return TV_E_FAIL;
-            LoadDeferred(*frame);
+            Frame& frame = LoadedFrameFor(property);
             platform::File file(path, platform::OpenMode::Read);
             if (file.size() > kMaxFrameFile) throw Error(TV_E_FAIL, "file too large for a frame");
             const auto bytes = file.readExact(0, static_cast<size_t>(file.size()));
-            id3v2::Fields f = id3v2::DecodeFields(*frame);
+            id3v2::Fields f = id3v2::DecodeFields(frame);
             auto encoding = f.encoding.value_or(id3v2::TextEncoding::Latin1);
             if (f.kind == id3v2::FrameKind::Comment) {
                 const std::string textValue = text::SanitizeUtf8(
@@ -187,7 +181,7 @@ public:
             } else {
                 return TV_E_FAIL;
             }
-            frame->payload = id3v2::EncodeFields(frame->id, f, encoding);
+            frame.payload = id3v2::EncodeFields(frame.id, f, encoding);
             ReloadLibrary();
             Library().markChanged();
             return TV_S_OK;
@@ -274,11 +268,8 @@ public:
     HRESULT TV_STDCALL SaveFrameDataToFile(IMPAMetaProperty* property, const char* path) override {
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;
-            if (!linked()) return TV_E_FAIL;
-            Frame* frame = FindFrameFor(property);
-            if (!frame) return TV_E_FAIL;
-            LoadDeferred(*frame);
-            const auto data = id3v2::FrameReferenceData(*frame);
+            Frame& frame = LoadedFrameFor(property);
+            const auto data = id3v2::FrameReferenceData(frame);
             platform::WriteFileAtomically(path, data);
             return TV_S_OK;
         });
@@ -367,6 +358,16 @@ private:
             if (Failed(hr)) return hr;
         }
         return TV_S_OK;
+    }
+
+    // The frame behind a reference property, its data loaded: E_FAIL without a linked tag or such
+    // a frame, as every slot that hands out or replaces a frame's data answers.
+    Frame& LoadedFrameFor(IMPAMetaProperty* property) {
+        if (!linked()) throw Error(TV_E_FAIL, "no tag linked");
+        Frame* frame = FindFrameFor(property);
+        if (!frame) throw Error(TV_E_FAIL, "no frame for the property");
+        LoadDeferred(*frame);
+        return *frame;
     }
 
     // The frame a reference property was read from: same frame number, same path, and where
