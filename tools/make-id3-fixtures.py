@@ -407,6 +407,10 @@ def regress_files(out, audio):
             + b"KJMD" + struct.pack(">I", 1) + block_record(9, "Root", children=(
                 block_record(9, "Album", children=(block_record(11, "Cover Art", b"/etc/passwd\0"),)),
                 block_record(9, "Track", children=(block_record(11, "Lyrics", b"/etc/passwd\0"),)))), 3)) + audio,
+        # A play counter longer than 32 bits: id3lib read its tail as a compressed frame of 4 GB.
+        "long_counter_read_as_a_frame": tag(3, frame_bytes("PCNT", b"\0\0\0\5" + b"TIT2" + struct.pack(">IH", 8, 0x80)
+                                                           + struct.pack(">I", 0xF0000000) + b"xxxx", 3)
+                                            + frame_bytes("TIT2", text_frame(["title"], 0), 3)) + audio,
     }
     os.makedirs(out, exist_ok=True)
     for name, data in files.items():

@@ -117,6 +117,18 @@ void JukeboxReferenceReadTheNamedFile(const std::string& path) {
     EXPECT_EQ(std::search(written.begin(), written.end(), named.begin(), named.begin() + 16), written.end());
 }
 
+void LongCounterReadAsAFrame(const std::string& path) {
+    test::ScratchDir dir;
+    const std::string copy = Copy(dir, path);
+    auto importer = NewImporter();
+    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
+    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    EXPECT_EQ(Interrogate(copy).text("Track:Name"), "new");
+    const auto before = test::ReadAll(path), after = test::ReadAll(copy);
+    const auto counter = before.begin() + 10, end = counter + 10 + 0x16;  // the PCNT frame, whole
+    EXPECT_NE(std::search(after.begin(), after.end(), counter, end), after.end());
+}
+
 struct Regression {
     const char* file;  // tests/data/regress/<file>.mp3
     void (*check)(const std::string& path);
@@ -130,6 +142,7 @@ const Regression kRegressions[] = {
     {"data_asked_of_a_text_property", DataAskedOfATextProperty},
     {"broken_utf8_replaced_per_byte", BrokenUtf8ReplacedPerByte},
     {"jukebox_reference_read_the_named_file", JukeboxReferenceReadTheNamedFile},
+    {"long_counter_read_as_a_frame", LongCounterReadAsAFrame},
 };
 
 void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }

@@ -69,7 +69,15 @@ private:
 bool LibraryMayHold(const Frame& f) {
     if (f.encrypted || f.group) return false;
     if (f.id == "MCDI") return true;
-    return id3v2::KindOf(f.id) != FrameKind::Binary;
+    const FrameKind kind = id3v2::KindOf(f.id);
+    if (kind == FrameKind::Binary) return false;
+    if (kind == FrameKind::Counter || kind == FrameKind::Popularimeter) {
+        // id3lib reads a 32-bit counter and takes what follows it for the next frame's header,
+        // which the file's bytes can make a compressed frame of any size.
+        const auto fields = id3v2::TryDecodeFields(f);
+        return fields && fields->data.size() <= 4;
+    }
+    return true;
 }
 
 std::string Fingerprint(const Frame& f) {
