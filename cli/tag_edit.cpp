@@ -37,6 +37,19 @@ bool SyncDeferredWrites(CommandContext& ctx) {
     return false;
 }
 
+// The report's lines, each indented under the file's line.
+std::string Indented(const std::string& report) {
+    std::string out;
+    size_t start = 0;
+    while (start < report.size()) {
+        const size_t end = report.find('\n', start);
+        out += "  " + report.substr(start, end - start) + '\n';
+        if (end == std::string::npos) break;
+        start = end + 1;
+    }
+    return out;
+}
+
 }  // namespace
 
 bool IsPropertyArgument(const std::string& arg) {
@@ -51,6 +64,7 @@ EditRun ParseEditFlags(const ParsedArgs& parsed) {
     EditRun run;
     run.dryRun = parsed.has("--dry-run") || parsed.has("-n");
     run.recursive = parsed.has("-r") || parsed.has("--recursive");
+    run.allowLoss = parsed.has("--allow-loss");
     run.progress = parsed.has("--progress") || ::isatty(STDERR_FILENO) == 1;
     return run;
 }
@@ -108,28 +122,26 @@ std::string WriteReportOf(const MediaFile& media) {
     return text;
 }
 
-void WriteBack(CommandContext& ctx, const MediaFile& media) {
+void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) {
     auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2);
     if (!writer) throw DataError(media.path, "its importer cannot write tags");
     // Many files in a row: their file systems are synced once when the run ends.
-    const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, kMp3WriteDeferSync);
+    const uint32_t options = kMp3WriteDeferSync | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
+    const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, options);
     if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
     if (hr == TV_E_NOTIMPL) throw DataError(media.path, "writing this kind of file is not built yet");
+    if (const std::string report = WriteReportOf(media); Failed(hr) && report.find("would lose: ") != std::string::npos) {
+        std::string lines = Indented(report);
+        lines.pop_back();
+        throw DataError(media.path, "not written: its tags hold what the write would lose (--allow-loss writes anyway)\n" + lines);
+    }
     if (Failed(hr)) {
         std::string reason = "not written: " + host::ResultText(hr);
         if (std::string why = UnreadableReason(media.path); !why.empty()) reason += " (" + why + ")";
         else if (::access(media.path.c_str(), W_OK) != 0) reason += " (the file is read-only)";
         throw DataError(media.path, reason);
     }
-    ctx.out << media.path << ": written\n";
-    const std::string report = WriteReportOf(media);
-    size_t start = 0;
-    while (start < report.size()) {
-        const size_t end = report.find('\n', start);
-        ctx.out << "  " << report.substr(start, end - start) << '\n';
-        if (end == std::string::npos) break;
-        start = end + 1;
-    }
+    ctx.out << media.path << ": written\n" << Indented(WriteReportOf(media));
 }
 
 std::string ShownValue(IMPAMetaProperty* tree, const std::string& path) {

@@ -21,9 +21,11 @@ struct EditRun {
     bool dryRun = false;
     bool progress = false;  // a progress line on standard error
     bool recursive = false;
+    bool allowLoss = false;  // write even when the file's tags hold what the write would lose
 };
 
-// The shared flags: --dry-run, --progress (also on when standard error is a terminal), -r.
+// The shared flags: --dry-run, --progress (also on when standard error is a terminal), -r,
+// --allow-loss.
 EditRun ParseEditFlags(const ParsedArgs& parsed);
 
 // Runs edit over every file the names give (folders with -r), reporting failures as
@@ -35,7 +37,8 @@ int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::
 MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xingRepair = false);
 
 // Writes tree back (the importer itself serves on-demand data) and prints what the write did.
-void WriteBack(CommandContext& ctx, const MediaFile& media);
+// Unless run.allowLoss, a file whose tags hold what the write would lose is left as it is.
+void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run);
 
 // The importer's IMPAWriteReport text, "" when it has none.
 std::string WriteReportOf(const MediaFile& media);

@@ -411,6 +411,14 @@ def regress_files(out, audio):
         "long_counter_read_as_a_frame": tag(3, frame_bytes("PCNT", b"\0\0\0\5" + b"TIT2" + struct.pack(">IH", 8, 0x80)
                                                            + struct.pack(">I", 0xF0000000) + b"xxxx", 3)
                                             + frame_bytes("TIT2", text_frame(["title"], 0), 3)) + audio,
+        # Bytes that are not a frame header hid the frames after them; a write dropped those.
+        "damaged_tag_lost_later_frames": tag(3, frame_bytes("TIT2", text_frame(["title"], 0), 3)
+                                             + b"\x01\x02\x03\x04" + struct.pack(">IH", 10, 0) + b"x" * 10
+                                             + frame_bytes("TPE1", text_frame(["artist"], 0), 3), padding=512) + audio,
+        # A jukebox block that does not read, which a write replaced by one built from the tree.
+        "unreadable_jukebox_block_replaced": tag(3, frame_bytes("TIT2", text_frame(["title"], 0), 3)
+                                                 + frame_bytes("GEOB", b"\0binary\0\0KorvaJukebox:Metadata\0KJMD"
+                                                               + struct.pack(">I", 1) + b"not a record" * 3, 3), padding=512) + audio,
     }
     os.makedirs(out, exist_ok=True)
     for name, data in files.items():

@@ -12,7 +12,7 @@ namespace tagvera::cli {
 namespace {
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive"});
+    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive", "--allow-loss"});
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files, properties;
     for (const auto& arg : parsed.positional) (IsPropertyArgument(arg) ? properties : files).push_back(arg);
@@ -30,15 +30,16 @@ int Run(CommandContext& ctx, const Args& args) {
             node->SetChanged(kDeleted);
             any = true;
         }
-        if (any && !run.dryRun) WriteBack(ctx, media);
+        if (any && !run.dryRun) WriteBack(ctx, media, run);
     });
 }
 
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"rm", "remove properties from the files' tags",
-                          "rm [--dry-run] [--progress] [-r] FILE... GROUP:NAME...\n"
-                          "  Removes each property (\"Track:Comments\") from every tag that holds it.",
+                          "rm [--dry-run] [--progress] [-r] [--allow-loss] FILE... GROUP:NAME...\n"
+                          "  Removes each property (\"Track:Comments\") from every tag that holds it; a file\n"
+                          "  whose tags hold what the write would lose is left as it is, unless --allow-loss.",
                           Run});
 
 }  // namespace tagvera::cli

@@ -60,7 +60,7 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
 }
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive"}, {"--picture"});
+    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive", "--allow-loss"}, {"--picture"});
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files;
     std::vector<Assignment> changes;
@@ -87,17 +87,19 @@ int Run(CommandContext& ctx, const Args& args) {
             return;
         }
         for (const auto& a : changes) Apply(media.tree.get(), a, file);
-        WriteBack(ctx, media);
+        WriteBack(ctx, media, run);
     });
 }
 
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the files' tags",
-                          "set [--dry-run] [--progress] [-r] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
+                          "set [--dry-run] [--progress] [-r] [--allow-loss] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
                           "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\") and writes the\n"
                           "  tags as a host does; --picture takes the bytes of a picture file (\"Album:Cover Art=c.jpg\").\n"
-                          "  --dry-run shows old and new values without writing; -r takes the files in folders.",
+                          "  --dry-run shows old and new values without writing; -r takes the files in folders.\n"
+                          "  A file whose tags hold what the write would lose (frames that cannot be read) is\n"
+                          "  left as it is, unless --allow-loss.",
                           Run});
 
 }  // namespace tagvera::cli

@@ -24,6 +24,11 @@ inline constexpr uint32_t kMp3WriteInPlaceOnly = 0x1;
 // patch durable sooner, not more or less atomic. A write that has to rewrite the file still
 // syncs the new copy before it replaces the old one.
 inline constexpr uint32_t kMp3WriteDeferSync = 0x2;
+// Nothing the file's tags hold may be lost: when the write would drop something it could not
+// read (a frame past a damaged one, a tag that does not parse, a jukebox block that does not
+// read), it fails with E_FAIL, nothing is written, and the write report lists each such thing
+// as a "would lose:" line. Without this option the write goes ahead and lists them as "lost:".
+inline constexpr uint32_t kMp3WriteKeepEverything = 0x4;
 
 }  // namespace tagvera
 
@@ -33,6 +38,7 @@ inline constexpr uint32_t kMp3WriteDeferSync = 0x2;
 //     id3v2: file rewritten, 5301242 bytes written, 1024 bytes of padding
 //     id3v1: written
 //     lost: XYZ1: empty frame           (a frame of the old tag that could not be kept)
+//     would lose: XYZ1: empty frame     (the same, for a write refused by kMp3WriteKeepEverything)
 //     xing: frame count corrected        (or "xing: header written")
 // Empty (a size of 1) when nothing was written since the file was opened. Size in and out as
 // for GetSupportedMimeTypes: 0x8004000D with the size needed when the buffer is too small.

@@ -118,6 +118,7 @@ private:
     ComPtr<IMPAID3v2Parser> id3v2_;
     ComPtr<IMPAKJMDParser> jukebox_;
     bool tagsLoaded_ = false;
+    bool jukeboxUnreadable_ = false;  // the loaded tags had a jukebox frame whose block did not read
     // kMp3OptionXingRepair: opening a writable file may correct its Xing header.
     bool xingRepair_ = true;
     std::string writeReport_;

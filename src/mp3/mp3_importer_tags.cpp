@@ -66,6 +66,7 @@ HRESULT CImportMP3File::LoadTagsImpl() {
 }
 
 HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, ComPtr<IMPAMetaProperty>& k1Tree) {
+    jukeboxUnreadable_ = false;
     ComPtr<IMPAMetaProperty> frame;
     if (Failed(v2Tree->FindByPath(kJukeboxFramePath, frame.put())) || !frame) return TV_S_OK;
     uint32_t type = kTypeNone;
@@ -78,6 +79,7 @@ HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, ComPtr<IMPAMe
     frame.reset();
     // The raw frame never shows, whether its block parsed or not.
     if (const HRESULT hr = v2Tree->RemoveByPath(kJukeboxGroup); Failed(hr)) return hr;
+    jukeboxUnreadable_ = !parsed;
     if (!parsed) return TV_S_OK;
     ComPtr<IMPAMetaProperty> read;
     if (const HRESULT hr = NewPropertyTree(classFactory(), read); Failed(hr)) return hr;
@@ -86,6 +88,7 @@ HRESULT CImportMP3File::ReadJukeboxFrame(IMPAMetaProperty* v2Tree, ComPtr<IMPAMe
     // host would not make) fails the read.
     const HRESULT hr = jukebox_->CopyToTree(read.get());
     if (Succeeded(hr)) k1Tree = std::move(read);
+    jukeboxUnreadable_ = hr == TV_E_FAIL;
     return hr == TV_E_FAIL ? TV_S_OK : hr;
 }
 

@@ -32,7 +32,7 @@ HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
         // as the data source.
         const HRESULT planned = Guard([&] {
             plan = PlanMp3Write({tree, dataSource, force}, prefs,
-                                {id3v2_.get(), jukebox_.get(), &ProbedFile(), classFactory()});
+                                {id3v2_.get(), jukebox_.get(), &ProbedFile(), classFactory(), jukeboxUnreadable_});
             return TV_S_OK;
         });
         // The next read starts again from the file, which may be a new one after a rewrite.

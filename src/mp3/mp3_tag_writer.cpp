@@ -78,6 +78,17 @@ std::optional<Id3v1Tag> UpdatedId3v1Record(ByteSource& file, IMPAMetaProperty* t
     return record;
 }
 
+std::string LossLines(const char* label, const std::vector<std::string>& losses) {
+    std::string s;
+    for (const auto& lost : losses) s += label + lost + "\n";
+    return s;
+}
+
+// Nothing written: the report says what the write would have lost.
+Mp3WriteOutcome Refused(const std::vector<std::string>& losses) {
+    return {TV_E_FAIL, LossLines("would lose: ", losses)};
+}
+
 std::string Id3v2ReportLines(const id3v2::Id3v2WriteOutcome& o) {
     if (!o.written) return {};
     std::string s = "id3v2: ";
@@ -86,7 +97,7 @@ std::string Id3v2ReportLines(const id3v2::Id3v2WriteOutcome& o) {
     s += std::to_string(o.bytesWritten) + " bytes written";
     if (!o.stripped) s += ", " + std::to_string(o.padding) + " bytes of padding";
     s += "\n";
-    for (const auto& lost : o.lost) s += "lost: " + lost + "\n";
+    s += LossLines("lost: ", o.lost);
     return s;
 }
 
@@ -108,6 +119,8 @@ Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& 
     }
     if (Succeeded(hr) && prefs.jukebox) {
         mapped = true;
+        // The frame is built anew from the tree, which holds nothing of a block that did not read.
+        if (tags.jukeboxUnreadable) plan.losses.push_back("KorvaJukebox:Metadata: a jukebox block that could not be read");
         ComPtr<IMPAMetaProperty> container;
         hr = BuildJukeboxContainer(edit, tags, prefs.id3v2, container);
         if (Succeeded(hr)) hr = tags.id3v2->WriteProperties(container.get(), edit.dataSource, true, true, true);
@@ -125,11 +138,14 @@ Mp3WriteOutcome WriteMp3Plan(platform::FileWriteLock& lock, Mp3WritePlan plan, u
     Mp3WriteOutcome out;
     out.result = plan.mapped;
     if (Failed(out.result)) return out;
+    const bool keepEverything = (options & kMp3WriteKeepEverything) != 0;
+    if (keepEverything && !plan.losses.empty()) return Refused(plan.losses);
     bool recordWritten = false;
     if (plan.id3v2Tag) {
         id3v2::Id3v2WriteOptions write;
         write.inPlaceOnly = (options & kMp3WriteInPlaceOnly) != 0;
         write.deferSync = (options & kMp3WriteDeferSync) != 0;
+        write.keepEverything = keepEverything;
         // The record rides along with the tag: one write, one sync, and on failure neither.
         if (plan.id3v1Record) write.id3v1Record = plan.id3v1Record->bytes;
         id3v2::Id3v2WriteOutcome written;
@@ -138,7 +154,8 @@ Mp3WriteOutcome WriteMp3Plan(platform::FileWriteLock& lock, Mp3WritePlan plan, u
             return TV_S_OK;
         });
         if (Failed(out.result)) return out;
-        out.report = Id3v2ReportLines(written);
+        if (written.refused) return Refused(written.lost);
+        out.report = Id3v2ReportLines(written) + LossLines("lost: ", plan.losses);
         recordWritten = written.id3v1Written;
     }
     // Without an ID3v2 write the record goes alone, and its failures are not reported (a file

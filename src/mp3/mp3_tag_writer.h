@@ -40,6 +40,7 @@ struct Mp3LoadedTags {
     IMPAKJMDParser* jukebox = nullptr;
     ByteSource* file = nullptr;           // the file as opened, for its ID3v1 record
     IKMAClassFactory* factory = nullptr;  // makes the jukebox frame's container (null: no host)
+    bool jukeboxUnreadable = false;       // the file has a jukebox frame whose block did not read
 };
 
 // What a write is to change, worked out before the file is touched.
@@ -47,6 +48,9 @@ struct Mp3WritePlan {
     HRESULT mapped = TV_S_OK;                     // a failure here writes nothing
     std::optional<std::vector<uint8_t>> id3v2Tag;  // rendered, padding still to plan
     std::optional<Id3v1Tag> id3v1Record;           // none: the record stays as it is
+    // What the file holds that the plan cannot carry over (the ID3v2 tags' own are found when
+    // the tag is written, from the file as it is then).
+    std::vector<std::string> losses;
 };
 
 struct Mp3WriteOutcome {

@@ -11,6 +11,7 @@
 #include "mp3_importer/importer_support.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
+#include "cli/run_cli.h"
 #include "tags/id3v2/json_report.h"
 #include "tagvera/vocabulary.h"
 
@@ -30,6 +31,13 @@ HRESULT WriteBack(IMPAInterrogateFile* importer, void (*edit)(IMPAMetaProperty*)
     edit(tree.get());
     auto writer = QueryAs<IMPAHandleMetaProperties2>(importer, IID_IMPAHandleMetaProperties2);
     return writer->WriteMetaProperties2(tree.get(), writer.get(), 0, 0);
+}
+
+std::string WriteReport(IMPAInterrogateFile* importer) {
+    char report[1024];
+    uint32_t size = sizeof report;
+    if (Failed(QueryAs<IMPAWriteReport>(importer, IID_IMPAWriteReport)->GetWriteReport(report, &size))) return {};
+    return report;
 }
 
 void NewTitle(IMPAMetaProperty* tree) {
@@ -75,10 +83,8 @@ void EmptyUrlFrameSurvivedAWrite(const std::string& path) {
     auto importer = NewImporter();
     ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
     ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
-    char report[1024];
-    uint32_t size = sizeof report;
-    ASSERT_EQ(QueryAs<IMPAWriteReport>(importer, IID_IMPAWriteReport)->GetWriteReport(report, &size), TV_S_OK);
-    EXPECT_NE(std::string(report).find("lost: WOAR"), std::string::npos) << report;
+    const std::string report = WriteReport(importer.get());
+    EXPECT_NE(report.find("lost: WOAR"), std::string::npos) << report;
     // Readers skip an empty frame with a warning.
     platform::File file(copy, platform::OpenMode::Read);
     const std::string frames = id3v2::FramesJson(file);
@@ -129,6 +135,21 @@ void LongCounterReadAsAFrame(const std::string& path) {
     EXPECT_NE(std::search(after.begin(), after.end(), counter, end), after.end());
 }
 
+// Unreadable parts of the file's tags: `tagvera set` writes nothing, says what it would lose and
+// fails, unless losses are allowed; then it writes and lists them as lost.
+void LossRefusedUnlessAllowed(const std::string& path) {
+    test::ScratchDir dir;
+    const std::string copy = Copy(dir, path);
+    const CliResult refused = RunCli({"set", copy, "Track:Name=new"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("would lose: "), std::string::npos) << refused.err;
+    EXPECT_EQ(test::ReadAll(copy), test::ReadAll(path));
+    const CliResult allowed = RunCli({"set", copy, "Track:Name=new", "--allow-loss"});
+    EXPECT_EQ(allowed.status, 0) << allowed.err;
+    EXPECT_NE(allowed.out.find("lost: "), std::string::npos) << allowed.out;
+    EXPECT_EQ(Interrogate(copy).text("Track:Name"), "new");
+}
+
 struct Regression {
     const char* file;  // tests/data/regress/<file>.mp3
     void (*check)(const std::string& path);
@@ -143,6 +164,8 @@ const Regression kRegressions[] = {
     {"broken_utf8_replaced_per_byte", BrokenUtf8ReplacedPerByte},
     {"jukebox_reference_read_the_named_file", JukeboxReferenceReadTheNamedFile},
     {"long_counter_read_as_a_frame", LongCounterReadAsAFrame},
+    {"damaged_tag_lost_later_frames", LossRefusedUnlessAllowed},
+    {"unreadable_jukebox_block_replaced", LossRefusedUnlessAllowed},
 };
 
 void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }

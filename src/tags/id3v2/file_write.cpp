@@ -93,6 +93,11 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8
     out.lost = place.unreadable;
     const uint64_t oldSpace = place.prependedSize;
     if (tag.empty() && oldSpace == 0 && place.appendedSize == 0) return out;
+    // Checked on the tags as they are now, under the lock: they may differ from those planned on.
+    if (options.keepEverything && !out.lost.empty()) {
+        out.refused = true;
+        return out;
+    }
 
     // No frames left: the old space keeps a tag of padding only, which every reader skips.
     if (tag.empty()) tag = id3v2::RenderV23Tag({}, 0);

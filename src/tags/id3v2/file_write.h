@@ -42,12 +42,13 @@ struct Id3v2Placement {
 Id3v2Placement PlaceId3v2Tags(ByteSource& file);
 
 struct Id3v2WriteOutcome {
-    bool written = false;    // false: nothing to do (no tag before and none now)
+    bool written = false;    // false: nothing to do (no tag before and none now), or refused
+    bool refused = false;    // keepEverything, and the file held what the write would lose
     bool stripped = false;   // the tags were removed
     bool inPlace = false;    // over the old tag's space; false: the file was rewritten
     uint64_t bytesWritten = 0;  // tag and padding, plus the rest of the file on a rewrite
     uint64_t padding = 0;       // zero bytes left after the frames
-    std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written
+    std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written (or not, refused)
     bool id3v1Written = false;  // the ID3v1 record asked for went into the same write
 };
 
@@ -59,6 +60,8 @@ struct Id3v2WriteOptions {
     // An in-place write is not synced before returning; the caller syncs later (kMp3WriteDeferSync).
     // A rewrite is synced before it replaces the file all the same.
     bool deferSync = false;
+    // Write nothing (refused) when the file's tags hold what this write would lose.
+    bool keepEverything = false;
     // An ID3v1 record to put into the same write as the tag (one set of patches with one sync, or
     // inside the rewritten copy), over the old record or appended. It goes only with a tag: when
     // there is nothing to write (no tag before and none now) the caller writes it alone.
