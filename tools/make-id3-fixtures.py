@@ -419,6 +419,10 @@ def regress_files(out, audio):
         "unreadable_jukebox_block_replaced": tag(3, frame_bytes("TIT2", text_frame(["title"], 0), 3)
                                                  + frame_bytes("GEOB", b"\0binary\0\0KorvaJukebox:Metadata\0KJMD"
                                                                + struct.pack(">I", 1) + b"not a record" * 3, 3), padding=512) + audio,
+        # A tag longer than the first read, whose next read failed: taken for a damaged tag, so that
+        # `rm` found no cover and `set` wrote the file without it, both with exit status 0.
+        "failed_read_taken_for_a_damaged_tag": tag(3, frame_bytes("APIC", picture("image/jpeg", 3, "", b"\xff\xd8"
+                                                   + bytes(range(256)) * 80 + b"\xff\xd9", 0), 3), padding=512) + audio,
     }
     os.makedirs(out, exist_ok=True)
     for name, data in files.items():

@@ -10,14 +10,16 @@
 
 #include "platform/scratch_dir.h"
 
-CliResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env) {
+CliResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env,
+                 const std::vector<std::string>& under) {
     char outPath[] = "/tmp/tagvera-cli-out-XXXXXX";
     char errPath[] = "/tmp/tagvera-cli-err-XXXXXX";
     const int outFd = mkstemp(outPath);
     const int errFd = mkstemp(errPath);
     if (outFd < 0 || errFd < 0) throw std::runtime_error("mkstemp failed");
 
-    std::vector<std::string> argv{TAGVERA_CLI_PATH};
+    std::vector<std::string> argv(under);
+    argv.push_back(TAGVERA_CLI_PATH);
     argv.insert(argv.end(), args.begin(), args.end());
     std::vector<char*> cargv;
     for (auto& a : argv) cargv.push_back(a.data());
@@ -28,7 +30,7 @@ CliResult RunCli(const std::vector<std::string>& args, const std::map<std::strin
         dup2(outFd, 1);
         dup2(errFd, 2);
         for (const auto& [k, v] : env) setenv(k.c_str(), v.c_str(), 1);
-        execv(cargv[0], cargv.data());
+        execvp(cargv[0], cargv.data());
         _exit(127);
     }
     close(outFd);

@@ -1,5 +1,5 @@
 // Runs the built `tagvera` command in a child process with extra environment, and collects its
-// exit status, stdout and stderr.
+// exit status, stdout and stderr; `under` is a program (a tracer) that runs it, with its arguments.
 #ifndef TAGVERA_TESTS_CLI_RUN_CLI_H
 #define TAGVERA_TESTS_CLI_RUN_CLI_H
 
@@ -13,6 +13,7 @@ struct CliResult {
     std::string err;
 };
 
-CliResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env = {});
+CliResult RunCli(const std::vector<std::string>& args, const std::map<std::string, std::string>& env = {},
+                 const std::vector<std::string>& under = {});
 
 #endif

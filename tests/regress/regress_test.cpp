@@ -13,6 +13,7 @@
 #include "platform/scratch_dir.h"
 #include "cli/run_cli.h"
 #include "tags/id3v2/json_report.h"
+#include "tags/id3v2/tag_reader.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera::testing {
@@ -150,6 +151,25 @@ void LossRefusedUnlessAllowed(const std::string& path) {
     EXPECT_EQ(Interrogate(copy).text("Track:Name"), "new");
 }
 
+// A read that failed inside a tag was taken for a damaged tag, so `rm` found no cover and `set`
+// wrote the file without it: the file's failure fails the read.
+void FailedReadTakenForADamagedTag(const std::string& path) {
+    // A bad sector inside the tag, past its first 4 KB.
+    struct BadSector final : ByteSource {
+        std::vector<uint8_t> bytes;
+        uint64_t size() const override { return bytes.size(); }
+        size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
+            if (offset < 8192 && offset + out.size() > 4096) throw Error(TV_E_FAIL, "read: Input/output error");
+            std::copy_n(bytes.begin() + static_cast<ptrdiff_t>(offset), out.size(), out.begin());
+            return out.size();
+        }
+    } source;
+    source.bytes = test::ReadAll(path);
+    id3v2::ReadOptions options;
+    options.appended = false;
+    EXPECT_THROW(id3v2::ReadFileTags(source, options), Error);
+}
+
 struct Regression {
     const char* file;  // tests/data/regress/<file>.mp3
     void (*check)(const std::string& path);
@@ -166,6 +186,7 @@ const Regression kRegressions[] = {
     {"long_counter_read_as_a_frame", LongCounterReadAsAFrame},
     {"damaged_tag_lost_later_frames", LossRefusedUnlessAllowed},
     {"unreadable_jukebox_block_replaced", LossRefusedUnlessAllowed},
+    {"failed_read_taken_for_a_damaged_tag", FailedReadTakenForADamagedTag},
 };
 
 void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }

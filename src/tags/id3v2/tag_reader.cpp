@@ -502,9 +502,10 @@ FileTags ReadFileTags(ByteSource& source, const ReadOptions& options) {
                 tags.skipped.push_back(what);
                 break;
             }
+            // A read that fails is the file's failure, not a damaged tag: it fails the whole read.
+            std::vector<PictureCut> cuts;
+            const ReadBuffer bytes = ReadTagBytes(source, offset, *header, options.deferPicturesFrom, cuts);
             try {
-                std::vector<PictureCut> cuts;
-                const ReadBuffer bytes = ReadTagBytes(source, offset, *header, options.deferPicturesFrom, cuts);
                 tags.prepended.push_back(ParseTag(bytes, offset, options.limits, cuts));
             } catch (const Error& e) {
                 // An unreadable tag still has a known size: the audio starts after it.

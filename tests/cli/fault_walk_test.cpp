@@ -1,0 +1,243 @@
+// What a user's `set`, `rm`, `strip` and `set --picture` promise under faults, checked on the real
+// command: strace makes each file call of a run fail in turn with EIO, then ENOSPC, then kills the
+// command there. After each run the file is the original or what a clean run makes of it, byte for
+// byte, the exit status says which, and once `tagvera info` has opened it nothing is beside it.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <set>
+#include <sstream>
+#include <tuple>
+
+#include "platform/scratch_dir.h"
+#include "run_cli.h"
+
+namespace tagvera::testing {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using test::ReadAll;
+using test::WriteAll;
+
+// The calls that touch files; "?" lets strace accept a call an architecture does not have.
+const char* const kFileCalls =
+    "?open,openat,read,pread64,write,pwrite64,fsync,fdatasync,?rename,renameat2,?link,linkat,?unlink,unlinkat,"
+    "ftruncate,flock";
+// Every call of a small walk is failed; a longer one is sampled evenly, first and last call included.
+constexpr size_t kMostCallsWalked = 40;
+
+const Bytes kAudio = ReadAll(std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/cbr_96k_44k_notag.mp3");
+
+Bytes Cat(Bytes a, const Bytes& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+// JPEG markers around bytes that differ everywhere.
+Bytes Jpeg(size_t size, uint32_t seed) {
+    return Cat(Cat({0xFF, 0xD8, 0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0},
+                   test::Pattern(size, seed)),
+               {0xFF, 0xD9});
+}
+
+// An ID3v2.3 tag with a title and not one byte of padding.
+Bytes TagWithoutRoom() {
+    const Bytes frame = {'T', 'I', 'T', '2', 0, 0, 0, 6, 0, 0, 0, 'F', 'i', 'r', 's', 't'};
+    return Cat({'I', 'D', '3', 3, 0, 0, 0, 0, 0, uint8_t(frame.size())}, frame);
+}
+
+// An ID3v1.1 record with a title, an artist and a year.
+Bytes Id3v1Record() {
+    Bytes r(128, 0);
+    std::memcpy(&r[0], "TAGFirst", 8);
+    std::memcpy(&r[33], "Artist", 6);
+    std::memcpy(&r[93], "2001", 4);
+    r[127] = 0xFF;
+    return r;
+}
+
+struct Song {
+    const char* name;
+    const char* property;  // one it has, for `rm`
+    // Puts the file at path; tagvera makes it where it can, with what art/ holds.
+    void (*make)(const std::string& path, const std::string& art);
+};
+
+void Tagvera(const std::vector<std::string>& args) {
+    const CliResult r = RunCli(args);
+    ASSERT_EQ(r.status, 0) << r.err;
+}
+
+const Song kSongs[] = {
+    {"RoomInThePadding", "Track:Name",
+     [](const std::string& p, const std::string&) { WriteAll(p, kAudio), Tagvera({"set", p, "Track:Name=First"}); }},
+    {"NoRoom", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, Cat(TagWithoutRoom(), kAudio)); }},
+    {"BigCover", "Album:Cover Art",
+     [](const std::string& p, const std::string& art) {
+         WriteAll(p, kAudio), Tagvera({"set", "--picture", "Album:Cover Art=" + art + "/big.jpg", p});
+     }},
+    {"Id3v1Only", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, Cat(kAudio, Id3v1Record())); }},
+    {"NoTag", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, kAudio); }},
+};
+
+struct Command {
+    const char* name;
+    std::vector<std::string> (*args)(const std::string& file, const Song& song, const std::string& art);
+};
+
+const Command kCommands[] = {
+    {"Set", [](const std::string& f, const Song&, const std::string&) -> std::vector<std::string> {
+         return {"set", f, "Track:Name=Second"};
+     }},
+    {"Rm", [](const std::string& f, const Song& s, const std::string&) -> std::vector<std::string> {
+         return {"rm", f, s.property};
+     }},
+    {"Strip", [](const std::string& f, const Song&, const std::string&) -> std::vector<std::string> {
+         return {"strip", f};
+     }},
+    {"Picture", [](const std::string& f, const Song&, const std::string& art) -> std::vector<std::string> {
+         return {"set", "--picture", "Album:Cover Art=" + art + "/cover.jpg", f};
+     }},
+};
+
+void PrintTo(const Song& song, std::ostream* os) { *os << song.name; }
+void PrintTo(const Command& command, std::ostream* os) { *os << command.name; }
+
+// One call of a run: the nth call of a system call, as strace counts them.
+struct Call {
+    std::string name;
+    unsigned nth;
+    bool mayFillTheDisk;  // a write, sync, link or create: ENOSPC is one of its answers
+};
+
+bool MayFillTheDisk(const std::string& name, const std::string& line) {
+    static const std::set<std::string> kAllocating = {"write", "pwrite64", "fsync", "fdatasync", "ftruncate",
+                                                      "link",  "linkat",   "rename", "renameat2"};
+    return kAllocating.count(name) || line.find("O_CREAT") != std::string::npos ||
+           line.find("O_TMPFILE") != std::string::npos;
+}
+
+// Lines of a strace log ("PID name(args) = result") for each call name, in order.
+std::map<std::string, std::vector<std::string>> CallsByName(const std::string& log) {
+    std::map<std::string, std::vector<std::string>> out;
+    std::istringstream in(log);
+    for (std::string line; std::getline(in, line);) {
+        const size_t name = line.find_first_not_of(' ', line.find(' ')), paren = line.find('(', name);
+        if (paren == std::string::npos || line.compare(name, 3, "+++") == 0) continue;
+        out[line.substr(name, paren - name)].push_back(line);
+    }
+    return out;
+}
+
+class FaultWalk : public ::testing::TestWithParam<std::tuple<Song, Command>> {
+protected:
+    test::ScratchDir dir;
+    const std::string music = dir.file("music"), art = dir.file("art");
+    const std::string name = "song.mp3", path = music + "/" + name, log = dir.file("strace.log");
+    Bytes original, clean;
+    // The leak checker of a sanitizer build cannot run under a tracer.
+    const std::map<std::string, std::string> env = {
+        {"TAGVERA_LIBRARY", TAGVERA_LIBRARY_PATH},
+        {"ASAN_OPTIONS", std::string(std::getenv("ASAN_OPTIONS") ? std::getenv("ASAN_OPTIONS") : "") + ":detect_leaks=0"}};
+
+    std::vector<std::string> args() const { return std::get<1>(GetParam()).args(path, std::get<0>(GetParam()), art); }
+
+    CliResult Traced(const std::string& calls, const std::string& inject = "") const {
+        // -s 0: no data in the log, only names (which strace prints whole) and the files of handles.
+        std::vector<std::string> strace = {"strace", "-f", "-qq", "-y", "-s", "0", "-o", log, "-e", "trace=" + calls};
+        if (!inject.empty()) strace.insert(strace.end(), {"-e", "inject=" + inject});
+        return RunCli(args(), env, strace);
+    }
+
+    void Reset() const {
+        for (const auto& entry : std::filesystem::directory_iterator(music)) std::filesystem::remove(entry.path());
+        WriteAll(path, original);
+    }
+
+    std::set<std::string> Beside() const {
+        std::set<std::string> out;
+        for (const auto& entry : std::filesystem::directory_iterator(music)) out.insert(entry.path().filename());
+        out.erase(name);
+        return out;
+    }
+
+    // The calls of a clean run that touch the scratch folder's files or the folder itself.
+    std::vector<Call> FileCallsOfACleanRun() {
+        const CliResult run = Traced(kFileCalls);
+        EXPECT_EQ(run.status, 0) << run.err;
+        clean = ReadAll(path);
+        std::vector<Call> calls;
+        for (const auto& [call, lines] : CallsByName(test::ReadText(log))) {
+            for (unsigned n = 1; n <= lines.size(); ++n) {
+                const std::string& line = lines[n - 1];
+                if (line.find(dir.path() + "/") != std::string::npos) calls.push_back({call, n, MayFillTheDisk(call, line)});
+            }
+        }
+        if (calls.size() <= kMostCallsWalked) return calls;
+        std::vector<Call> spread;
+        for (size_t i = 0; i < kMostCallsWalked; ++i) spread.push_back(calls[i * (calls.size() - 1) / (kMostCallsWalked - 1)]);
+        return spread;
+    }
+
+    // The file after a faulted run and the next open: old or new, nothing beside it, and an exit
+    // status that says which. The next open changes nothing when nothing is beside the file.
+    void Check(const std::string& what, const CliResult& run, bool killed) const {
+        if (!Beside().empty()) {
+            const CliResult next = RunCli({"info", path}, env);
+            EXPECT_EQ(next.status, 0) << what << ": the next open: " << next.err;
+        }
+        EXPECT_EQ(Beside(), std::set<std::string>{}) << what << ": left beside the file";
+        const Bytes now = ReadAll(path);
+        const bool old = now == original, written = now == clean;
+        EXPECT_TRUE(old || written) << what << ": a mixed file of " << now.size() << " bytes";
+        if (killed) {
+            EXPECT_EQ(run.status, 128 + SIGKILL) << what << ": not killed: " << run.err;
+        } else if (written && !old) {
+            // Only the batch's closing sync may fail once the file is written, and the user is told so.
+            EXPECT_TRUE(run.status == 0 || run.err.find("written, but not safely on disk") != std::string::npos)
+                << what << ": the file was written, yet: " << run.err;
+        } else if (run.status == 0) {
+            EXPECT_EQ(clean, original) << what << ": exit 0 and nothing written: " << run.out;
+        }
+        if (run.status != 0 && !killed) {
+            EXPECT_NE(run.err, "") << what << ": failed without a word";
+        }
+    }
+};
+
+TEST_P(FaultWalk, EveryFileCallFailedOrKilledLeavesTheOldFileOrTheNew) {
+    const CliResult probe = RunCli({"--version"}, env, {"strace", "-o", "/dev/null"});
+    if (probe.status != 0) GTEST_SKIP() << "strace cannot trace the command here: " << probe.err;
+    std::filesystem::create_directory(music);
+    std::filesystem::create_directory(art);
+    WriteAll(art + "/big.jpg", Jpeg(200 << 10, 1));
+    WriteAll(art + "/cover.jpg", Jpeg(20 << 10, 2));
+    std::get<0>(GetParam()).make(path, art);
+    original = ReadAll(path);
+    const std::vector<Call> calls = FileCallsOfACleanRun();
+    ASSERT_FALSE(calls.empty());
+    for (const Call& call : calls) {
+        for (const std::string fault : {"error=EIO", "error=ENOSPC", "signal=SIGKILL"}) {
+            if (fault == "error=ENOSPC" && !call.mayFillTheDisk) continue;
+            const std::string what = call.name + " #" + std::to_string(call.nth) + " " + fault;
+            Reset();
+            const CliResult run = Traced(call.name, call.name + ":" + fault + ":when=" + std::to_string(call.nth));
+            const auto lines = CallsByName(test::ReadText(log))[call.name];
+            ASSERT_TRUE(lines.size() >= call.nth && lines[call.nth - 1].find(dir.path() + "/") != std::string::npos)
+                << what << ": the faulted run made other calls than the clean run";
+            Check(what, run, fault[0] == 's');
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, FaultWalk, ::testing::Combine(::testing::ValuesIn(kSongs), ::testing::ValuesIn(kCommands)),
+                         [](const auto& test) {
+                             return std::string(std::get<1>(test.param).name) + "_" + std::get<0>(test.param).name;
+                         });
+
+}  // namespace
+}  // namespace tagvera::testing
