@@ -139,6 +139,9 @@ void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) 
         std::string reason = "not written: " + host::ResultText(hr);
         if (std::string why = UnreadableReason(media.path); !why.empty()) reason += " (" + why + ")";
         else if (::access(media.path.c_str(), W_OK) != 0) reason += " (the file is read-only)";
+        // The write's own reason, where it gave one (a tag larger than its format can hold).
+        else if (std::string lines = Indented(WriteReportOf(media)); !lines.empty())
+            reason += "\n" + lines.substr(0, lines.size() - 1);
         throw DataError(media.path, reason);
     }
     ctx.out << media.path << ": written\n" << Indented(WriteReportOf(media));

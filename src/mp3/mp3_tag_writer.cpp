@@ -126,7 +126,7 @@ Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& 
         if (Succeeded(hr)) hr = tags.id3v2->WriteProperties(container.get(), edit.dataSource, true, true, true);
     }
     if (mapped && Succeeded(hr)) {
-        std::vector<uint8_t> tag;
+        id3v2::RenderedTag tag;
         hr = tags.id3v2->RenderTag(&tag);
         if (Succeeded(hr)) plan.id3v2Tag = std::move(tag);
     }
@@ -150,7 +150,13 @@ Mp3WriteOutcome WriteMp3Plan(platform::FileWriteLock& lock, Mp3WritePlan plan, u
         if (plan.id3v1Record) write.id3v1Record = plan.id3v1Record->bytes;
         id3v2::Id3v2WriteOutcome written;
         out.result = Guard([&] {
-            written = id3v2::WriteId3v2Tag(lock, std::move(*plan.id3v2Tag), write);
+            try {
+                written = id3v2::WriteId3v2Tag(lock, std::move(*plan.id3v2Tag), write);
+            } catch (const id3v2::TagTooLarge& e) {
+                // Nothing was written; the report says which limit the user ran into.
+                out.report = std::string("id3v2: ") + e.what() + "\n";
+                throw;
+            }
             return TV_S_OK;
         });
         if (Failed(out.result)) return out;

@@ -18,6 +18,7 @@
 #include "platform/file_lock.h"
 #include "tags/id3v1/id3v1_tag.h"
 #include "tags/id3v2/properties/id3v2_parser.h"
+#include "tags/id3v2/tag_writer.h"
 #include "tags/jukebox/jukebox_parser.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
@@ -46,7 +47,7 @@ struct Mp3LoadedTags {
 // What a write is to change, worked out before the file is touched.
 struct Mp3WritePlan {
     HRESULT mapped = TV_S_OK;                     // a failure here writes nothing
-    std::optional<std::vector<uint8_t>> id3v2Tag;  // rendered, padding still to plan
+    std::optional<id3v2::RenderedTag> id3v2Tag;   // rendered, padding still to plan
     std::optional<Id3v1Tag> id3v1Record;           // none: the record stays as it is
     // What the file holds that the plan cannot carry over (the ID3v2 tags' own are found when
     // the tag is written, from the file as it is then).

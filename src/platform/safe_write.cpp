@@ -263,6 +263,39 @@ void RewriteInPlace(const Target& t, const FileLayout& layout) {
     }
 }
 
+// Every byte of [from, from + length) lies in one of the ranges.
+bool Covered(const std::vector<UndoJournal::Range>& ranges, uint64_t from, uint64_t length) {
+    while (length > 0) {
+        const auto in = std::find_if(ranges.begin(), ranges.end(), [&](const UndoJournal::Range& r) {
+            return from >= r.offset && from - r.offset < r.saved;
+        });
+        if (in == ranges.end()) return false;
+        const uint64_t n = std::min(length, in->offset + in->saved - from);
+        from += n;
+        length -= n;
+    }
+    return true;
+}
+
+// Calls each(chunk) on length bytes of source from offset, in bounded chunks; a source may answer
+// a read in parts (the journal's ranges).
+template <class Each>
+void ReadInChunks(ByteSource& source, const std::string& name, uint64_t offset, uint64_t length, Each&& each) {
+    std::vector<uint8_t> chunk(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
+    while (length > 0) {
+        const size_t want = static_cast<size_t>(std::min<uint64_t>(length, chunk.size()));
+        size_t got = 0;
+        while (got < want) {
+            const size_t n = source.readAt(offset + got, std::span(chunk).subspan(got, want - got));
+            if (n == 0) throw FileError("read", name, "the file shrank while it was being patched");
+            got += n;
+        }
+        each(std::span<const uint8_t>(chunk).first(want));
+        offset += want;
+        length -= want;
+    }
+}
+
 File OpenForPatching(FileWriteLock& lock) {
     RequireWritable(Inspect(lock));
     return File(lock.path(), OpenMode::ReadWrite);
@@ -331,15 +364,34 @@ void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
     Checksum written;
     for (const Patch& p : patches) {
         if (p.offset > oldSize) throw FileError("patch", path_, "a patch starts beyond the end of the file");
-        ranges.push_back({p.offset, std::min<uint64_t>(p.bytes.size(), oldSize - p.offset), p.bytes.size()});
-        written.add(p.bytes);
-        outcome.length = std::max<uint64_t>(outcome.length, p.offset + p.bytes.size());
+        ranges.push_back({p.offset, std::min<uint64_t>(p.size(), oldSize - p.offset), p.size()});
+        outcome.length = std::max<uint64_t>(outcome.length, p.offset + p.size());
+    }
+    // Read before anything changes: a moved range holds its old bytes only until then.
+    for (const Patch& p : patches) {
+        if (!p.bytes.empty()) {
+            written.add(p.bytes);
+        } else if (p.moved > 0) {
+            if (!Covered(ranges, p.from, p.moved))
+                throw FileError("patch", path_, "a moved range lies outside the patched ones");
+            ReadInChunks(file_, path_, p.from, p.moved, [&](std::span<const uint8_t> c) { written.add(c); });
+        }
     }
     outcome.checksum = written.value();
     const bool durable = durability == Durability::Synced;
     UndoJournal journal(file_, path_, std::move(ranges), outcome, durable);
     try {
-        for (const Patch& p : patches) file_.writeAt(p.offset, p.bytes);
+        for (const Patch& p : patches) {
+            if (!p.bytes.empty()) {
+                file_.writeAt(p.offset, p.bytes);
+                continue;
+            }
+            uint64_t to = p.offset;
+            ReadInChunks(journal.oldBytes(), path_, p.from, p.moved, [&](std::span<const uint8_t> c) {
+                file_.writeAt(to, c);
+                to += c.size();
+            });
+        }
         if (durable) file_.sync();
         journal.remove(durable);
     } catch (...) {

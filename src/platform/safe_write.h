@@ -42,6 +42,13 @@ namespace tagvera::platform {
 struct Patch {
     uint64_t offset = 0;
     std::span<const uint8_t> bytes;
+    // Instead of bytes: `moved` bytes the file held at `from` before the edit (a range the edit
+    // shifts, copied in bounded chunks from the journal, which holds them when the patches of the
+    // edit cover them; otherwise the edit is refused before it begins).
+    uint64_t from = 0;
+    uint64_t moved = 0;
+
+    uint64_t size() const { return bytes.empty() ? moved : bytes.size(); }
 };
 
 // When an in-place write reaches stable storage, and what it promises meanwhile.

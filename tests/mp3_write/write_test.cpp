@@ -1,11 +1,14 @@
 // Writing tags as a host does, read back through the importer and the frame layer: what is
 // written, where (in place or a rewrite), what survives, the ID3v1 record and the preferences.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <fstream>
 #include <map>
 
 #include "id3v2/fixture_list.h"
+#include "id3v2/tag_builder.h"
 #include "tags/id3v1/id3v1_tag.h"
 #include "tags/id3v2/fields.h"
 #include "tags/id3v2/normalize.h"
@@ -236,6 +239,81 @@ TEST_F(Mp3Write, AJukeboxPictureSurvivesAnUnrelatedEdit) {
     const auto after = OpenMp3(path);
     EXPECT_EQ(after.text("Track:Name"), "x");
     EXPECT_EQ(after.Data("Album:Cover Art"), test::ReadAll(jpeg));
+}
+
+// A cover the reader leaves in the file is copied from there: in place it is not written at all
+// while the frames before it keep their size, and shifted through the journal when they do not;
+// a rewrite carries it over. Its bytes come back every time.
+TEST_F(Mp3Write, ALargeCoverIsCopiedFromTheFileNotWrittenAgain) {
+    Bytes cover(1 << 20);
+    for (size_t i = 0; i < cover.size(); ++i) cover[i] = uint8_t(i * 7 + i / 251);
+    const Bytes frames = Frame23("TIT2", Latin1Text("aaaa")) + Frame23("APIC", Latin1Text("image/jpeg") + Bytes{0, 3, 0} + cover);
+    const std::string path =
+        dir.write("cover.mp3", Tag(3, 0, frames + Bytes(2048, 0)) + test::ReadAll(DataFile("cbr_96k_44k_notag.mp3")));
+    const struct {
+        std::string title, where;
+        bool coverWritten;
+    } steps[] = {{"bbbb", "in place", false}, {"cccccc", "in place", true}, {std::string(100000, 'd'), "file rewritten", true}};
+    for (const auto& step : steps) {
+        auto s = OpenMp3(path);
+        SetText(s.tree.get(), "Track:Name", step.title);
+        ASSERT_EQ(s.Write(), TV_S_OK);
+        const std::string report = s.Report();
+        EXPECT_EQ(report.rfind("id3v2: " + step.where + ", ", 0), 0u) << report;
+        const uint64_t written = std::stoull(report.substr(report.find(", ") + 2));
+        EXPECT_EQ(written > cover.size(), step.coverWritten) << report;
+        const auto after = OpenMp3(path);
+        EXPECT_EQ(after.text("Track:Name"), step.title);
+        EXPECT_EQ(after.Data("Album:Cover Art"), cover);
+    }
+}
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kRssMeansMemory = false;  // a sanitizer's shadow memory counts too
+#elif defined(__has_feature)
+constexpr bool kRssMeansMemory = !__has_feature(address_sanitizer);
+#else
+constexpr bool kRssMeansMemory = true;
+#endif
+
+// `tagvera set` on a tag within 4 KB of the largest an ID3v2 tag can be, nearly all of it a cover
+// (a hole in the file, read as zeros): a longer title still fits and is written with what padding
+// fits, a longer one yet is refused with the reason; and no run holds the cover in memory.
+TEST_F(Mp3Write, ATagAtTheSizeLimitIsWrittenInBoundedMemoryOrRefusedWithTheReason) {
+    constexpr uint32_t kLimit = (1u << 28) - 1, kRoom = 4096;
+    const Bytes title = Frame23("TIT2", Latin1Text("abc")), fields = Latin1Text("image/jpeg") + Bytes{0, 3, 0};
+    const uint32_t data = kLimit - kRoom - uint32_t(title.size() + 10 + fields.size());
+    Bytes head = B("ID3") + Bytes{3, 0, 0};
+    PutSynchsafe(head, kLimit - kRoom + 2048);
+    head = head + title + B("APIC");
+    PutU32(head, uint32_t(fields.size()) + data);
+    head = head + Bytes{0, 0} + fields;
+    const std::string path = dir.file("limit.mp3");
+    {
+        std::ofstream out(path, std::ios::binary);
+        const Bytes audio = test::ReadAll(DataFile("cbr_96k_44k_notag.mp3"));
+        out.write(reinterpret_cast<const char*>(head.data()), std::streamsize(head.size()));
+        out.seekp(std::streamoff(head.size()) + data + 2048);
+        out.write(reinterpret_cast<const char*>(audio.data()), std::streamsize(audio.size()));
+    }
+    const auto set = [&](size_t titleLength) {
+        return RunCommand("(" + Quote(TAGVERA_CLI_PATH) + " set " + Quote(path) + " Track:Name=" + std::string(titleLength, 't') +
+                          " 2>&1)");
+    };
+    const CommandOutput grown = set(1000);
+    EXPECT_EQ(grown.status, 0) << grown.out;
+    EXPECT_NE(grown.out.find("file rewritten"), std::string::npos) << grown.out;
+    const uint64_t size = platform::FileSize(path);
+    const CommandOutput refused = set(6000);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.out.find("more than the 268435465 an ID3v2 tag can hold"), std::string::npos) << refused.out;
+    EXPECT_EQ(platform::FileSize(path), size);
+    EXPECT_EQ(OpenMp3(path).text("Track:Name").size(), 1000u);
+    rusage children{};
+    ASSERT_EQ(getrusage(RUSAGE_CHILDREN, &children), 0);
+    if (kRssMeansMemory) {
+        EXPECT_LT(children.ru_maxrss, 64 * 1024) << "KB at the peak of a child";
+    }
 }
 
 TEST_F(Mp3Write, PrepareStripsTheId3v2TagAndBlanksTheId3v1Record) {

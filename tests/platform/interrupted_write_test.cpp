@@ -42,6 +42,12 @@ void PatchHeadAndTail(const std::string& path, Durability durability) {
     PatchInPlace(path, patches, durability);
 }
 
+// A tag grown by 100 bytes in place, the picture after it shifted through the journal.
+void ShiftInPlace(const std::string& path) {
+    const Patch patches[] = {{0, kHead}, {3100, {}, 3000, 150'000}, {3000, std::span(kTail).first(100)}};
+    PatchInPlace(path, patches);
+}
+
 void Rewrite(const std::string& path) { RewriteFile(path, FileLayout().bytes(kHead).copy(2000, FileSize(path) - 2000)); }
 
 struct Scenario {
@@ -54,6 +60,7 @@ struct Scenario {
 const Scenario kScenarios[] = {
     {"Patch", [](const std::string& p) { PatchHeadAndTail(p, Durability::Synced); }},
     {"DeferredPatch", [](const std::string& p) { PatchHeadAndTail(p, Durability::Deferred); }},
+    {"PatchThatShiftsARange", ShiftInPlace},
     {"Rewrite", Rewrite},
     {"RewriteThroughANamedTemporaryFile", Rewrite, false, true},
     {"RewriteOfAFileWithTwoNames", Rewrite, true},

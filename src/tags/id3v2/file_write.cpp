@@ -20,8 +20,9 @@ namespace tagvera::id3v2 {
 
 namespace {
 
-constexpr uint64_t kMaxTagBody = (uint64_t(1) << 28) - 1;
 constexpr uint64_t kId3v1Bytes = 128;
+// Padding is written from this block, a slice per patch, so that its size costs no memory.
+constexpr size_t kZeroBlock = size_t(1) << 20;
 
 struct Range {
     uint64_t offset, size;
@@ -43,19 +44,75 @@ void ListLost(const std::string& where, const std::vector<std::string>& what, st
     for (const auto& s : what) out.push_back(where + s);
 }
 
-}  // namespace
-
-void AddPadding(std::vector<uint8_t>& tag, uint64_t padding) {
-    if (padding == 0) return;
-    if (tag.size() < id3v2::kHeaderSize) throw Error(TV_E_FAIL, "no tag to pad");
-    const uint64_t body = tag.size() - id3v2::kHeaderSize + padding;
-    if (body > kMaxTagBody) throw Error(TV_E_FAIL, "tag larger than an ID3v2 size can say");
-    tag.resize(tag.size() + static_cast<size_t>(padding), 0);
-    id3v2::PutSynchsafe(tag.data() + 6, static_cast<uint32_t>(body));
+// Calls piece(bytes) for the new bytes and kept(data) for the data left in the file, in the order
+// they make up the tag, padding excluded.
+template <class Bytes, class Kept>
+void ForEachPiece(const id3v2::RenderedTag& tag, Bytes&& piece, Kept&& kept) {
+    const std::span<const uint8_t> all(tag.bytes);
+    size_t from = 0;
+    for (const auto& k : tag.kept) {
+        piece(all.subspan(from, k.at - from));
+        kept(k.data);
+        from = k.at;
+    }
+    piece(all.subspan(from));
 }
 
+// The patches that turn the old tag space into tag, padded: data left in the file where the new
+// tag has it too is neither written nor journaled; data that shifts is moved through the journal.
+// Padding that fits the room the render left goes with the last bytes (one write); more is written
+// from the zero block.
+std::vector<platform::Patch> InPlacePatches(id3v2::RenderedTag& tag, std::vector<uint8_t>& zeros) {
+    if (tag.padding <= tag.bytes.capacity() - tag.bytes.size()) {
+        tag.bytes.resize(tag.bytes.size() + static_cast<size_t>(tag.padding), 0);
+        tag.padding = 0;
+    }
+    zeros.assign(static_cast<size_t>(std::min<uint64_t>(tag.padding, kZeroBlock)), 0);
+    std::vector<platform::Patch> patches;
+    uint64_t at = 0;
+    ForEachPiece(
+        tag,
+        [&](std::span<const uint8_t> bytes) {
+            if (!bytes.empty()) patches.push_back({at, bytes});
+            at += bytes.size();
+        },
+        [&](const id3v2::Frame::Deferred& data) {
+            if (data.offset != at) patches.push_back({at, {}, data.offset, data.size});
+            at += data.size;
+        });
+    for (uint64_t left = tag.padding; left > 0;) {
+        const size_t n = static_cast<size_t>(std::min<uint64_t>(left, zeros.size()));
+        patches.push_back({at, std::span<const uint8_t>(zeros).first(n)});
+        at += n;
+        left -= n;
+    }
+    return patches;
+}
+
+// The new bytes are written from the tag itself, which outlives the layout, rather than copied.
+void AddToLayout(platform::FileLayout& layout, const id3v2::RenderedTag& tag) {
+    ForEachPiece(
+        tag,
+        [&](std::span<const uint8_t> bytes) {
+            if (!bytes.empty()) layout.generate([bytes](platform::ByteSink& out) { out.write(bytes); });
+        },
+        [&](const id3v2::Frame::Deferred& data) { layout.copy(data.offset, data.size); });
+    layout.fill(tag.padding);
+}
+
+uint64_t PatchedBytes(std::span<const platform::Patch> patches) {
+    uint64_t total = 0;
+    for (const auto& p : patches) total += p.size();
+    return total;
+}
+
+}  // namespace
+
 Id3v2Placement PlaceId3v2Tags(ByteSource& file) {
-    const id3v2::FileTags tags = id3v2::ReadFileTags(file);
+    // Where the tags end is all a placement needs of a picture.
+    id3v2::ReadOptions read;
+    read.deferPicturesFrom = id3v2::kDeferPicturesFrom;
+    const id3v2::FileTags tags = id3v2::ReadFileTags(file, read);
     Id3v2Placement p;
     p.fileSize = file.size();
     p.prependedSize = tags.prependedSize;
@@ -75,12 +132,12 @@ Id3v2Placement PlaceId3v2Tags(ByteSource& file) {
     return p;
 }
 
-Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options) {
+Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, id3v2::RenderedTag tag, const Id3v2WriteOptions& options) {
     platform::FileWriteLock lock(path);
     return WriteId3v2Tag(lock, std::move(tag), options);
 }
 
-Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8_t> tag,
+Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, id3v2::RenderedTag tag,
                                 const Id3v2WriteOptions& options) {
     // Opened for writing first: the tags are placed as they are in the file the patch goes into.
     std::optional<platform::InPlaceEdit> edit(std::in_place, lock);
@@ -100,21 +157,26 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8
     }
 
     // No frames left: the old space keeps a tag of padding only, which every reader skips.
-    if (tag.empty()) tag = id3v2::RenderV23Tag({}, 0);
+    if (tag.empty()) tag.bytes = id3v2::RenderV23Tag({}, 0);
+    // The data left in the file is copied from where the tags were read; it must still be there.
+    for (const auto& k : tag.kept) id3v2::CheckDeferredFrame(k.sourceId, k.data, edit->file());
+    // A tag beyond what its header can say fails here, before anything is written, with the reason.
+    id3v2::SetTagPadding(tag, 0);
     const padding::Plan plan = padding::PlanPadding(tag.size(), oldSpace);
     const auto& record = options.id3v1Record;
     // Over the old record, or appended.
     const uint64_t recordOffset = place.hasId3v1 ? place.fileSize - kId3v1Bytes : place.fileSize;
     // A tag at the end holds frames that are now in ours; keeping it would bring deleted ones back.
     if (plan.inPlace && place.appendedSize == 0) {
-        AddPadding(tag, plan.padding);
-        std::vector<platform::Patch> patches{{0, tag}};
+        id3v2::SetTagPadding(tag, plan.padding);
+        std::vector<uint8_t> zeros;
+        std::vector<platform::Patch> patches = InPlacePatches(tag, zeros);
         if (record) patches.push_back({recordOffset, *record});
         edit->apply(patches, options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
         out.written = true;
         out.inPlace = true;
         out.padding = plan.padding;
-        out.bytesWritten = tag.size();
+        out.bytesWritten = PatchedBytes(patches) - (record ? kId3v1Bytes : 0);
         out.id3v1Written = record.has_value();
         return out;
     }
@@ -123,16 +185,18 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8
 
     // The rewrite replaces the file: no handle of ours stays open on it (Windows would refuse).
     edit.reset();
-    const uint64_t padding = options.growPadding ? (plan.inPlace ? plan.padding : padding::GrowPadding(tag.size())) : 0;
-    AddPadding(tag, padding);
+    const uint64_t wanted = options.growPadding ? (plan.inPlace ? plan.padding : padding::GrowPadding(tag.size())) : 0;
+    // Slack is a convenience: near the size limit the tag gets what still fits.
+    const uint64_t padding = std::min(wanted, id3v2::kHeaderSize + id3v2::kMaxTagBody - tag.size());
+    id3v2::SetTagPadding(tag, padding);
     platform::FileLayout layout;
-    layout.bytes(std::move(tag));
+    AddToLayout(layout, tag);
     CopyAllBut(layout, oldSpace, record ? recordOffset : place.fileSize, {{place.appendedOffset, place.appendedSize}});
     if (record) layout.bytes(*record);
     platform::RewriteFile(lock, layout);
     out.written = true;
     out.padding = padding;
-    out.bytesWritten = layout.knownSize();
+    out.bytesWritten = layout.knownSize() + tag.bytes.size();
     out.id3v1Written = record.has_value();
     return out;
 }

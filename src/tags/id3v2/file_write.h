@@ -3,9 +3,11 @@
 // own update renames a half-written copy over the original when a write fails.
 //
 // A tag that fits the space of the tags it replaces (their padding included) is written over
-// them in one positional write and the rest of the file is not touched. A tag that does not fit
-// makes a new file beside the original (new tag, padding for the next edit, the audio copied
-// byte for byte) that is renamed over it. Either way a failure leaves the old file as it was.
+// them in place and the rest of the file is not touched; a large picture whose data stays where
+// it was is not written at all. A tag that does not fit makes a new file beside the original (new
+// tag, padding for the next edit, the audio copied byte for byte) that is renamed over it. Either
+// way a failure leaves the old file as it was, and the data of pictures left in the file by the
+// reader is copied from the file in bounded chunks, never held whole.
 #ifndef TAGVERA_TAGS_ID3V2_FILE_WRITE_H
 #define TAGVERA_TAGS_ID3V2_FILE_WRITE_H
 
@@ -17,6 +19,7 @@
 
 #include "base/byte_source.h"
 #include "platform/file_lock.h"
+#include "tags/id3v2/tag_writer.h"
 
 namespace tagvera::id3v2 {
 
@@ -46,7 +49,7 @@ struct Id3v2WriteOutcome {
     bool refused = false;    // keepEverything, and the file held what the write would lose
     bool stripped = false;   // the tags were removed
     bool inPlace = false;    // over the old tag's space; false: the file was rewritten
-    uint64_t bytesWritten = 0;  // tag and padding, plus the rest of the file on a rewrite
+    uint64_t bytesWritten = 0;  // in place: the tag's bytes that changed; a rewrite: the whole file
     uint64_t padding = 0;       // zero bytes left after the frames
     std::vector<std::string> lost;  // Id3v2Placement::unreadable of the file written (or not, refused)
     bool id3v1Written = false;  // the ID3v1 record asked for went into the same write
@@ -69,13 +72,13 @@ struct Id3v2WriteOptions {
 };
 
 // Replaces the file's ID3v2 tags (every tag at the start and one with a footer at the end) by tag,
-// a complete tag with no padding as RenderV23Tag makes it, or by nothing when tag is empty (the
-// old space, if any, then holds a tag of padding only, so that nothing else has to move).
-// Throws Error (a platform FileError for OS failures) with the file unchanged.
+// a tag with no padding as RenderV23Kept makes it from frames read from this file, or by nothing
+// when tag is empty (the old space, if any, then holds a tag of padding only, so that nothing
+// else has to move). Throws Error (a platform FileError for OS failures) with the file unchanged;
+// its message says why (a tag larger than an ID3v2 tag can be, a picture no longer in the file).
 // Under the file's write lock, taken here or held by the caller from before it read the tags.
-Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, std::vector<uint8_t> tag, const Id3v2WriteOptions& options = {});
-Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8_t> tag,
-                                const Id3v2WriteOptions& options = {});
+Id3v2WriteOutcome WriteId3v2Tag(const std::string& path, RenderedTag tag, const Id3v2WriteOptions& options = {});
+Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, RenderedTag tag, const Id3v2WriteOptions& options = {});
 
 // Removes every ID3v2 tag and a Lyrics3 block, and puts id3v1Record over the file's ID3v1 record
 // when it has one that differs (otherwise the record stays), all in one write under the file's
@@ -83,9 +86,6 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, std::vector<uint8
 // Throws Error with the file unchanged.
 Id3v2WriteOutcome StripId3v2Tags(const std::string& path,
                                  std::optional<std::array<uint8_t, 128>> id3v1Record = std::nullopt);
-
-// Sets a rendered tag's size field so that it covers padding zero bytes more, and appends them.
-void AddPadding(std::vector<uint8_t>& tag, uint64_t padding);
 
 }  // namespace tagvera::id3v2
 

@@ -140,6 +140,7 @@ void Id3libTag::Clear() {
     pending_.reset();
     held_.clear();
     aside_.clear();
+    inFile_.clear();
     changed_ = false;
 }
 
@@ -147,6 +148,7 @@ void Id3libTag::Load(const std::vector<Frame>& frames) {
     pending_ = frames;
     held_.clear();
     aside_.clear();
+    inFile_.clear();
 }
 
 void Id3libTag::Settle() const {
@@ -159,6 +161,7 @@ void Id3libTag::Settle() const {
         // A library failure leaves the frames loaded, for the next attempt to report again.
         held_.clear();
         aside_.clear();
+        inFile_.clear();
         pending_ = std::move(frames);
         throw;
     }
@@ -166,7 +169,12 @@ void Id3libTag::Settle() const {
 
 void Id3libTag::SettleFrames(const std::vector<Frame>& frames) const {
     std::vector<Frame> offered;
-    for (const auto& f : frames) (LibraryMayHold(f) ? offered : aside_).push_back(f);
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const Frame& f = frames[i];
+        // A picture whose data is still in the file stays there until the tag is written.
+        if (f.deferred) inFile_.emplace_back(i, f);
+        else (LibraryMayHold(f) ? offered : aside_).push_back(f);
+    }
     // id3lib silently drops frames it does not know (every v2.4-only one) and may alter others, so
     // whatever it does not give back byte for byte is kept aside by us, and it is loaded again
     // with the rest, which it has then shown it keeps.
@@ -212,18 +220,23 @@ std::vector<Frame> Id3libTag::Frames() const {
     if (pending_) return *pending_;
     auto frames = held_;
     frames.insert(frames.end(), aside_.begin(), aside_.end());
+    // Pictures left in the file keep their places, so that a write in place can leave their data
+    // where it is.
+    for (const auto& [at, f] : inFile_)
+        frames.insert(frames.begin() + static_cast<ptrdiff_t>(std::min(at, frames.size())), f);
     return frames;
 }
 
 size_t Id3libTag::FrameCount() const {
     Settle();
-    return lib_->tag.NumFrames() + aside_.size();
+    return lib_->tag.NumFrames() + aside_.size() + inFile_.size();
 }
 
 std::vector<std::string> Id3libTag::AsideIds() const {
     Settle();
     std::vector<std::string> ids;
     for (const auto& f : aside_) ids.push_back(f.id);
+    for (const auto& kept : inFile_) ids.push_back(kept.second.id);
     return ids;
 }
 
@@ -232,6 +245,11 @@ std::vector<uint8_t> Id3libTag::Render(size_t padding) const {
     const auto frames = Frames();
     if (frames.empty()) return {};
     return id3v2::RenderV23Tag(frames, padding);
+}
+
+RenderedTag Id3libTag::RenderKept() const {
+    Settle();
+    return id3v2::RenderV23Kept(Frames());
 }
 
 void Id3libTag::setPadding(bool on) {

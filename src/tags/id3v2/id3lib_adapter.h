@@ -10,9 +10,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tags/id3v2/tag.h"
+#include "tags/id3v2/tag_writer.h"
 
 namespace tagvera::id3v2 {
 
@@ -51,7 +53,10 @@ public:
     std::vector<std::string> AsideIds() const;
 
     // A whole v2.3 tag: header, frames, then padding bytes of zeros; nothing for no frames.
+    // Throws Error when a frame's data is still in the file (Frame::deferred).
     std::vector<uint8_t> Render(size_t padding) const;
+    // The tag without padding, the data of deferred pictures left in the file; nothing for no frames.
+    RenderedTag RenderKept() const;
 
     // The tag's boolean option: padding after the frames on the next render.
     bool padding() const { return padding_; }
@@ -60,7 +65,7 @@ public:
     void markChanged() { changed_ = true; }
 
 private:
-    // Runs the frames of the last Load through the library, splitting them into held_ and aside_.
+    // Runs the frames of the last Load through the library, splitting them into held_, aside_ and inFile_.
     void Settle() const;
     void SettleFrames(const std::vector<id3v2::Frame>& frames) const;
 
@@ -71,6 +76,7 @@ private:
     // changes), so that asking for the frames does not render again.
     mutable std::vector<id3v2::Frame> held_;
     mutable std::vector<id3v2::Frame> aside_;
+    mutable std::vector<std::pair<size_t, id3v2::Frame>> inFile_;  // deferred pictures, with their places
     bool padding_ = false;
     bool changed_ = false;
 };

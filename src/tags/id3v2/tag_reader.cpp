@@ -429,17 +429,21 @@ ReadBuffer ReadTagBytes(ByteSource& source, uint64_t offset, const TagHeader& he
 
 }  // namespace
 
-void LoadDeferredData(Frame& frame, ByteSource& source) {
-    if (!frame.deferred) return;
-    const Frame::Deferred& d = *frame.deferred;
+void CheckDeferredFrame(const std::string& sourceId, const Frame::Deferred& d, ByteSource& source) {
     uint8_t head[kHeaderSize];
     bool unchanged = source.readAt(d.frameOffset, head) == kHeaderSize;
     if (unchanged) {
         ByteReader r(head, kHeaderSize);
         const FrameHeader h = ReadFrameHeader(r, d.synchsafeSize ? FrameSizes::Synchsafe : FrameSizes::Plain);
-        unchanged = h.id == frame.sourceId && h.size == d.frameSize;
+        unchanged = h.id == sourceId && h.size == d.frameSize;
     }
-    if (!unchanged) throw Error(TV_E_FAIL, frame.id + ": the file has changed since its tag was read");
+    if (!unchanged) throw Error(TV_E_FAIL, sourceId + ": the file has changed since its tag was read");
+}
+
+void LoadDeferredData(Frame& frame, ByteSource& source) {
+    if (!frame.deferred) return;
+    const Frame::Deferred& d = *frame.deferred;
+    CheckDeferredFrame(frame.sourceId, d, source);
     const size_t kept = frame.payload.size();
     frame.payload.resize(kept + d.size);
     if (source.readAt(d.offset, {frame.payload.data() + kept, d.size}) != d.size) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 
 #include "base/byte_source.h"
 #include "tags/id3v2/tag.h"
@@ -20,6 +21,10 @@ struct ReadLimits {
     size_t maxInflatedFrame = 64u << 20;         // one compressed frame, inflated
     size_t maxInflatedTag = 128u << 20;          // all compressed frames of a tag, inflated
 };
+
+// Pictures from this size on may stay in the file until their data is asked for (ReadOptions):
+// a cover is most of a tag, and neither reading a library's tags nor placing a new tag needs it.
+inline constexpr uint32_t kDeferPicturesFrom = 16 * 1024;
 
 struct ReadOptions {
     bool prepended = true;  // ID3v2 tags at the start
@@ -60,6 +65,9 @@ FileTags ReadFileTags(ByteSource& source, const ReadOptions& options = {});
 // Reads the data a deferred frame left in the file onto the end of its payload, after checking
 // that the frame's header there is still the one read. Throws Error when the file has changed.
 void LoadDeferredData(Frame& frame, ByteSource& source);
+// The check alone, for a writer that copies the data from the file: throws Error when the header
+// at d.frameOffset is no longer the one read.
+void CheckDeferredFrame(const std::string& sourceId, const Frame::Deferred& d, ByteSource& source);
 
 // Undoes unsynchronisation (FF 00 -> FF).
 std::vector<uint8_t> RemoveUnsync(std::span<const uint8_t> bytes);

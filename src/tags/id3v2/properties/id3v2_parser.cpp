@@ -37,9 +37,6 @@ using id3v2::Frame;
 
 // Files loaded into a frame are bounded like any frame of a tag.
 constexpr uint64_t kMaxFrameFile = 64u << 20;
-// Pictures from this size on stay in the file until their data is asked for: a cover is most of
-// a tag, and reading a library's tags never needs it.
-constexpr uint32_t kDeferPicturesFrom = 16 * 1024;
 
 std::optional<uint32_t> NumberChild(IMPAMetaProperty* node, const char* name) {
     ComPtr<IMPAMetaProperty> child;
@@ -115,7 +112,8 @@ public:
             if (!source || !path || !tagSize) return TV_E_POINTER;
             *tagSize = 0;
             ClearState();
-            Load(*source, flags, kDeferPicturesFrom);
+            Load(*source, flags, id3v2::kDeferPicturesFrom);
+            linkFlags_ = flags;
             path_ = path;
             *tagSize = tagSize_;
             return TV_S_OK;
@@ -231,8 +229,11 @@ public:
             options.growPadding = library_->padding();
             options.inPlaceOnly = (option & kMp3WriteInPlaceOnly) != 0;
             options.deferSync = (option & kMp3WriteDeferSync) != 0;
-            id3v2::WriteId3v2Tag(path_, library_->Render(0), options);
-            frames_ = library_->Frames();
+            id3v2::WriteId3v2Tag(path_, library_->RenderKept(), options);
+            // Pictures left in the file may have moved with the tag: their places are read again.
+            platform::File file(path_, platform::OpenMode::Read);
+            Load(file, linkFlags_, id3v2::kDeferPicturesFrom);
+            ReloadLibrary();
             return TV_S_OK;
         });
     }
@@ -255,12 +256,12 @@ public:
         });
     }
 
-    HRESULT TV_STDCALL RenderTag(std::vector<uint8_t>* tag) override {
+    HRESULT TV_STDCALL RenderTag(id3v2::RenderedTag* tag) override {
         return Guard([&]() -> HRESULT {
             if (!tag) return TV_E_POINTER;
-            tag->clear();
+            *tag = {};
             if (!linked()) return TV_E_FAIL;
-            *tag = Library().Render(0);
+            *tag = Library().RenderKept();
             return TV_S_OK;
         });
     }
@@ -297,8 +298,8 @@ private:
         tagSize_ = static_cast<uint32_t>(tags.prependedSize);
     }
 
-    // Reads the data of a picture that was left in the file (kDeferPicturesFrom; only tags linked
-    // from a file leave any).
+    // Reads the data of a picture that was left in the file (id3v2::kDeferPicturesFrom; only tags
+    // linked from a file leave any).
     void LoadDeferred(Frame& frame) {
         if (!frame.deferred) return;
         platform::File file(path_, platform::OpenMode::Read);
@@ -306,10 +307,9 @@ private:
     }
 
     // The library is loaded only when something needs it (rendering, writing): reading never does.
-    // It holds whole frames, so whatever data stayed in the file is read first.
+    // Pictures whose data stayed in the file stay there: a write copies them from it.
     id3v2::Id3libTag& Library() {
         if (!library_) {
-            for (Frame& frame : frames_) LoadDeferred(frame);
             library_ = std::make_unique<id3v2::Id3libTag>();
             library_->Load(frames_);
         }
@@ -322,11 +322,18 @@ private:
         library_->setPadding(padding);
     }
 
+    // The tag as bytes, for the slots that hand it out: the data left in the file is read here.
     std::vector<uint8_t> Rendered() {
         auto& lib = Library();
-        auto bytes = lib.Render(0);
-        if (!lib.padding() || bytes.empty()) return bytes;
-        return lib.Render(padding::GrowPadding(bytes.size()));
+        auto tag = lib.RenderKept();
+        if (tag.empty()) return {};
+        if (lib.padding()) id3v2::SetTagPadding(tag, padding::GrowPadding(tag.size()));
+        if (tag.kept.empty()) {
+            MemorySource nothingKept(buffer_);
+            return id3v2::LoadRenderedTag(tag, nothingKept);
+        }
+        platform::File file(path_, platform::OpenMode::Read);
+        return id3v2::LoadRenderedTag(tag, file);
     }
 
     HRESULT CreateNode(ComPtr<IMPAMetaProperty>& node) {
@@ -401,6 +408,7 @@ private:
     std::vector<uint8_t> buffer_;
     std::vector<Frame> frames_;
     uint32_t tagSize_ = 0;
+    uint32_t linkFlags_ = 0;
     std::unique_ptr<id3v2::Id3libTag> library_;
 };
 

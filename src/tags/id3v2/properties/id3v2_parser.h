@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/byte_source.h"
+#include "tags/id3v2/tag_writer.h"
 #include "tagvera/abi.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
@@ -42,10 +43,11 @@ struct IMPAID3v2Parser : IUnknown {
     // LinkFile reading through source, which holds the bytes of the file at path: the importer
     // reads the file's two ends once for all its readers. Package-internal (a C++ object).
     TV_METHOD(LinkSource)(tagvera::ByteSource* source, const char* path, uint32_t* tagSize, uint32_t flags) = 0;  // 17
-    // The tag as the frames now stand, whole and without padding (empty for no frames), for an
-    // importer that writes it itself (tags/id3v2/file_write.h plans the padding and can put an
-    // ID3v1 record into the same write). Package-internal (a C++ object).
-    TV_METHOD(RenderTag)(std::vector<uint8_t>* tag) = 0;  // 18
+    // The tag as the frames now stand, without padding (empty for no frames) and with the data of
+    // large pictures still in the file, for an importer that writes it itself
+    // (tags/id3v2/file_write.h plans the padding, copies that data, and can put an ID3v1 record
+    // into the same write). Package-internal (a C++ object).
+    TV_METHOD(RenderTag)(tagvera::id3v2::RenderedTag* tag) = 0;  // 18
 };
 
 namespace tagvera {

@@ -118,6 +118,8 @@ std::vector<std::string> ListValues(IMPAMetaProperty* property) {
 
 RuleResult Store(Frame& frame, const Fields& f, TextEncoding e) {
     frame.payload = id3v2::EncodeFields(frame.id, f, e);
+    // The payload is whole now: data a picture left in the file has been replaced.
+    frame.deferred.reset();
     frame.version = 3;
     frame.encrypted = false;
     frame.group.reset();
