@@ -77,7 +77,8 @@ TEST(Id3v1Read, FieldsStayInTheirBytesAndLoseOnlyTrailingSpaces) {
     EXPECT_EQ(track.Field(Id3v1Tag::kComment, 30).size(), 30u);
 }
 
-// Merging each fixture's record into the tree is the importer's fixture test (SharedFixture).
+// Merging each fixture's record into the tree, Lyrics3 fields standing for the short ones
+// included, is the importer's fixture test (SharedFixture).
 TEST(Id3v1Merge, NeverReplacesWhatAnEarlierSourceSet) {
     Id3v1Tag tag = Record("V1 title", "V1 artist", "V1 album", "1999", "V1 comment", 17);
     tag.bytes[126] = 3;
@@ -114,18 +115,6 @@ TEST(Id3v1Merge, GenresAndTracksThatNameNothingSetNothing) {
     ASSERT_EQ(MergeId3v1Tag(last, tree.get()), TV_S_OK);
     EXPECT_EQ(TextAt(tree.get(), "Track:Genre"), "Synthpop");
     EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), "200");
-}
-
-TEST(Id3v1Merge, Lyrics3ExtendedFieldsStandForTheShortOnes) {
-    const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/r_lyrics3v2.mp3");
-    MemorySource file(bytes);
-    auto tree = NewTree();
-    ASSERT_EQ(MergeId3v1Tag(file, tree.get()), TV_S_OK);
-    EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "Lyrics3 Title");
-    EXPECT_EQ(TextAt(tree.get(), "Artist:Name"), "Lyrics3 Artist");
-    EXPECT_EQ(TextAt(tree.get(), "Album:Name"), "Lyrics3 Album");
-    EXPECT_EQ(TextAt(tree.get(), "Track:Comments"), "short comment");
-    EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), "07");
 }
 
 // Every reader of the blocks at the end of a file sees a malformed Lyrics3 block the same way: no
