@@ -161,6 +161,13 @@ private:
     size_t pos_ = 0;
 };
 
+// A fixture frame's "text" values as one property holds them, joined by '/'.
+inline std::string Joined(const Json& frame) {
+    std::string s;
+    for (const auto& t : frame["text"].strings()) s += (s.empty() ? "" : "/") + t;
+    return s;
+}
+
 }  // namespace tagvera::testing
 
 #endif

@@ -18,12 +18,6 @@ protected:
     PreferencesFile prefs_{""};
 };
 
-std::string Joined(const Json& frame) {
-    std::string s;
-    for (const auto& t : frame["text"].strings()) s += (s.empty() ? "" : "/") + t;
-    return s;
-}
-
 TEST_P(SharedFixture, InterrogatesWithItsMappedFrames) {
     if (const std::string why = SkipReason(GetParam()); !why.empty()) GTEST_SKIP() << why;
     const Json expected = JsonParser::Parse(ReadText(GetParam() + ".expect.json"));
