@@ -4,55 +4,18 @@
 
 #include <functional>
 
-#include "host/host.h"
 #include "kmedia/km_generator.h"
-#include "mp3_importer/tree_support.h"
-#include "platform/scratch_dir.h"
+#include "mp3_importer/importer_support.h"
 #include "tagvera/components.h"
-#include "tagvera/importer.h"
-#include "tagvera/plugin.h"
 
 namespace tagvera::kmedia::testing {
 namespace {
 
+using tagvera::testing::Interrogate;
+using tagvera::testing::Interrogation;
 using tagvera::testing::NodeAt;
 using tagvera::testing::NumberAt;
 using tagvera::testing::TextAt;
-
-host::Host& SharedHost() {
-    static host::Host* host = [] {
-        host::HostOptions options;
-        options.libraryPath = TAGVERA_LIBRARY_PATH;
-        options.keepLoaded = true;
-        return new host::Host(options);
-    }();
-    return *host;
-}
-
-struct Result {
-    HRESULT open = TV_E_FAIL, result = TV_E_FAIL;
-    ComPtr<IMPAInterrogateFile> importer;
-    ComPtr<IMPAMetaProperty> tree;
-    std::string text(const char* p) const { return tree ? TextAt(tree.get(), p) : ""; }
-    uint32_t number(const char* p) const { return tree ? NumberAt(tree.get(), p) : UINT32_MAX; }
-};
-
-Result Interrogate(const std::string& path, bool light = false) {
-    Result r;
-    HRESULT hr = TV_S_OK;
-    r.importer = SharedHost().CreateAs<IMPAInterrogateFile>(CLSID_CImportKMJFile, IID_IMPAInterrogateFile, &hr);
-    EXPECT_EQ(hr, TV_S_OK);
-    if (!r.importer) return r;
-    if (light) {
-        auto lite = QueryAs<IMPAInterrogateLite>(r.importer, IID_IMPAInterrogateLite);
-        r.open = lite->SetFilename(path.c_str());
-        if (Succeeded(r.open)) r.result = lite->InterrogateLite(r.tree.put());
-        return r;
-    }
-    r.open = r.importer->SetFilename(path.c_str());
-    if (Succeeded(r.open)) r.result = r.importer->Interrogate(r.tree.put());
-    return r;
-}
 
 KmFileSpec Audio(uint32_t bitRate = 64000) {
     KmFileSpec s;
@@ -66,14 +29,14 @@ struct KindCase {
     const char* name;
     const char* fileName;
     std::function<KmFileSpec()> spec;
-    std::function<void(const Result&)> check;
+    std::function<void(const Interrogation&)> check;
 };
 
 TEST(KmImporter, EveryGeneratedKind) {
     test::ScratchDir dir;
     const std::vector<KindCase> cases = {
         {"one audio stream", "a.kmj", [] { return Audio(); },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.result, TV_S_OK);
              EXPECT_EQ(r.number("Statistics:Length"), 180000u);
              EXPECT_EQ(r.number("Statistics:Quality"), 64000u);
@@ -91,7 +54,7 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.streams.push_back(VideoStream(1, 500000, "KV40", 320, 240, 0x3000));
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.number("Statistics:Quality"), 532000u);
              EXPECT_EQ(r.number("Statistics:VBR"), 0u);
              EXPECT_EQ(r.number("Statistics:Width"), 320u);
@@ -108,7 +71,7 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.streams.push_back(AudioStream(2, 48000, "sipr", 1, 4));
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.number("Statistics:Quality"), 96000u);
              EXPECT_EQ(r.number("Statistics:Channels"), 6u);
              EXPECT_EQ(r.text("Statistics:Surround"), "true");
@@ -120,7 +83,7 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.streams = {LosslessStream(0)};
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.number("Statistics:Channels"), 2u);
              EXPECT_EQ(r.number("Statistics:Quality"), 705100u);
              EXPECT_EQ(r.text("Statistics:Extension"), ".kll");
@@ -131,7 +94,7 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.withIndex = false;
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.result, TV_S_INCOMPLETE);
              EXPECT_EQ(r.text("Statistics:Extension"), ".mnd");
          }},
@@ -143,7 +106,7 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.withIndex = false;
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.result, TV_S_OK);
              EXPECT_EQ(r.text("Track:Name"), "Cont Title");
          }},
@@ -153,7 +116,7 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.content.title = "The Album/The Name/Jazz";
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.text("Album:Name"), "The Album");
              EXPECT_EQ(r.text("Track:Name"), "The Name");
              EXPECT_EQ(r.text("Track:Genre"), "Jazz");
@@ -164,16 +127,15 @@ TEST(KmImporter, EveryGeneratedKind) {
              s.content.title = "The Album/The Name";
              return s;
          },
-         [](const Result& r) {
+         [](const Interrogation& r) {
              EXPECT_EQ(r.text("Album:Name"), "The Album");
              EXPECT_EQ(r.text("Track:Name"), "");
          }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const std::string path = dir.file(c.fileName);
-        WriteFile(path, BuildKmFile(c.spec()));
-        const Result r = Interrogate(path);
+        const std::string path = dir.write(c.fileName, BuildKmFile(c.spec()));
+        const auto r = Interrogate(path, CLSID_CImportKMJFile);
         ASSERT_EQ(r.open, TV_S_OK);
         c.check(r);
         EXPECT_EQ(r.text("Statistics:Filename"), path);
@@ -203,9 +165,8 @@ TEST(KmImporter, SourcePriority) {
         if (c.fileInfo) s.streams.push_back(info("FileInfo"));
         if (c.trailer) s.trailerBlock = JukeboxBlock("Trailer");
         if (c.id3v1 || c.trailer) s.id3v1 = Id3v1Bytes("Id3v1", "Id3 Artist", 255, 0, "1999");
-        const std::string path = dir.file("p.kmj");
-        WriteFile(path, BuildKmFile(s));
-        const Result r = Interrogate(path);
+        const std::string path = dir.write("p.kmj", BuildKmFile(s));
+        const auto r = Interrogate(path, CLSID_CImportKMJFile);
         ASSERT_EQ(r.open, TV_S_OK);
         EXPECT_EQ(r.text("Track:Name"), c.title);
         // A source that has no artist leaves it to the next.
@@ -221,20 +182,18 @@ TEST(KmImporter, SourcePriority) {
             {NameValueProperty::Number("KJMDSections", 2),
              NameValueProperty::Buffer("KJMDTag", std::vector<uint8_t>(block.begin(), block.begin() + static_cast<ptrdiff_t>(half))),
              NameValueProperty::Buffer("KJMDTag2", std::vector<uint8_t>(block.begin() + static_cast<ptrdiff_t>(half), block.end()))}));
-        const std::string path = dir.file("sections.kmj");
-        WriteFile(path, BuildKmFile(sectioned));
-        EXPECT_EQ(Interrogate(path).text("Track:Name"), "Sectioned");
+        const std::string path = dir.write("sections.kmj", BuildKmFile(sectioned));
+        EXPECT_EQ(Interrogate(path, CLSID_CImportKMJFile).text("Track:Name"), "Sectioned");
     }
     // Light mode reads no jukebox block.
     auto s = Audio();
     s.trailerBlock = JukeboxBlock("Trailer");
     s.id3v1 = Id3v1Bytes("Id3v1", "", 255, 0);
-    const std::string path = dir.file("light.kmj");
-    WriteFile(path, BuildKmFile(s));
-    const Result light = Interrogate(path, true);
+    const std::string path = dir.write("light.kmj", BuildKmFile(s));
+    const auto light = Interrogate(path, CLSID_CImportKMJFile, true);
     EXPECT_EQ(light.text("Track:Name"), "Id3v1");
     // ... and has no parser for on-demand data.
-    auto handler = QueryAs<IMPAHandleMetaProperties>(light.importer, IID_IMPAHandleMetaProperties);
+    auto handler = light.handler();
     ComPtr<IMPAMetaProperty> node;
     ASSERT_EQ(light.tree->FindFirstChild("Track", node.put()), TV_S_OK);
     EXPECT_EQ(handler->SavePropertyData(node.get(), dir.file("out").c_str()), TV_E_NOTLOADED);
@@ -262,9 +221,8 @@ TEST(KmImporter, OpeningFailuresGiveTheirCodes) {
         SCOPED_TRACE(c.name);
         auto damaged = bytes;
         c.damage(damaged);
-        const std::string path = dir.file("bad.km");
-        WriteFile(path, damaged);
-        EXPECT_EQ(Interrogate(path).open, c.code);
+        const std::string path = dir.write("bad.km", damaged);
+        EXPECT_EQ(Interrogate(path, CLSID_CImportKMJFile).open, c.code);
     }
 }
 

@@ -62,13 +62,21 @@ struct Interrogation {
     bool has(const char* path) const { return tree && NodeAt(tree.get(), path); }
 };
 
-inline Interrogation Interrogate(const std::string& path) {
+// A new importer of the class (the MP3 importer as NewImporter makes it) opens path and reads it,
+// in the light form if asked.
+inline Interrogation Interrogate(const std::string& path, const GUID& classId = CLSID_CImportMP3File,
+                                 bool light = false) {
     Interrogation out;
-    out.importer = NewImporter();
+    HRESULT hr = TV_S_OK;
+    out.importer = classId == CLSID_CImportMP3File
+                       ? NewImporter()
+                       : SharedHost().CreateAs<IMPAInterrogateFile>(classId, IID_IMPAInterrogateFile, &hr);
+    EXPECT_EQ(hr, TV_S_OK);
     if (!out.importer) return out;
-    out.open = out.importer->SetFilename(path.c_str());
-    if (Failed(out.open)) return out;
-    out.result = out.importer->Interrogate(out.tree.put());
+    auto lite = QueryAs<IMPAInterrogateLite>(out.importer, IID_IMPAInterrogateLite);
+    out.open = light ? lite->SetFilename(path.c_str()) : out.importer->SetFilename(path.c_str());
+    if (Succeeded(out.open))
+        out.result = light ? lite->InterrogateLite(out.tree.put()) : out.importer->Interrogate(out.tree.put());
     return out;
 }
 

@@ -99,27 +99,23 @@ TEST_F(Mp3Importer, LightFormReadsOnlyTheId3v1Tag) {
     const std::string path =
         dir_.write("both.mp3", Mp3File(TextFrame("TIT2", "V2 Title") + TextFrame("TPE1", "V2 Artist"),
                                   Id3v1("V1 Title", "", "V1 Album", "1999", 4, 17)));
-    auto importer = NewImporter();
-    auto lite = QueryAs<IMPAInterrogateLite>(importer, IID_IMPAInterrogateLite);
-    ASSERT_EQ(lite->SetFilename(path.c_str()), TV_S_OK);
-    ComPtr<IMPAMetaProperty> tree;
-    ASSERT_EQ(lite->InterrogateLite(tree.put()), TV_S_OK);
-    EXPECT_EQ(TextAt(tree.get(), "Track:Name"), "V1 Title");
-    EXPECT_EQ(TextAt(tree.get(), "Album:Name"), "V1 Album");
-    EXPECT_EQ(TextAt(tree.get(), "Track:Genre"), "Rock");
-    EXPECT_EQ(TextAt(tree.get(), "Track:CD Track #"), "04");
-    EXPECT_EQ(NumberAt(tree.get(), "Track:Year"), 1999u);
-    EXPECT_FALSE(NodeAt(tree.get(), "Artist:Name"));
+    const auto light = Interrogate(path, CLSID_CImportMP3File, true);
+    ASSERT_EQ(light.result, TV_S_OK);
+    EXPECT_EQ(light.text("Track:Name"), "V1 Title");
+    EXPECT_EQ(light.text("Album:Name"), "V1 Album");
+    EXPECT_EQ(light.text("Track:Genre"), "Rock");
+    EXPECT_EQ(light.text("Track:CD Track #"), "04");
+    EXPECT_EQ(light.number("Track:Year"), 1999u);
+    EXPECT_FALSE(light.has("Artist:Name"));
     // Light and full forms find the audio in the same place.
-    EXPECT_EQ(NumberAt(tree.get(), "Statistics:Quality"), 96000u);
-    const uint32_t lightLength = NumberAt(tree.get(), "Statistics:Length");
+    EXPECT_EQ(light.number("Statistics:Quality"), 96000u);
     // The full form, asked after a light open, reads the ID3v2 tag too.
     ComPtr<IMPAMetaProperty> full;
-    ASSERT_EQ(importer->Interrogate(full.put()), TV_S_OK);
+    ASSERT_EQ(light.importer->Interrogate(full.put()), TV_S_OK);
     EXPECT_EQ(TextAt(full.get(), "Track:Name"), "V2 Title");
     EXPECT_EQ(TextAt(full.get(), "Artist:Name"), "V2 Artist");
     EXPECT_EQ(TextAt(full.get(), "Album:Name"), "V1 Album");
-    EXPECT_EQ(NumberAt(full.get(), "Statistics:Length"), lightLength);
+    EXPECT_EQ(NumberAt(full.get(), "Statistics:Length"), light.number("Statistics:Length"));
 }
 
 TEST_F(Mp3Importer, BadFilesFailCleanly) {
