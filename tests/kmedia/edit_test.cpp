@@ -116,8 +116,7 @@ TEST(KmEdit, FileInfoAsValues) {
     auto spec = Sample();
     spec.streams.back() = FileInfoStream({NameValueProperty::Number("Indexable", 1), NameValueProperty::Text("ASMRuleBook", "r"),
                                           NameValueProperty::Buffer("KJMDTag", {0, 1}), NameValueProperty::Text("File ID", "id")});
-    const std::string in = dir.file("in.km");
-    WriteFile(in, BuildKmFile(spec));
+    const std::string in = dir.write("in.km", BuildKmFile(spec));
     CKMEdit edit;
     ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
     ComPtr<IKMAValues> values;

@@ -111,8 +111,7 @@ TEST(KmWalk, BytesReadDoNotGrowWithTheMedia) {
         spec.payloadSize = 1000;
         spec.trailerBlock = std::vector<uint8_t>(40, 'k');
         spec.id3v1 = Id3v1Bytes("t", "a", 1, 2);
-        const std::string path = dir.file("big.km");
-        WriteFile(path, BuildKmFile(spec));
+        const std::string path = dir.write("big.km", BuildKmFile(spec));
         platform::File file(path, platform::OpenMode::Read);
         ReadKmHeaders(file);
         ASSERT_TRUE(FindTrailer(file));

@@ -44,8 +44,7 @@ class TagReadPriority : public ::testing::TestWithParam<Case> {};
 TEST_P(TagReadPriority, FirstListedSourceWins) {
     const Case& c = GetParam();
     test::ScratchDir dir;
-    const std::string path = dir.file("three.mp3");
-    test::WriteAll(path, ThreeSourceFile(JukeboxBlock()));
+    const std::string path = dir.write("three.mp3", ThreeSourceFile(JukeboxBlock()));
     PreferencesFile prefs(ReadPriority(c.priority));
     const auto got = Interrogate(path);
     ASSERT_EQ(got.open, TV_S_OK);
@@ -84,8 +83,7 @@ TEST(JukeboxFrame, NeverShowsEvenWhenItDoesNotParseButOtherObjectFramesDo) {
     const Bytes bad[] = {B("not a block at all, but long enough to look"), B("KJMD"),
                          B("KJMD") + Bytes(60, 0xFF)};
     for (const Bytes& data : bad) {
-        const std::string path = dir.file("bad.mp3");
-        test::WriteAll(path, ThreeSourceFile(data));
+        const std::string path = dir.write("bad.mp3", ThreeSourceFile(data));
         const auto got = Interrogate(path);
         ASSERT_EQ(got.result, TV_S_OK);
         EXPECT_FALSE(got.has("KorvaJukebox"));

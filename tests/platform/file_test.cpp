@@ -55,8 +55,7 @@ TEST(File, FailuresNameThePathAndTheReason) {
 
 TEST(File, WritesGrowTheFileAndCreateNewIsExclusive) {
     ScratchDir dir;
-    const std::string path = dir.file("w.bin");
-    WriteAll(path, {1, 2, 3});
+    const std::string path = dir.write("w.bin", {1, 2, 3});
     {
         File f(path, OpenMode::ReadWrite);
         const uint8_t more[] = {9, 9};
