@@ -80,6 +80,13 @@ bool LibraryMayHold(const Frame& f) {
     return true;
 }
 
+// Frames from this size on (covers, mostly) are not given to the library: it would hold and
+// render copies of them, and gives them back byte for byte anyway.
+constexpr size_t kLargeFrame = 16 * 1024;
+
+// Kept by us in their places: a picture whose data is still in the file, or a large frame.
+bool KeptInPlace(const Frame& f) { return f.deferred || f.payload.size() >= kLargeFrame; }
+
 std::string Fingerprint(const Frame& f) {
     return f.id + '\x01' + std::string(f.payload.begin(), f.payload.end());
 }
@@ -140,15 +147,15 @@ void Id3libTag::Clear() {
     pending_.reset();
     held_.clear();
     aside_.clear();
-    inFile_.clear();
+    placed_.clear();
     changed_ = false;
 }
 
-void Id3libTag::Load(const std::vector<Frame>& frames) {
-    pending_ = frames;
+void Id3libTag::Load(std::vector<Frame> frames) {
+    pending_ = std::move(frames);
     held_.clear();
     aside_.clear();
-    inFile_.clear();
+    placed_.clear();
 }
 
 void Id3libTag::Settle() const {
@@ -159,20 +166,20 @@ void Id3libTag::Settle() const {
         SettleFrames(frames);
     } catch (...) {
         // A library failure leaves the frames loaded, for the next attempt to report again.
+        for (auto& [at, f] : placed_) frames[at] = std::move(f);
         held_.clear();
         aside_.clear();
-        inFile_.clear();
+        placed_.clear();
         pending_ = std::move(frames);
         throw;
     }
 }
 
-void Id3libTag::SettleFrames(const std::vector<Frame>& frames) const {
+void Id3libTag::SettleFrames(std::vector<Frame>& frames) const {
     std::vector<Frame> offered;
     for (size_t i = 0; i < frames.size(); ++i) {
-        const Frame& f = frames[i];
-        // A picture whose data is still in the file stays there until the tag is written.
-        if (f.deferred) inFile_.emplace_back(i, f);
+        Frame& f = frames[i];
+        if (KeptInPlace(f)) placed_.emplace_back(i, std::move(f));
         else (LibraryMayHold(f) ? offered : aside_).push_back(f);
     }
     // id3lib silently drops frames it does not know (every v2.4-only one) and may alter others, so
@@ -208,35 +215,54 @@ void Id3libTag::SettleFrames(const std::vector<Frame>& frames) const {
 }
 
 void Id3libTag::AddFrame(const Frame& frame) {
-    auto all = Frames();
+    auto all = TakeFrames();
     all.push_back(frame);
-    Load(all);
+    Load(std::move(all));
     changed_ = true;
 }
 
+std::vector<const Frame*> Id3libTag::Ordered() const {
+    std::vector<const Frame*> order;
+    if (pending_) {
+        for (const auto& f : *pending_) order.push_back(&f);
+        return order;
+    }
+    for (const auto& f : held_) order.push_back(&f);
+    for (const auto& f : aside_) order.push_back(&f);
+    // Large frames keep their places, so that a write in place can leave a cover's data where it is.
+    for (const auto& [at, f] : placed_)
+        order.insert(order.begin() + static_cast<ptrdiff_t>(std::min(at, order.size())), &f);
+    return order;
+}
+
 std::vector<Frame> Id3libTag::Frames() const {
-    // Not settled yet: the library keeps or sets aside each frame given, never another one, so
-    // the same frames come out (the library's first).
-    if (pending_) return *pending_;
-    auto frames = held_;
-    frames.insert(frames.end(), aside_.begin(), aside_.end());
-    // Pictures left in the file keep their places, so that a write in place can leave their data
-    // where it is.
-    for (const auto& [at, f] : inFile_)
-        frames.insert(frames.begin() + static_cast<ptrdiff_t>(std::min(at, frames.size())), f);
+    std::vector<Frame> frames;
+    for (const Frame* f : Ordered()) frames.push_back(*f);
+    return frames;
+}
+
+std::vector<Frame> Id3libTag::TakeFrames() {
+    std::vector<Frame> frames;
+    // The frames are this object's own (const only for the order's sake), and it lets go of them.
+    for (const Frame* f : Ordered()) frames.push_back(std::move(*const_cast<Frame*>(f)));
+    lib_->parse({});
+    pending_.reset();
+    held_.clear();
+    aside_.clear();
+    placed_.clear();
     return frames;
 }
 
 size_t Id3libTag::FrameCount() const {
     Settle();
-    return lib_->tag.NumFrames() + aside_.size() + inFile_.size();
+    return lib_->tag.NumFrames() + aside_.size() + placed_.size();
 }
 
 std::vector<std::string> Id3libTag::AsideIds() const {
     Settle();
     std::vector<std::string> ids;
     for (const auto& f : aside_) ids.push_back(f.id);
-    for (const auto& kept : inFile_) ids.push_back(kept.second.id);
+    for (const auto& kept : placed_) ids.push_back(kept.second.id);
     return ids;
 }
 
@@ -249,7 +275,7 @@ std::vector<uint8_t> Id3libTag::Render(size_t padding) const {
 
 RenderedTag Id3libTag::RenderKept() const {
     Settle();
-    return id3v2::RenderV23Kept(Frames());
+    return id3v2::RenderV23Kept(Ordered());
 }
 
 void Id3libTag::setPadding(bool on) {

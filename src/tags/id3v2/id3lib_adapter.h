@@ -26,28 +26,30 @@ public:
     Id3libTag& operator=(const Id3libTag&) = delete;
 
     // Replaces the tag's frames by frames (normalised v2.3 form, see id3v2/normalize.h). Frames
-    // the library cannot hold are kept aside by us and rendered after its own. The library is
-    // asked when a render, the count or the aside frames need it, so that the edits of one write
-    // (each a Frames() and a Load()) cost one round trip through it.
-    void Load(const std::vector<id3v2::Frame>& frames);
+    // the library cannot hold are kept aside by us and rendered after its own; large ones keep
+    // their places. The library is asked when a render, the count or the aside frames need it, so
+    // that the edits of one write (each a TakeFrames() and a Load()) cost one round trip through it.
+    void Load(std::vector<id3v2::Frame> frames);
     void Clear();
 
     // Appends a frame; removes every frame for which the predicate holds. Both mark the tag changed.
     void AddFrame(const id3v2::Frame& frame);
     template <class Pred>
     size_t RemoveFramesIf(Pred pred) {
-        auto all = Frames();
+        auto all = TakeFrames();
         const size_t before = all.size();
         std::erase_if(all, pred);
-        if (all.size() != before) {
-            Load(all);
-            changed_ = true;
-        }
-        return before - all.size();
+        const size_t removed = before - all.size();
+        Load(std::move(all));
+        if (removed) changed_ = true;
+        return removed;
     }
 
-    // The frames as a render would write them: the library's, then those kept aside.
+    // The frames as a render would write them: the library's, then those kept aside, large ones
+    // in their places.
     std::vector<id3v2::Frame> Frames() const;
+    // The same without a copy: the tag holds no frames until the next Load.
+    std::vector<id3v2::Frame> TakeFrames();
     size_t FrameCount() const;
     // Ids of frames the library did not take and that we keep aside ("RVA2", "TSOP", ...).
     std::vector<std::string> AsideIds() const;
@@ -65,9 +67,11 @@ public:
     void markChanged() { changed_ = true; }
 
 private:
-    // Runs the frames of the last Load through the library, splitting them into held_, aside_ and inFile_.
+    // Runs the frames of the last Load through the library, splitting them into held_, aside_ and
+    // placed_.
     void Settle() const;
-    void SettleFrames(const std::vector<id3v2::Frame>& frames) const;
+    void SettleFrames(std::vector<id3v2::Frame>& frames) const;
+    std::vector<const id3v2::Frame*> Ordered() const;
 
     struct Library;
     std::unique_ptr<Library> lib_;
@@ -76,7 +80,7 @@ private:
     // changes), so that asking for the frames does not render again.
     mutable std::vector<id3v2::Frame> held_;
     mutable std::vector<id3v2::Frame> aside_;
-    mutable std::vector<std::pair<size_t, id3v2::Frame>> inFile_;  // deferred pictures, with their places
+    mutable std::vector<std::pair<size_t, id3v2::Frame>> placed_;  // large frames, with their places
     bool padding_ = false;
     bool changed_ = false;
 };

@@ -69,18 +69,18 @@ uint64_t RenderedTag::size() const {
     return total;
 }
 
-RenderedTag RenderV23Kept(const std::vector<Frame>& frames) {
+RenderedTag RenderV23Kept(const std::vector<const Frame*>& frames) {
     RenderedTag tag;
     if (frames.empty()) return tag;
     // Room for the padding a write in place usually adds, so that it does not move the bytes;
     // memory reserved and not written costs nothing.
     uint64_t room = kHeaderSize + kPaddingRoom;
-    for (const auto& f : frames) room += kHeaderSize + 2 + f.payload.size();
+    for (const Frame* f : frames) room += kHeaderSize + 2 + f->payload.size();
     tag.bytes.reserve(static_cast<size_t>(room));
     tag.bytes.assign(kHeaderSize, 0);
-    for (const auto& f : frames) {
-        AppendHeadAndPayload(tag.bytes, f);
-        if (f.deferred) tag.kept.push_back({tag.bytes.size(), f.sourceId, *f.deferred});
+    for (const Frame* f : frames) {
+        AppendHeadAndPayload(tag.bytes, *f);
+        if (f->deferred) tag.kept.push_back({tag.bytes.size(), f->sourceId, *f->deferred});
     }
     // The limit is checked with the padding; here the header only has to say something sound.
     const uint64_t body = tag.size() - kHeaderSize;

@@ -43,7 +43,7 @@ public:
 std::vector<uint8_t> RenderV23Tag(const std::vector<Frame>& frames, size_t padding);
 // The same without padding, and with deferred frames' data left where it is. The size limit is
 // checked when the padding is known (SetTagPadding).
-RenderedTag RenderV23Kept(const std::vector<Frame>& frames);
+RenderedTag RenderV23Kept(const std::vector<const Frame*>& frames);
 // Sets the tag's padding and the size in its header. Throws TagTooLarge when the tag would pass
 // kMaxTagBody.
 void SetTagPadding(RenderedTag& tag, uint64_t padding);

@@ -233,14 +233,13 @@ HRESULT WriteTreeToTag(Id3libTag& tag, IMPAMetaProperty* tree, IMPAHandleMetaPro
                        const TreeWriteOptions& options) {
     if (!tree) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {
-        auto frames = tag.Frames();
+        // Taken and given back rather than copied: a frame may hold a cover of any size.
+        auto frames = tag.TakeFrames();
         bool changed = false;
         const HRESULT hr = WriteTreeToFrames(frames, tree, dataSource, options, &changed);
+        tag.Load(std::move(frames));
         // What was written before a failure is kept: the caller does not update the file then.
-        if (changed) {
-            tag.Load(frames);
-            tag.markChanged();
-        }
+        if (changed) tag.markChanged();
         return hr;
     });
 }

@@ -180,12 +180,12 @@ std::string MimeFor(IMPAMetaProperty* p, uint32_t type) {
 }
 
 RuleResult PictureRule(Frame& frame, const WriteTarget& t, IMPAMetaProperty* p, uint32_t type, IMPAHandleMetaProperties* ds) {
-    const auto bytes = ReferenceBytes(p, type, ds);
+    auto bytes = ReferenceBytes(p, type, ds);
     if (!bytes) return RuleResult::Failed;
     const bool isNew = IsNew(frame);
     Fields f = Existing(frame);
     f.mime = MimeFor(p, type);
-    f.data = *bytes;
+    f.data = std::move(*bytes);
     if (f.kind == FrameKind::Picture) {
         if (isNew) {
             f.pictureType = PictureTypeFor(t.parent, t.name);
