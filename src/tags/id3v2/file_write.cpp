@@ -59,15 +59,19 @@ void ForEachPiece(const id3v2::RenderedTag& tag, Bytes&& piece, Kept&& kept) {
 }
 
 // The patches that turn the old tag space into tag, padded: data left in the file where the new
-// tag has it too is neither written nor journaled; data that shifts is moved through the journal.
-// Padding that fits the room the render left goes with the last bytes (one write); more is written
-// from the zero block.
-std::vector<platform::Patch> InPlacePatches(id3v2::RenderedTag& tag, std::vector<uint8_t>& zeros) {
-    if (tag.padding <= tag.bytes.capacity() - tag.bytes.size()) {
-        tag.bytes.resize(tag.bytes.size() + static_cast<size_t>(tag.padding), 0);
-        tag.padding = 0;
+// tag has it too is neither written nor journaled; data that shifts is moved through the journal;
+// padding is written only where the file does not hold zeros already (before zeroFrom). Padding
+// that fits the room the render left goes with the last bytes (one write); more is written from
+// the zero block.
+std::vector<platform::Patch> InPlacePatches(id3v2::RenderedTag& tag, uint64_t zeroFrom, std::vector<uint8_t>& zeros) {
+    const uint64_t framesEnd = tag.size() - tag.padding;
+    uint64_t padding = zeroFrom > framesEnd ? std::min(tag.padding, zeroFrom - framesEnd) : 0;
+    if (padding <= tag.bytes.capacity() - tag.bytes.size()) {
+        tag.bytes.resize(tag.bytes.size() + static_cast<size_t>(padding), 0);
+        tag.padding -= padding;
+        padding = 0;
     }
-    zeros.assign(static_cast<size_t>(std::min<uint64_t>(tag.padding, kZeroBlock)), 0);
+    zeros.assign(static_cast<size_t>(std::min<uint64_t>(padding, kZeroBlock)), 0);
     std::vector<platform::Patch> patches;
     uint64_t at = 0;
     ForEachPiece(
@@ -80,7 +84,7 @@ std::vector<platform::Patch> InPlacePatches(id3v2::RenderedTag& tag, std::vector
             if (data.offset != at) patches.push_back({at, {}, data.offset, data.size});
             at += data.size;
         });
-    for (uint64_t left = tag.padding; left > 0;) {
+    for (uint64_t left = padding; left > 0;) {
         const size_t n = static_cast<size_t>(std::min<uint64_t>(left, zeros.size()));
         patches.push_back({at, std::span<const uint8_t>(zeros).first(n)});
         at += n;
@@ -116,6 +120,13 @@ Id3v2Placement PlaceId3v2Tags(ByteSource& file) {
     Id3v2Placement p;
     p.fileSize = file.size();
     p.prependedSize = tags.prependedSize;
+    p.zeroFrom = p.prependedSize;
+    if (!tags.prepended.empty()) {
+        const id3v2::Tag& last = tags.prepended.back();
+        // Unsynchronisation and a footer put other bytes among or after the zeros.
+        const bool plain = !(last.flags & 0x80) && !last.footer && !last.paddingDirty;
+        if (plain && last.offset + last.totalSize == p.prependedSize) p.zeroFrom -= last.paddingSize;
+    }
     if (tags.appended) {
         p.appendedOffset = tags.appended->offset;
         p.appendedSize = tags.appended->totalSize;
@@ -170,7 +181,7 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, id3v2::RenderedTa
     if (plan.inPlace && place.appendedSize == 0) {
         id3v2::SetTagPadding(tag, plan.padding);
         std::vector<uint8_t> zeros;
-        std::vector<platform::Patch> patches = InPlacePatches(tag, zeros);
+        std::vector<platform::Patch> patches = InPlacePatches(tag, place.zeroFrom, zeros);
         if (record) patches.push_back({recordOffset, *record});
         edit->apply(patches, options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
         out.written = true;

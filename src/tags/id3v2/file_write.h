@@ -29,6 +29,9 @@ struct Id3v2Placement {
     uint64_t fileSize = 0;
     // Bytes of the ID3v2 tags at the start, padding included; the audio begins here.
     uint64_t prependedSize = 0;
+    // Where the zero bytes that end that space begin (the last tag's padding), for a write in
+    // place not to write them again; prependedSize when that is not known.
+    uint64_t zeroFrom = 0;
     // An ID3v2 tag found by its footer at the end (offset and size; size 0 when there is none).
     uint64_t appendedOffset = 0;
     uint64_t appendedSize = 0;

@@ -49,6 +49,7 @@ struct Tag {
     uint64_t offset = 0;   // where the tag starts in the file
     uint64_t totalSize = 0;  // header + body + footer
     uint32_t paddingSize = 0;
+    bool paddingDirty = false;  // the padding is not all zero bytes
     bool extendedHeader = false;
     bool crcPresent = false;
     bool footer = false;

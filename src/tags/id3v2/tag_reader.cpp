@@ -193,7 +193,10 @@ public:
                 tag_.skipped.push_back(id + ": " + e.what());
             }
         }
-        if (!r.empty() && !IsAllZero(Rest(r))) tag_.skipped.push_back("trailing bytes after the last frame");
+        if (!r.empty() && !IsAllZero(Rest(r))) {
+            tag_.skipped.push_back("trailing bytes after the last frame");
+            tag_.paddingDirty = true;
+        }
         tag_.paddingSize = static_cast<uint32_t>(r.remaining());
     }
 
