@@ -141,26 +141,21 @@ TEST(ScanMp3Audio, FindsAudioAfterGarbageWithinTheSearchLimit) {
 }
 
 TEST(ScanMp3Audio, FailsCleanlyOnWhatIsNoMpegAudio) {
-    Mp3AudioInfo info;
-    // Audio that starts past the sync search limit is not found.
-    std::vector<uint8_t> late(kMp3SyncSearchLimit + 10, 0);
-    Append(late, LoadFixture("cbr_32k_32k_mono"));
-    EXPECT_EQ(Scan(late, &info), TV_E_FAIL);
-    EXPECT_EQ(info.durationMs, 0u);
-    EXPECT_EQ(info.bitRate, 0u);
-    EXPECT_EQ(Scan({}, &info), TV_E_FAIL);
-    EXPECT_EQ(Scan(std::vector<uint8_t>(100000, 0), &info), TV_E_FAIL);
-    EXPECT_EQ(Scan(std::vector<uint8_t>(100000, 0xFF), &info), TV_E_FAIL);
-    const std::vector<uint8_t> kmf = {'.', 'K', 'M', 'F', 0, 0, 0, 0};
-    std::vector<uint8_t> korva = kmf;
-    Append(korva, LoadFixture("cbr_32k_32k_mono"));
-    EXPECT_EQ(Scan(korva, &info), TV_E_FAIL);
-    // Nothing but an ID3v1 tag.
-    std::vector<uint8_t> tagOnly = {'T', 'A', 'G'};
+    using Bytes = std::vector<uint8_t>;
+    const Bytes audio = LoadFixture("cbr_32k_32k_mono");
+    const auto before = [&](Bytes head) { return Append(head, audio), head; };
+    Bytes tagOnly = {'T', 'A', 'G'};
     tagOnly.resize(128, 0);
-    EXPECT_EQ(Scan(tagOnly, &info), TV_E_FAIL);
+    // Audio past the sync search limit, nothing, zeros, sync bytes, a KorvaMedia file, an ID3v1 tag alone.
+    for (const Bytes& bytes : {before(Bytes(kMp3SyncSearchLimit + 10, 0)), Bytes{}, Bytes(100000, 0),
+                               Bytes(100000, 0xFF), before({'.', 'K', 'M', 'F', 0, 0, 0, 0}), tagOnly}) {
+        Mp3AudioInfo info;
+        EXPECT_EQ(Scan(bytes, &info), TV_E_FAIL) << bytes.size();
+        EXPECT_EQ(info.durationMs, 0u);
+        EXPECT_EQ(info.bitRate, 0u);
+    }
     // A start offset at or past the end.
-    const auto audio = LoadFixture("cbr_32k_32k_mono");
+    Mp3AudioInfo info;
     EXPECT_EQ(Scan(audio, &info, audio.size()), TV_E_FAIL);
     EXPECT_EQ(Scan(audio, &info, UINT64_MAX), TV_E_FAIL);
     EXPECT_EQ(ScanMp3Audio(*std::make_unique<MemorySource>(audio), 0, nullptr), TV_E_POINTER);
