@@ -8,7 +8,7 @@
 #include <string>
 
 #include "cli/run_cli.h"
-#include "metaprop/block_format.h"
+#include "golden_block.h"
 #include "mp3_importer/mp3_builder.h"
 #include "platform/scratch_dir.h"
 #include "serialize_support.h"
@@ -18,36 +18,15 @@ namespace {
 
 constexpr char kSecret[] = "secret-bytes-that-must-stay-put";
 
-Bytes U32(uint32_t v, bool big) {
-    Bytes out(4);
-    block::Store32(out.data(), v, big);
-    return out;
-}
-
-// One record, each child under its own table entry (children given in name order).
-Bytes Record(bool big, uint32_t type, const std::string& name, const Bytes& value, const std::vector<Bytes>& children) {
-    const uint32_t valueAt = block::kNameAt + uint32_t(name.size() + 1);
-    const uint32_t tableAt = valueAt + 4 + uint32_t(value.size());
-    uint32_t childAt = tableAt + uint32_t(children.size()) * block::kEntrySize, length = childAt;
-    Bytes table;
-    for (const Bytes& c : children) {
-        table = table + U32(childAt, big) + U32(1, big);
-        childAt += uint32_t(c.size());
-    }
-    for (const Bytes& c : children) length += uint32_t(c.size());
-    Bytes out = U32(length, big) + U32(type, big) + U32(0, big) + U32(valueAt, big) + U32(tableAt, big) +
-                U32(uint32_t(children.size()), big) + U32(uint32_t(name.size() + 1), big) + Cstr(name) +
-                U32(uint32_t(value.size()), big) + value + table;
-    for (const Bytes& c : children) out = out + c;
-    return out;
-}
-
 // A block whose cover art and lyrics are file references naming path.
 Bytes BlockNaming(const std::string& path, bool big, const char* magic) {
-    auto reference = [&](const char* name) { return Record(big, kTypeFileReference, name, Cstr(path), {}); };
-    const Bytes album = Record(big, kTypeGroup, "Album", {}, {reference("Cover Art")});
-    const Bytes track = Record(big, kTypeGroup, "Track", {}, {reference("Lyrics"), Record(big, kTypeText, "Name", Cstr("old"), {})});
-    return B(magic) + U32(kBlockVersion, big) + Record(big, kTypeGroup, "Root", {}, {album, track});
+    const auto reference = [&](const char* name) {
+        return GoldenRecord{.name = name, .type = kTypeFileReference, .value = TextValue(path)};
+    };
+    const GoldenRecord album{.name = "Album", .type = kTypeGroup, .children = {reference("Cover Art")}};
+    const GoldenRecord track{.name = "Track", .type = kTypeGroup,
+                             .children = {reference("Lyrics"), {.name = "Name", .type = kTypeText, .value = TextValue("old")}}};
+    return EncodeBlock({.name = "Root", .type = kTypeGroup, .children = {album, track}}, big, magic, false);
 }
 
 bool Holds(const Bytes& bytes, const std::string& what) {
