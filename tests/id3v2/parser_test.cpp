@@ -135,17 +135,22 @@ TEST_F(Parser, TrailingTagsOnlyWhenAskedFor) {
     EXPECT_EQ(parser_->ReadProperties(root2.get()), TV_E_FAIL);
 }
 
-// A v2.4 date as the year is every v2.4 fixture's (TDRC).
-TEST_F(Parser, V24PeopleReadAsTheV23PeopleList) {
-    const Bytes body = Frame24("TIPL", Utf8Text(std::string("producer\0Ann", 12))) +
+TEST_F(Parser, V24DatesAndPeopleReadAsTheirV23Properties) {
+    const Bytes body = Frame24("TDRC", Utf8Text("2004-07-09T10:30")) +
+                       Frame24("TIPL", Utf8Text(std::string("producer\0Ann", 12))) +
                        Frame24("TMCL", Utf8Text(std::string("bass\0Bob", 8)));
     const Bytes file = Tag(4, 0, body) + Audio();
     ASSERT_EQ(parser_->LinkBuffer(file.data(), uint32_t(file.size())), TV_S_OK);
     ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
-    auto people = Find("Credits:All Other Credits");
-    ASSERT_TRUE(people);
+    auto year = Find("Track:Year");
+    ASSERT_TRUE(year);
     const uint8_t* d = nullptr;
     uint32_t n = 0;
+    year->GetValue(&d, &n);
+    ASSERT_EQ(n, 4u);
+    EXPECT_EQ(d[0] | d[1] << 8, 2004);
+    auto people = Find("Credits:All Other Credits");
+    ASSERT_TRUE(people);
     people->GetValue(&d, &n);
     EXPECT_EQ(Bytes(d, d + n), B(std::string("producer\0Ann\0bass\0Bob\0\0", 23)));
 }
