@@ -178,7 +178,9 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, id3v2::RenderedTa
     // Over the old record, or appended.
     const uint64_t recordOffset = place.hasId3v1 ? place.fileSize - kId3v1Bytes : place.fileSize;
     // A tag at the end holds frames that are now in ours; keeping it would bring deleted ones back.
-    if (plan.inPlace && place.appendedSize == 0) {
+    // Old space that several tags took may be more than one tag's header can say.
+    const bool fits = plan.inPlace && plan.padding <= id3v2::kHeaderSize + id3v2::kMaxTagBody - tag.size();
+    if (fits && place.appendedSize == 0) {
         id3v2::SetTagPadding(tag, plan.padding);
         std::vector<uint8_t> zeros;
         std::vector<platform::Patch> patches = InPlacePatches(tag, place.zeroFrom, zeros);
