@@ -268,18 +268,22 @@ TEST_F(Mp3Write, ALargeCoverIsCopiedFromTheFileNotWrittenAgain) {
     }
 }
 
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kRssMeansMemory = false;  // a sanitizer's shadow memory counts too
-#elif defined(__has_feature)
-constexpr bool kRssMeansMemory = !__has_feature(address_sanitizer);
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define TAGVERA_ADDRESS_SANITIZER 1
+#endif
+#endif
+#if defined(__SANITIZE_ADDRESS__) || defined(TAGVERA_ADDRESS_SANITIZER)
+constexpr bool kAddressSanitizer = true;
 #else
-constexpr bool kRssMeansMemory = true;
+constexpr bool kAddressSanitizer = false;
 #endif
 
 // `tagvera set` on a tag within 4 KB of the largest an ID3v2 tag can be, nearly all of it a cover
 // (a hole in the file, read as zeros): a longer title still fits and is written with what padding
 // fits, a longer one yet is refused with the reason; and no run holds the cover in memory.
 TEST_F(Mp3Write, ATagAtTheSizeLimitIsWrittenInBoundedMemoryOrRefusedWithTheReason) {
+    if (kAddressSanitizer) GTEST_SKIP() << "its shadow memory counts in RSS, and it makes the 256 MB rewrite take 30 s";
     constexpr uint32_t kLimit = (1u << 28) - 1, kRoom = 4096;
     const Bytes title = Frame23("TIT2", Latin1Text("abc")), fields = Latin1Text("image/jpeg") + Bytes{0, 3, 0};
     const uint32_t data = kLimit - kRoom - uint32_t(title.size() + 10 + fields.size());
@@ -311,9 +315,7 @@ TEST_F(Mp3Write, ATagAtTheSizeLimitIsWrittenInBoundedMemoryOrRefusedWithTheReaso
     EXPECT_EQ(OpenMp3(path).text("Track:Name").size(), 1000u);
     rusage children{};
     ASSERT_EQ(getrusage(RUSAGE_CHILDREN, &children), 0);
-    if (kRssMeansMemory) {
-        EXPECT_LT(children.ru_maxrss, 64 * 1024) << "KB at the peak of a child";
-    }
+    EXPECT_LT(children.ru_maxrss, 64 * 1024) << "KB at the peak of a child";
 }
 
 TEST_F(Mp3Write, PrepareStripsTheId3v2TagAndBlanksTheId3v1Record) {
