@@ -423,6 +423,9 @@ def regress_files(out, audio):
         # `rm` found no cover and `set` wrote the file without it, both with exit status 0.
         "failed_read_taken_for_a_damaged_tag": tag(3, frame_bytes("APIC", picture("image/jpeg", 3, "", b"\xff\xd8"
                                                    + bytes(range(256)) * 80 + b"\xff\xd9", 0), 3), padding=512) + audio,
+        # The same for the blocks at the end: a failing read of the Lyrics3 block was taken for damage.
+        "failed_read_at_the_end_taken_for_damage": audio + lyrics3v2([("LYR", b"Words of the song"), ("ETT", b"Title")])
+        + id3v1("Title", "2026", "", 8),
     }
     os.makedirs(out, exist_ok=True)
     for name, data in files.items():

@@ -153,21 +153,32 @@ void LossRefusedUnlessAllowed(const std::string& path) {
 
 // A read that failed inside a tag was taken for a damaged tag, so `rm` found no cover and `set`
 // wrote the file without it: the file's failure fails the read.
+// A file whose reads fail in [badFrom, badTo).
+struct BadSector final : ByteSource {
+    std::vector<uint8_t> bytes;
+    uint64_t badFrom = 0, badTo = 0;
+    uint64_t size() const override { return bytes.size(); }
+    size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
+        if (offset < badTo && offset + out.size() > badFrom) throw Error(TV_E_FAIL, "read: Input/output error");
+        std::copy_n(bytes.begin() + static_cast<ptrdiff_t>(offset), out.size(), out.begin());
+        return out.size();
+    }
+};
+
 void FailedReadTakenForADamagedTag(const std::string& path) {
-    // A bad sector inside the tag, past its first 4 KB.
-    struct BadSector final : ByteSource {
-        std::vector<uint8_t> bytes;
-        uint64_t size() const override { return bytes.size(); }
-        size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
-            if (offset < 8192 && offset + out.size() > 4096) throw Error(TV_E_FAIL, "read: Input/output error");
-            std::copy_n(bytes.begin() + static_cast<ptrdiff_t>(offset), out.size(), out.begin());
-            return out.size();
-        }
-    } source;
+    BadSector source;  // inside the tag, past its first 4 KB
     source.bytes = test::ReadAll(path);
+    source.badFrom = 4096, source.badTo = 8192;
     id3v2::ReadOptions options;
     options.appended = false;
     EXPECT_THROW(id3v2::ReadFileTags(source, options), Error);
+}
+
+void FailedReadAtTheEndTakenForDamage(const std::string& path) {
+    BadSector source;  // inside the Lyrics3 block's fields, before its size and marker
+    source.bytes = test::ReadAll(path);
+    source.badTo = source.bytes.size() - 128 - 20, source.badFrom = source.badTo - 20;
+    EXPECT_THROW(id3v2::ReadFileTags(source), Error);
 }
 
 struct Regression {
@@ -187,6 +198,7 @@ const Regression kRegressions[] = {
     {"damaged_tag_lost_later_frames", LossRefusedUnlessAllowed},
     {"unreadable_jukebox_block_replaced", LossRefusedUnlessAllowed},
     {"failed_read_taken_for_a_damaged_tag", FailedReadTakenForADamagedTag},
+    {"failed_read_at_the_end_taken_for_damage", FailedReadAtTheEndTakenForDamage},
 };
 
 void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }

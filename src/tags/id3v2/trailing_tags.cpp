@@ -1,5 +1,6 @@
 #include "tags/id3v2/trailing_tags.h"
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,21 +38,46 @@ std::optional<std::string> Lyrics3Text(const std::optional<Lyrics3Tag>& lyrics3,
     return s;
 }
 
+// A block that does not parse and a read of the file that fails both throw Error; only the first
+// is the block's damage. This remembers the second, for the caller to fail with it.
+class ReadFailureWitness final : public ByteSource {
+public:
+    explicit ReadFailureWitness(ByteSource& source) : source_(source) {}
+    uint64_t size() const override { return source_.size(); }
+    size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
+        try {
+            return source_.readAt(offset, out);
+        } catch (...) {
+            failure_ = std::current_exception();
+            throw;
+        }
+    }
+    void RethrowReadFailure() const {
+        if (failure_) std::rethrow_exception(failure_);
+    }
+
+private:
+    ByteSource& source_;
+    std::exception_ptr failure_;
+};
+
 // A Lyrics3 block (v2, else v1) ending at end, or the reason it could not be read in problem.
-std::optional<Lyrics3Tag> ReadLyrics3(ByteSource& source, uint64_t end, std::string& problem) {
+std::optional<Lyrics3Tag> ReadLyrics3(ReadFailureWitness& source, uint64_t end, std::string& problem) {
     Lyrics3Tag block;
     try {
         if (ReadLyrics3v2Tag(source, end, &block, true, &problem)) return block;
         if (problem.empty() && ReadLyrics3v1Tag(source, end, &block, &problem)) return block;
     } catch (const Error& e) {
-        problem = e.what();  // a failing read
+        source.RethrowReadFailure();
+        problem = e.what();  // sizes that point past the file
     }
     return std::nullopt;
 }
 
 }  // namespace
 
-void ReadTrailingTags(ByteSource& source, FileTags& tags, const ReadLimits& limits) {
+void ReadTrailingTags(ByteSource& file, FileTags& tags, const ReadLimits& limits) {
+    ReadFailureWitness source(file);
     uint64_t end = source.size();
     // Nothing at the end can overlap the tags at the start.
     const uint64_t floor = tags.prependedSize;
@@ -85,6 +111,7 @@ void ReadTrailingTags(ByteSource& source, FileTags& tags, const ReadLimits& limi
                 const auto bytes = source.readExact(end - total, static_cast<size_t>(total));
                 tags.appended = ParseTag(bytes, end - total, limits);
             } catch (const Error& e) {
+                source.RethrowReadFailure();
                 tags.skipped.push_back(std::string("appended ID3v2 tag: ") + e.what());
             }
         }
