@@ -50,11 +50,15 @@ static_assert(kIsInterface<IMPAMetaPropertySerialize> && kIsInterface<IMPAMetaPr
 static_assert(kIsInterface<IMPAMetaPropertyBuffer> && kIsInterface<IMPAWriteReport>);
 static_assert(kIsInterface<IKMAXMLParser> && kIsInterface<IKMAXMLParserResponse>);
 static_assert(kIsInterface<IKMAToolServices> && kIsInterface<IMPAStructureReport>);
+static_assert(kIsInterface<IKMAKMEdit3> && kIsInterface<IKMAKMEdit2> && kIsInterface<IKMAKMFileHeader>);
+static_assert(kIsInterface<IKMAKMFF4Reader> && kIsInterface<IKMAKMMetaInformation> && kIsInterface<IKMAKMFFCopy2>);
+static_assert(kIsInterface<IKMAProgressSink>);
 
 // Interfaces extend only along one line, so each table starts with its base's slots.
 static_assert(std::is_base_of_v<IUnknown, IKMABuffer> && !std::is_base_of_v<IUnknown, IKCAPackage_>);
 static_assert(std::is_base_of_v<IMPAHandleMetaProperties, IMPAHandleMetaProperties2>);
 static_assert(std::is_base_of_v<IMPAMetaProperty, IMPAMetaPropertyBuffer>);
+static_assert(std::is_base_of_v<IKMAKMEdit, IKMAKMEdit3>);
 
 // The entry points' shapes.
 static_assert(std::is_same_v<KMACreateInstanceFn, HRESULT(TV_STDCALL*)(IUnknown**)>);

@@ -8,6 +8,7 @@
 #include "tagvera/components.h"
 #include "tagvera/entry_points.h"
 #include "tagvera/importer.h"
+#include "tagvera/kmedia_edit.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/mp3.h"
