@@ -11,7 +11,7 @@
 
 namespace tagvera::kmedia {
 
-HRESULT CKMEdit::SetInputFile(const std::string& path, bool readHeaders) {
+HRESULT KmEditEngine::SetInputFile(const std::string& path, bool readHeaders) {
     return Guard([&]() -> HRESULT {
         Close();
         platform::File file(path, platform::OpenMode::Read);
@@ -30,13 +30,13 @@ HRESULT CKMEdit::SetInputFile(const std::string& path, bool readHeaders) {
     });
 }
 
-HRESULT CKMEdit::SetOutputFile(const std::string& path) {
+HRESULT KmEditEngine::SetOutputFile(const std::string& path) {
     if (path.empty()) return TV_E_INVALIDARG;
     output_ = path;
     return TV_S_OK;
 }
 
-void CKMEdit::Close() {
+void KmEditEngine::Close() {
     headers_.reset();
     input_.clear();
     content_ = ContentObject{};
@@ -45,7 +45,7 @@ void CKMEdit::Close() {
     fileInfoRead_ = false;
 }
 
-HRESULT CKMEdit::SetTitle(std::string_view text) {
+HRESULT KmEditEngine::SetTitle(std::string_view text) {
     content_.title = text;
     return TV_S_OK;
 }
@@ -53,24 +53,24 @@ HRESULT CKMEdit::SetTitle(std::string_view text) {
 namespace {
 
 HRESULT SetShort(std::string& field, std::string_view text) {
-    if (text.size() > CKMEdit::kMaxShortText) return TV_E_BUFFERTOOSMALL;
+    if (text.size() > KmEditEngine::kMaxShortText) return TV_E_BUFFERTOOSMALL;
     field = text;
     return TV_S_OK;
 }
 
 }  // namespace
 
-HRESULT CKMEdit::SetAuthor(std::string_view text) { return SetShort(content_.author, text); }
-HRESULT CKMEdit::SetCopyright(std::string_view text) { return SetShort(content_.copyright, text); }
-HRESULT CKMEdit::SetComment(std::string_view text) { return SetShort(content_.comment, text); }
+HRESULT KmEditEngine::SetAuthor(std::string_view text) { return SetShort(content_.author, text); }
+HRESULT KmEditEngine::SetCopyright(std::string_view text) { return SetShort(content_.copyright, text); }
+HRESULT KmEditEngine::SetComment(std::string_view text) { return SetShort(content_.comment, text); }
 
-void CKMEdit::SetFileFlag(FileFlag flag, bool on) {
+void KmEditEngine::SetFileFlag(FileFlag flag, bool on) {
     flags_ = static_cast<uint16_t>(on ? flags_ | flag : flags_ & ~flag);
 }
 
-HRESULT CKMEdit::GetFileInfoValues(IKMAValues** out) const { return FileInfoToValues(fileInfo_, out); }
+HRESULT KmEditEngine::GetFileInfoValues(IKMAValues** out) const { return FileInfoToValues(fileInfo_, out); }
 
-HRESULT CKMEdit::SetFileInfoValues(IKMAValues* values) {
+HRESULT KmEditEngine::SetFileInfoValues(IKMAValues* values) {
     if (!values) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {
         std::vector<NameValueProperty> next = ValuesToFileInfo(values);
@@ -81,12 +81,12 @@ HRESULT CKMEdit::SetFileInfoValues(IKMAValues* values) {
     });
 }
 
-uint32_t CKMEdit::DurationMs() const {
+uint32_t KmEditEngine::DurationMs() const {
     if (!headers_ || !headers_->properties || !headers_->properties->header.KnownVersion()) return 0;
     return headers_->properties->durationMs;
 }
 
-HRESULT CKMEdit::Save() {
+HRESULT KmEditEngine::Save() {
     if (!headers_) return TV_E_NOTLOADED;
     if (output_.empty()) return TV_E_INVALIDARG;
     return Guard([&]() -> HRESULT {

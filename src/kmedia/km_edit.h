@@ -1,7 +1,7 @@
-// CKMEdit: opens a KorvaMedia file, exposes its descriptive headers (content strings, the three
-// file flags kept on rewrite, the file-info properties, the stream headers, the duration) and
-// saves a new file with changed headers and the same packets. Every operation answers a result
-// code; nothing is thrown out of it.
+// KmEditEngine, the engine under CKMEdit and the copiers: opens a KorvaMedia file, exposes its
+// descriptive headers (content strings, the three file flags kept on rewrite, the file-info
+// properties, the stream headers, the duration) and saves a new file with changed headers and the
+// same packets. Every operation answers a result code; nothing is thrown out of it.
 #ifndef TAGVERA_KMEDIA_KM_EDIT_H
 #define TAGVERA_KMEDIA_KM_EDIT_H
 
@@ -18,7 +18,7 @@
 
 namespace tagvera::kmedia {
 
-class CKMEdit {
+class KmEditEngine {
 public:
     // The PROP flag bits kept as file attributes.
     enum FileFlag : uint16_t { kFlag1 = 1, kFlag2 = 2, kFlag8 = 8 };

@@ -78,7 +78,7 @@ private:
     std::string extension_;  // with its dot; empty when the name has none
     std::optional<platform::File> file_;
     // Opened on the file with its headers read; what every source but the tail comes from.
-    std::optional<kmedia::CKMEdit> edit_;
+    std::optional<kmedia::KmEditEngine> edit_;
     ComPtr<IMPAMetaProperty> tree_;
     ComPtr<IMPAKJMDParser> jukebox_;
     bool jukeboxLoaded_ = false;

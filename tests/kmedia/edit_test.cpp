@@ -1,4 +1,4 @@
-// CKMEdit's Save over generated files, checked by walking the output: the same packets byte for
+// KmEditEngine's Save over generated files, checked by walking the output: the same packets byte for
 // byte and in order, and every offset, count and size describing the new file.
 #include <gtest/gtest.h>
 
@@ -80,13 +80,13 @@ TEST(KmEdit, SaveKeepsPacketsAndWritesConsistentHeaders) {
     };
     for (const Case& c : {Case{"whole file", 0, 0, 0, 20}, Case{"time range", 200, 500, 4, 8}}) {
         SCOPED_TRACE(c.name);
-        CKMEdit edit;
+        KmEditEngine edit;
         ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
         EXPECT_EQ(edit.Title(), "Old");
         EXPECT_EQ(edit.SetTitle("New Title"), TV_S_OK);
         EXPECT_EQ(edit.SetAuthor(std::string(256, 'a')), TV_E_BUFFERTOOSMALL);
         EXPECT_EQ(edit.SetComment("c"), TV_S_OK);
-        edit.SetFileFlag(CKMEdit::kFlag2, true);
+        edit.SetFileFlag(KmEditEngine::kFlag2, true);
         edit.FileInfo().erase(edit.FileInfo().begin() + 1);  // drop "KJMDTag"
         edit.SetStartTime(c.start);
         edit.SetEndTime(c.end);
@@ -117,7 +117,7 @@ TEST(KmEdit, FileInfoAsValues) {
     spec.streams.back() = FileInfoStream({NameValueProperty::Number("Indexable", 1), NameValueProperty::Text("ASMRuleBook", "r"),
                                           NameValueProperty::Buffer("KJMDTag", {0, 1}), NameValueProperty::Text("File ID", "id")});
     const std::string in = dir.write("in.km", BuildKmFile(spec));
-    CKMEdit edit;
+    KmEditEngine edit;
     ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
     ComPtr<IKMAValues> values;
     ASSERT_EQ(edit.GetFileInfoValues(values.put()), TV_S_OK);
@@ -163,13 +163,13 @@ TEST(KmEdit, DamagedPacketsFailAndLeaveTheOutputAlone) {
         bytes[c.at] = c.value;
         WriteFile(in, bytes);
         WriteFile(out, {'o', 'l', 'd'});
-        CKMEdit edit;
+        KmEditEngine edit;
         ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
         edit.SetOutputFile(out);
         EXPECT_EQ(edit.Save(), TV_E_FAIL);
         EXPECT_EQ(test::ReadAll(out), (std::vector<uint8_t>{'o', 'l', 'd'}));
     }
-    CKMEdit none;
+    KmEditEngine none;
     EXPECT_EQ(none.Save(), TV_E_NOTLOADED);
 }
 
