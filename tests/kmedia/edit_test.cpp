@@ -2,7 +2,14 @@
 // byte and in order, and every offset, count and size describing the new file.
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
+#include "base/md5.h"
 #include "kmedia/convert/packet_scan.h"
+#include "kmedia/edit/clip_identity.h"
+#include "kmedia/edit/km_edit_object.h"
+#include "kmedia/edit/time_text.h"
+#include "kmedia/edit/tools_dll.h"
 #include "kmedia/km_edit.h"
 #include "kmedia/km_generator.h"
 #include "kmedia/logical_stream.h"
@@ -171,6 +178,188 @@ TEST(KmEdit, DamagedPacketsFailAndLeaveTheOutputAlone) {
     }
     KmEditEngine none;
     EXPECT_EQ(none.Save(), TV_E_NOTLOADED);
+}
+
+// The editing object as a host holds it: every call through the interface tables.
+ComPtr<IKMAKMEdit3> OpenEdit(const std::string& in) {
+    ComPtr<IKMAKMEdit3> edit;
+    EXPECT_EQ(CreateKmEdit(edit.put()), TV_S_OK);
+    EXPECT_EQ(edit->SetInputFile(in.c_str(), 1), TV_S_OK);
+    return edit;
+}
+
+std::string Text(HRESULT (IKMAKMEdit::*get)(char*, uint32_t*), IKMAKMEdit3* edit) {
+    uint32_t size = 0;
+    EXPECT_EQ((edit->*get)(nullptr, &size), TV_S_OK);
+    std::string text(size, '?');
+    uint32_t small = size - 1;
+    EXPECT_EQ((edit->*get)(text.data(), &small), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ((edit->*get)(text.data(), &size), TV_S_OK);
+    return text.substr(0, size - 1);
+}
+
+struct Sink final : IKMAProgressSink {
+    HRESULT TV_STDCALL QueryInterface(const GUID&, void**) override { return TV_E_NOINTERFACE; }
+    uint32_t TV_STDCALL AddRef() override { return ++refs; }
+    uint32_t TV_STDCALL Release() override { return --refs; }
+    HRESULT TV_STDCALL OnProgress(uint32_t percent) override {
+        seen.push_back(percent);
+        return TV_S_OK;
+    }
+    uint32_t refs = 1;
+    std::vector<uint32_t> seen;
+};
+
+TEST(KmEditObject, SaveThroughTheInterfacesKeepsPackets) {
+    test::ScratchDir dir;
+    const std::string in = dir.file("in.km"), out = dir.file("out.km");
+    const auto input = BuildKmFile(Sample());
+    WriteFile(in, input);
+    const auto edit = OpenEdit(in);
+    uint32_t streams = 0, flag = 7;
+    EXPECT_EQ(edit->GetNumStreamHeaders(&streams), TV_S_OK);
+    EXPECT_EQ(streams, 2u);
+    EXPECT_EQ(Text(&IKMAKMEdit::GetAuthor, edit.get()), "Old Author");
+    EXPECT_EQ(edit->SetAuthor(std::string(256, 'a').c_str()), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ(edit->SetTitle(std::string(256, 't').c_str()), TV_S_OK);
+    EXPECT_EQ(edit->SetFlag2(1), TV_S_OK);
+    EXPECT_EQ(edit->GetFlag2(&flag), TV_S_OK);
+    EXPECT_EQ(flag, 1u);
+    EXPECT_EQ(QueryAs<IKMAKMEdit2>(edit.get(), IID_IKMAKMEdit2)->HasVideo(), TV_S_OK);
+    EXPECT_EQ(QueryAs<IKMAKMEdit2>(edit.get(), IID_IKMAKMEdit2)->HasEvents(), TV_S_FALSE);
+    Sink sink;
+    EXPECT_EQ(edit->AddProgressSink(&sink), TV_S_OK);
+    ASSERT_EQ(edit->SetOutputFile(out.c_str()), TV_S_OK);
+    ASSERT_EQ(edit->Save(), TV_S_OK);
+    EXPECT_EQ(sink.seen, (std::vector<uint32_t>{50, 100}));
+    EXPECT_EQ(edit->RemoveProgressSink(&sink), TV_S_OK);
+    EXPECT_EQ(sink.refs, 1u);
+
+    const auto output = test::ReadAll(out);
+    const KmHeaders h = CheckConsistent(output);
+    ASSERT_TRUE(h.content);
+    EXPECT_EQ(h.content->title, std::string(256, 't'));
+    EXPECT_EQ(h.properties->flags, 1 | 2 | 8);
+    MemorySource inSrc(input);
+    EXPECT_EQ(Packets(output, h), Packets(input, ReadKmHeaders(inSrc)));
+}
+
+TEST(KmEditObject, RefusedRequests) {
+    test::ScratchDir dir;
+    const std::string in = dir.write("in.km", BuildKmFile(Sample()));
+    struct Case {
+        const char* name;
+        std::string output;
+        const char *start, *end;
+        HRESULT expected;
+    };
+    for (const Case& c : {Case{"no output", "", "0", "0", TV_E_NOTLOADED},
+                          Case{"output is the input", in, "0", "0", TV_KM_E_OUTPUTISINPUT},
+                          Case{"end before start", dir.file("a.km"), "0:00.500", "200", TV_KM_E_ENDBEFORESTART},
+                          Case{"output folder missing", dir.file("no/a.km"), "0", "0", TV_KM_E_OUTPUTNOTCREATABLE}}) {
+        SCOPED_TRACE(c.name);
+        const auto edit = OpenEdit(in);
+        if (!c.output.empty()) edit->SetOutputFile(c.output.c_str());
+        ASSERT_EQ(edit->SetStartTimeText(c.start), TV_S_OK);
+        ASSERT_EQ(edit->SetEndTimeText(c.end), TV_S_OK);
+        EXPECT_EQ(edit->Save(), c.expected);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.path()), {}), 1);
+        EXPECT_EQ(test::ReadAll(in), BuildKmFile(Sample()));
+    }
+}
+
+TEST(KmEditObject, OpenRefusesWhatIsNoKorvaMediaFile) {
+    test::ScratchDir dir;
+    const std::vector<uint8_t> kmf{'.', 'K', 'M', 'F', 0, 0, 0, 18, 0, 2, 0, 0, 0, 0, 0, 0, 0, 3};
+    struct Case {
+        const char* name;
+        std::vector<uint8_t> bytes;
+        HRESULT expected;
+    };
+    for (const Case& c : {Case{"first object PROP", {'P', 'R', 'O', 'P', 0, 0, 0, 10, 0, 0}, TV_KM_E_NOTKORVAMEDIA},
+                          Case{"short read", {'.', 'K', 'M', 'F', 0, 0}, TV_KM_E_NOTKORVAMEDIA},
+                          Case{"header version 2", kmf, TV_KM_E_UNSUPPORTED}}) {
+        SCOPED_TRACE(c.name);
+        ComPtr<IKMAKMEdit3> edit;
+        ASSERT_EQ(CreateKmEdit(edit.put()), TV_S_OK);
+        EXPECT_EQ(edit->SetInputFile(dir.write("x.km", c.bytes).c_str(), 1), c.expected);
+        uint32_t n = 0;
+        EXPECT_EQ(edit->GetNumStreamHeaders(&n), TV_E_FAIL);
+    }
+}
+
+TEST(KmEditObject, ClipIdentityOnEverySave) {
+    test::ScratchDir dir;
+    using P = NameValueProperty;
+    struct Case {
+        const char* name;
+        std::vector<P> info;
+        bool renewed, kept;  // "File ID" replaced by a new one, or kept as "old"
+    };
+    for (const Case& c :
+         {Case{"indexable", {P::Number("Indexable", 1), P::Text("File ID", "old")}, true, false},
+          Case{"marked", {P::Number("Indexable", 1), P::Number("Do Not Alter Clip ID", 1), P::Text("File ID", "old")}, false, true},
+          Case{"not indexable", {P::Text("File ID", "old")}, false, false}}) {
+        SCOPED_TRACE(c.name);
+        auto spec = Sample();
+        spec.streams.back() = FileInfoStream(c.info);
+        const std::string in = dir.write("in.km", BuildKmFile(spec)), out = dir.file("out.km");
+        const auto edit = OpenEdit(in);
+        edit->SetOutputFile(out.c_str());
+        std::vector<std::string> ids;
+        for (int save = 0; save < 2; ++save) {
+            ASSERT_EQ(edit->Save(), TV_S_OK);
+            MemorySource src(test::ReadAll(out));
+            const auto info = LogicalStreamRecord::Read(ReadKmHeaders(src).FileInfo()->typeSpecific);
+            EXPECT_FALSE(info.Find("Do Not Alter Clip ID"));
+            const NameValueProperty* id = info.Find("File ID");
+            EXPECT_EQ(id != nullptr, c.renewed || c.kept);
+            if (id) ids.emplace_back(id->value.begin(), id->value.end());
+        }
+        if (c.kept) {
+            EXPECT_EQ(ids, (std::vector<std::string>{"old", "old"}));
+        } else if (c.renewed) {
+            ASSERT_EQ(ids.size(), 2u);
+            EXPECT_EQ(ids[0].size(), 36u);  // the value list's NUL stays out of the file
+            EXPECT_NE(ids[0], ids[1]);
+        }
+    }
+}
+
+TEST(KmEditObject, IdentifierAndTimeTexts) {
+    EXPECT_EQ(ClipIdText(Md5(std::vector<uint8_t>{'a', 'b', 'c'})), "98500190-d23c-b04f-d696-3f7d28e17f72");
+    struct Case {
+        const char* text;
+        std::optional<uint32_t> ms;
+    };
+    for (const Case& c : {Case{"1500", 1500}, Case{"2:05", 125000}, Case{"1:02:03.5", 3723500}, Case{"0:00.025", 25},
+                          Case{"4294967295", 4294967295u}, Case{"", {}}, Case{"1:60", {}}, Case{"1.5", {}},
+                          Case{"1:2:3:4", {}}, Case{"4294967296", {}}, Case{"1193:02:47.296", {}}, Case{":5", {}}})
+        EXPECT_EQ(ParseTimeText(c.text), c.ms) << c.text;
+}
+
+TEST(KmEditObject, ReaderAndJoinedInputs) {
+    test::ScratchDir dir;
+    const std::string a = dir.write("a.km", BuildKmFile(Sample()));
+    auto other = Sample();
+    other.streams[1] = VideoStream(1, 999999, "KV40", 64, 48);
+    const std::string b = dir.write("b.km", BuildKmFile(other));
+    ComPtr<IKMAKMFF4Reader> reader;
+    ASSERT_EQ(CToolsDLL::CreateReader(reader.put()), TV_S_OK);
+    ASSERT_EQ(reader->Open(a.c_str()), TV_S_OK);
+    ComPtr<IKMABuffer> mdpr;
+    EXPECT_EQ(reader->GetStreamHeader(1, mdpr.put(), nullptr), TV_S_OK);
+    EXPECT_EQ(reader->GetStreamHeader(2, mdpr.put(), nullptr), TV_KM_S_NOSUCHSTREAM);
+    EXPECT_FALSE(mdpr);
+    // Joining is refused, after an input whose video differs is told apart from one that fits.
+    for (const auto& [second, expected] : {std::pair{a, TV_E_NOTIMPL}, std::pair{b, TV_E_FAIL}}) {
+        ComPtr<IKMAKMFFCopy2> copy;
+        ASSERT_EQ(CToolsDLL::CreateCopier(copy.put()), TV_S_OK);
+        copy->AddInputFile(a.c_str());
+        copy->AddInputFile(second.c_str());
+        copy->SetOutputFile(dir.file("out.km").c_str());
+        EXPECT_EQ(copy->Run(), expected);
+    }
 }
 
 }  // namespace

@@ -18,7 +18,8 @@ HRESULT Configure(KmEditEngine& engine, const KmCopyRequest& r, uint32_t endMs) 
     if (const auto& c = r.content) {
         engine.SetTitle(c->title);
         // The texts beside the title keep their limit of 255 bytes here too.
-        for (const HRESULT hr : {engine.SetAuthor(c->author), engine.SetCopyright(c->copyright), engine.SetComment(c->comment)})
+        for (const HRESULT hr :
+             {engine.SetAuthor(c->author), engine.SetCopyright(c->copyright), engine.SetComment(c->comment)})
             if (Failed(hr)) return hr;
     }
     if (r.flags)
