@@ -309,7 +309,8 @@ TEST(KmEditObject, ClipIdentityOnEverySave) {
         std::vector<std::string> ids;
         for (int save = 0; save < 2; ++save) {
             ASSERT_EQ(edit->Save(), TV_S_OK);
-            MemorySource src(test::ReadAll(out));
+            const auto bytes = test::ReadAll(out);
+            MemorySource src(bytes);
             const auto info = LogicalStreamRecord::Read(ReadKmHeaders(src).FileInfo()->typeSpecific);
             EXPECT_FALSE(info.Find("Do Not Alter Clip ID"));
             const NameValueProperty* id = info.Find("File ID");
