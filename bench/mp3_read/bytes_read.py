@@ -13,7 +13,7 @@ CALL = re.compile(r'^(?:\d+\s+)?(read|pread64|readv|preadv|preadv2)\((\d+)<([^>]
 
 def main():
     log, corpus = sys.argv[1], os.path.realpath(sys.argv[2])
-    per_file = {os.path.join(corpus, n): 0 for n in os.listdir(corpus) if n.endswith(".mp3")}
+    per_file = {os.path.join(corpus, n): 0 for n in os.listdir(corpus) if os.path.isfile(os.path.join(corpus, n))}
     with open(log, errors="replace") as f:
         for line in f:
             m = CALL.match(line)
@@ -27,7 +27,7 @@ def main():
     print("all        " + summary(per_file.values()))
     kinds = {}
     for path, n in per_file.items():
-        kind = os.path.basename(path).split("_", 1)[1][:-4]
+        kind = os.path.splitext(os.path.basename(path).split("_", 1)[1])[0]
         kinds.setdefault(kind, []).append(n)
     for kind in sorted(kinds):
         print("  %-20s %s" % (kind, summary(kinds[kind])))

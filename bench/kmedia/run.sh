@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# The KorvaMedia benchmark: `tagvera info` over a corpus of generated files of six kinds (1 to 50
+# MB) in one process, against the floor any reader pays (open, the header objects, the last 140
+# bytes, close); then the edit engine's Save of a 1 GB file against a plain copy with fsync.
+# Prints files per second (best of 5), bytes read per file, seconds and peak memory.
+# Usage: bench/kmedia/run.sh [CORPUS_DIR [COUNT]]   (default: a new corpus of 300 in /tmp)
+# The build folder is $TAGVERA_BENCH_BUILD_DIR, default build-bench (Release, -DTAGVERA_BENCH=ON).
+set -euo pipefail
+cd "$(dirname "$0")/../.."
+build=${TAGVERA_BENCH_BUILD_DIR:-build-bench}
+count=${2:-300}
+corpus=${1:-}
+if [ -z "${TAGVERA_BENCH_NO_BUILD:-}" ]; then
+  cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DTAGVERA_BENCH=ON -DTAGVERA_TESTS=OFF >/dev/null
+  cmake --build "$build" -j2 --target tagvera tagvera_cli bench_kmedia >/dev/null
+fi
+bench=$build/bench/kmedia/bench_kmedia
+if [ -z "$corpus" ]; then
+  corpus=$(mktemp -d "${TMPDIR:-/tmp}/tagvera-km-corpus.XXXXXX")
+  trap 'rm -rf "$corpus"' EXIT
+  "$bench" corpus "$corpus" "$count"
+fi
+files=("$corpus"/*)
+n=${#files[@]}
+cat "${files[@]}" >/dev/null  # the page cache holds them: parsing is measured, not the disk
+
+echo "corpus: $n files, $(du -sh "$corpus" | cut -f1), $(nproc) cores, $(date -u +%Y-%m-%d)"
+for tool in tagvera floor; do
+  if [ $tool = tagvera ]; then cmd=("$build/cli/tagvera" info "${files[@]}"); else cmd=("$bench" floor "${files[@]}"); fi
+  read -r wall cpu < <(bench/mp3_read/time_runs.py 5 "${cmd[@]}")
+  /usr/bin/python3 -c "print('  %-8s %7.0f files/s wall (%.3f s)  %7.0f files/s CPU (%.3f s)' % ('$tool', $n / $wall, $wall, $n / $cpu, $cpu))"
+done
+log=$(mktemp)
+strace -f -qq -y -s 0 -e trace=read,pread64,readv,preadv,preadv2 -o "$log" "$build/cli/tagvera" info "${files[@]}" >/dev/null 2>&1 || true
+echo "bytes read per file, tagvera:"
+bench/mp3_read/bytes_read.py "$log" "$corpus"
+echo "bytes read per file, floor: $("$bench" floor "${files[@]}")"
+rm -f "$log"
+
+big=$(mktemp -d "${TMPDIR:-/tmp}/tagvera-km-big.XXXXXX")
+"$bench" big "$big/in.km" 1024
+echo "Save of a $(du -h "$big/in.km" | cut -f1) file, three rounds alternated:"
+for round in 1 2 3; do
+  rm -f "$big/out.km" "$big/copy.km"; sync
+  "$bench" save "$big/in.km" "$big/out.km"
+  rm -f "$big/out.km"; sync
+  "$bench" copy "$big/in.km" "$big/copy.km"
+done
+rm -rf "$big"
