@@ -1,12 +1,10 @@
 #include "kmedia/edit/clip_identity.h"
 
-#include <sys/sysinfo.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <random>
 
 #include "base/md5.h"
+#include "platform/system_identity.h"
 
 namespace tagvera::kmedia {
 namespace {
@@ -29,30 +27,6 @@ void Remove(std::vector<NameValueProperty>& list, std::string_view name) {
     std::erase_if(list, [&](const NameValueProperty& p) { return p.name == name; });
 }
 
-void PutU32(std::array<uint8_t, 32>& out, size_t at, uint64_t v) {
-    const uint32_t x = static_cast<uint32_t>(std::min<uint64_t>(v, UINT32_MAX));
-    for (int i = 0; i < 4; ++i) out[at + size_t(i)] = static_cast<uint8_t>(x >> (8 * i));
-}
-
-// The memory-status record (length, load, then physical, paging and virtual totals and frees),
-// filled from what this system reports; it only adds entropy.
-std::array<uint8_t, 32> MemoryStatus() {
-    std::array<uint8_t, 32> r{};
-    struct sysinfo si {};
-    if (sysinfo(&si) != 0) return r;
-    const uint64_t unit = si.mem_unit ? si.mem_unit : 1;
-    const uint64_t total = uint64_t(si.totalram) * unit, free = uint64_t(si.freeram) * unit;
-    PutU32(r, 0, 32);
-    PutU32(r, 4, total ? 100 - free * 100 / total : 0);
-    PutU32(r, 8, total);
-    PutU32(r, 12, free);
-    PutU32(r, 16, uint64_t(si.totalswap) * unit);
-    PutU32(r, 20, uint64_t(si.freeswap) * unit);
-    PutU32(r, 24, uint64_t(si.totalhigh) * unit);
-    PutU32(r, 28, uint64_t(si.freehigh) * unit);
-    return r;
-}
-
 }  // namespace
 
 std::string ClipIdText(const std::array<uint8_t, 16>& d) {
@@ -66,16 +40,10 @@ std::string ClipIdText(const std::array<uint8_t, 16>& d) {
 }
 
 std::string NewClipId() {
-    std::random_device random;
-    std::vector<uint8_t> seed(16 + 32);
-    for (size_t i = 0; i < 16; i += 4) {
-        const uint32_t v = random();
-        for (size_t k = 0; k < 4; ++k) seed[i + k] = static_cast<uint8_t>(v >> (8 * k));
-    }
-    seed[7] = static_cast<uint8_t>((seed[7] & 0x0F) | 0x40);  // a version-4 GUID
-    seed[8] = static_cast<uint8_t>((seed[8] & 0x3F) | 0x80);
-    const auto status = MemoryStatus();
-    std::copy(status.begin(), status.end(), seed.begin() + 16);
+    const auto guid = platform::NewGuidBytes();
+    const auto status = platform::MemoryStatusRecord();
+    std::vector<uint8_t> seed(guid.begin(), guid.end());
+    seed.insert(seed.end(), status.begin(), status.end());
     return ClipIdText(Md5(seed));
 }
 
