@@ -53,9 +53,10 @@ void ReadIndexes(ByteSource& file, KmHeaders& km) {
 }  // namespace
 
 const MediaPropertiesObject* KmHeaders::FileInfo() const {
+    const MediaPropertiesObject* found = nullptr;
     for (const auto& s : streams)
-        if (s.header.KnownVersion() && s.IsFileInfo()) return &s;
-    return nullptr;
+        if (s.header.KnownVersion() && s.IsFileInfo() && (!found || s.streamNumber < found->streamNumber)) found = &s;
+    return found;
 }
 
 KmHeaders ReadKmHeaders(ByteSource& file, const WalkOptions& options) {

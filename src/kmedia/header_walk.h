@@ -40,7 +40,7 @@ struct KmHeaders {
     // that claims more packets than it can hold ...).
     std::vector<std::string> problems;
 
-    // The "logical-fileinfo" stream, or null.
+    // The "logical-fileinfo" stream (of several, the lowest-numbered), or null.
     const MediaPropertiesObject* FileInfo() const;
 };
 

@@ -7,6 +7,7 @@
 #include "base/byte_source.h"
 #include "kmedia/header_walk.h"
 #include "kmedia/km_generator.h"
+#include "kmedia/logical_stream.h"
 #include "kmedia/trailer.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
@@ -52,6 +53,19 @@ TEST(KmWalk, FindsEveryObjectOfAGeneratedFile) {
             ASSERT_LT(r.offset + 6u, bytes.size());
             EXPECT_EQ(bytes[r.offset + 5], x.streamNumber);
         }
+}
+
+TEST(KmWalk, OfSeveralFileInfoStreamsTheLowestNumberedCounts) {
+    KmFileSpec spec;
+    spec.streams = {AudioStream(0, 64000, "kaac", 2), FileInfoStream({NameValueProperty::Text("File ID", "later")}),
+                    FileInfoStream({NameValueProperty::Text("File ID", "lowest")})};
+    spec.streams[1].streamNumber = 7, spec.streams[2].streamNumber = 3;
+    const auto bytes = BuildKmFile(spec);
+    MemorySource src(bytes);
+    const KmHeaders h = ReadKmHeaders(src);
+    ASSERT_TRUE(h.FileInfo());
+    EXPECT_EQ(LogicalStreamRecord::Read(h.FileInfo()->typeSpecific).properties.at(0).value,
+              NameValueProperty::Text("File ID", "lowest").value);
 }
 
 TEST(KmWalk, DamagedFilesFailOrSayWhatIsWrong) {

@@ -34,11 +34,9 @@ HRESULT CKMFF2Reader::Open(const char* path) {
         // Too short for one object header is a short read of the first object.
         if (file.size() < ObjectHeader::kSize) return kKmNotKorvaMedia;
         headers_ = ReadKmHeaders(file);
-        for (const auto& s : headers_->streams) {
-            if (!s.header.KnownVersion()) continue;
-            if (!s.IsLogical()) streams_.push_back(&s);
-            else if (s.IsFileInfo() && (!fileInfo_ || s.streamNumber < fileInfo_->streamNumber)) fileInfo_ = &s;
-        }
+        for (const auto& s : headers_->streams)
+            if (s.header.KnownVersion() && !s.IsLogical()) streams_.push_back(&s);
+        fileInfo_ = headers_->FileInfo();
         return TV_S_OK;
     });
 }
