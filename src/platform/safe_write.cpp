@@ -12,14 +12,15 @@
 #include "platform/checksum.h"
 #include "platform/companion_files.h"
 #include "platform/fault_injection.h"
+#include "platform/chunked_read.h"
 #include "platform/file.h"
 #include "platform/write_journal.h"
 
 namespace tagvera::platform {
 namespace {
 
-constexpr size_t kChunk = size_t(1) << 20;  // copy and write-buffer size
 constexpr int kCreateAttempts = 16;
+constexpr char kShrankWhilePatched[] = "the file shrank while it was being patched";
 
 // ---- the target ----
 
@@ -160,15 +161,8 @@ private:
 };
 
 void CopyRange(ByteSource& source, const std::string& name, uint64_t offset, uint64_t length, BufferedWriter& out) {
-    std::vector<uint8_t> chunk(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
-    while (length > 0) {
-        const size_t want = static_cast<size_t>(std::min<uint64_t>(length, chunk.size()));
-        const size_t got = source.readAt(offset, std::span(chunk).first(want));
-        if (got != want) throw FileError("read", name, "the file shrank while it was being copied");
-        out.write(std::span(chunk).first(got));
-        offset += got;
-        length -= got;
-    }
+    ReadInChunks(source, name, offset, length, "the file shrank while it was being copied",
+                 [&](std::span<const uint8_t> chunk) { out.write(chunk); });
 }
 
 void Fill(uint64_t count, uint8_t value, BufferedWriter& out) {
@@ -277,25 +271,6 @@ bool Covered(const std::vector<UndoJournal::Range>& ranges, uint64_t from, uint6
     return true;
 }
 
-// Calls each(chunk) on length bytes of source from offset, in bounded chunks; a source may answer
-// a read in parts (the journal's ranges).
-template <class Each>
-void ReadInChunks(ByteSource& source, const std::string& name, uint64_t offset, uint64_t length, Each&& each) {
-    std::vector<uint8_t> chunk(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
-    while (length > 0) {
-        const size_t want = static_cast<size_t>(std::min<uint64_t>(length, chunk.size()));
-        size_t got = 0;
-        while (got < want) {
-            const size_t n = source.readAt(offset + got, std::span(chunk).subspan(got, want - got));
-            if (n == 0) throw FileError("read", name, "the file shrank while it was being patched");
-            got += n;
-        }
-        each(std::span<const uint8_t>(chunk).first(want));
-        offset += want;
-        length -= want;
-    }
-}
-
 File OpenForPatching(FileWriteLock& lock) {
     RequireWritable(Inspect(lock));
     return File(lock.path(), OpenMode::ReadWrite);
@@ -374,7 +349,7 @@ void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
         } else if (p.moved > 0) {
             if (!Covered(ranges, p.from, p.moved))
                 throw FileError("patch", path_, "a moved range lies outside the patched ones");
-            ReadInChunks(file_, path_, p.from, p.moved, [&](std::span<const uint8_t> c) { written.add(c); });
+            ReadInChunks(file_, path_, p.from, p.moved, kShrankWhilePatched, [&](std::span<const uint8_t> c) { written.add(c); });
         }
     }
     outcome.checksum = written.value();
@@ -387,7 +362,7 @@ void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
                 continue;
             }
             uint64_t to = p.offset;
-            ReadInChunks(journal.oldBytes(), path_, p.from, p.moved, [&](std::span<const uint8_t> c) {
+            ReadInChunks(journal.oldBytes(), path_, p.from, p.moved, kShrankWhilePatched, [&](std::span<const uint8_t> c) {
                 file_.writeAt(to, c);
                 to += c.size();
             });

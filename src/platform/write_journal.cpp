@@ -9,6 +9,7 @@
 #include <limits>
 
 #include "platform/checksum.h"
+#include "platform/chunked_read.h"
 #include "platform/companion_files.h"
 #include "platform/fault_injection.h"
 
@@ -20,7 +21,7 @@ constexpr uint64_t kHeaderBytes = 56, kRangeBytes = 24, kTrailerBytes = 8;
 constexpr uint32_t kHasOutcome = 1;
 // Patches come by the handful; a count beyond this is damage, not a journal.
 constexpr uint32_t kMaxRanges = 4096;
-constexpr size_t kChunk = size_t(1) << 20;
+constexpr char kEndedEarly[] = "the file ended before the range did";
 constexpr uint64_t kMaxOffset = static_cast<uint64_t>(std::numeric_limits<int64_t>::max());
 
 void Put(std::vector<uint8_t>& out, uint64_t v, int bytes) {
@@ -57,20 +58,6 @@ private:
     uint64_t at_ = 0;
     Checksum sum_;
 };
-
-// Calls each(chunk) on length bytes of from at offset, in bounded chunks.
-template <class Each>
-void ReadChunks(ByteSource& from, const std::string& name, uint64_t offset, uint64_t length, Each&& each) {
-    std::vector<uint8_t> chunk(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
-    while (length > 0) {
-        const size_t want = static_cast<size_t>(std::min<uint64_t>(length, chunk.size()));
-        if (from.readAt(offset, std::span(chunk).first(want)) != want)
-            throw FileError("read", name, "the file ended before the range did");
-        each(std::span<const uint8_t>(chunk).first(want));
-        offset += want;
-        length -= want;
-    }
-}
 
 void RemoveJournal(const std::string& path) {
     if (const int err = fault::Check(fault::Step::Journal)) throw FileError("remove", path, err);
@@ -114,7 +101,7 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
         out.add(head);
         for (const Range& r : ranges_) {
             savedAt_.push_back(out.position());
-            ReadChunks(file, path, r.offset, r.saved, [&](std::span<const uint8_t> chunk) { out.add(chunk); });
+            ReadInChunks(file, path, r.offset, r.saved, kEndedEarly, [&](std::span<const uint8_t> chunk) { out.add(chunk); });
         }
         std::vector<uint8_t> trailer;
         Put(trailer, out.checksum(), 8);
@@ -163,7 +150,7 @@ void UndoJournal::restore(File& file) {
     // Backwards, so that of two overlapping ranges the older bytes win.
     for (size_t i = ranges_.size(); i-- > 0;) {
         uint64_t to = ranges_[i].offset;
-        ReadChunks(journal_, path_, savedAt_[i], ranges_[i].saved, [&](std::span<const uint8_t> chunk) {
+        ReadInChunks(journal_, path_, savedAt_[i], ranges_[i].saved, kEndedEarly, [&](std::span<const uint8_t> chunk) {
             file.writeAt(to, chunk);
             to += chunk.size();
         });
@@ -217,7 +204,7 @@ JournalFound RecoverFromJournal(const std::string& path) {
     }
     if (savedTotal != savedRoom) return Discard(journalPath);
     Checksum sum;
-    ReadChunks(journal, journalPath, 0, size - kTrailerBytes, [&](std::span<const uint8_t> c) { sum.add(c); });
+    ReadInChunks(journal, journalPath, 0, size - kTrailerBytes, kEndedEarly, [&](std::span<const uint8_t> c) { sum.add(c); });
     if (sum.value() != Get(journal.readExact(size - kTrailerBytes, kTrailerBytes).data(), 8)) return Discard(journalPath);
 
     File file(path, OpenMode::ReadWrite);
@@ -231,7 +218,7 @@ JournalFound RecoverFromJournal(const std::string& path) {
         bool inside = true;
         for (const UndoJournal::Range& r : ranges) {
             inside = inside && r.offset <= newLength && r.written <= newLength - r.offset;
-            if (inside) ReadChunks(file, path, r.offset, r.written, [&](std::span<const uint8_t> c) { now.add(c); });
+            if (inside) ReadInChunks(file, path, r.offset, r.written, kEndedEarly, [&](std::span<const uint8_t> c) { now.add(c); });
         }
         if (inside && now.value() == newChecksum) {
             RemoveJournal(journalPath);
