@@ -25,15 +25,6 @@ std::string Copy(const test::ScratchDir& dir, const std::string& path) {
     return to;
 }
 
-// Interrogates with the same importer, writing the tree back after edit(tree).
-HRESULT WriteBack(IMPAInterrogateFile* importer, void (*edit)(IMPAMetaProperty*)) {
-    ComPtr<IMPAMetaProperty> tree;
-    if (Failed(importer->Interrogate(tree.put()))) return TV_E_FAIL;
-    edit(tree.get());
-    auto writer = QueryAs<IMPAHandleMetaProperties2>(importer, IID_IMPAHandleMetaProperties2);
-    return writer->WriteMetaProperties2(tree.get(), writer.get(), 0, 0);
-}
-
 std::string WriteReport(IMPAInterrogateFile* importer) {
     char report[1024];
     uint32_t size = sizeof report;
@@ -45,6 +36,24 @@ void NewTitle(IMPAMetaProperty* tree) {
     ComPtr<IMPAMetaProperty> title;
     tree->AddText("Track:Name", "new", 0, true, title.put());
     title->SetChanged(kChanged);
+}
+
+// A copy of path in dir whose title a new importer sets to "new" and writes back; the importer
+// stays open on it.
+struct TitleWritten {
+    std::string copy;
+    ComPtr<IMPAInterrogateFile> importer;
+    HRESULT result = TV_E_FAIL;
+};
+
+TitleWritten WriteTitleToACopy(const test::ScratchDir& dir, const std::string& path) {
+    TitleWritten w{Copy(dir, path), NewImporter()};
+    ComPtr<IMPAMetaProperty> tree;
+    if (Failed(w.importer->SetFilename(w.copy.c_str())) || Failed(w.importer->Interrogate(tree.put()))) return w;
+    NewTitle(tree.get());
+    auto writer = QueryAs<IMPAHandleMetaProperties2>(w.importer.get(), IID_IMPAHandleMetaProperties2);
+    w.result = writer->WriteMetaProperties2(tree.get(), writer.get(), 0, 0);
+    return w;
 }
 
 // Descriptors of this process open on path.
@@ -68,10 +77,8 @@ void FailedOpenKeptTheFileOpen(const std::string& path) {
 
 void SizeAfterWriteWasTheOldOne(const std::string& path) {
     test::ScratchDir dir;
-    const std::string copy = Copy(dir, path);
-    auto importer = NewImporter();
-    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
-    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    const auto [copy, importer, result] = WriteTitleToACopy(dir, path);
+    ASSERT_EQ(result, TV_S_OK);
     ComPtr<IMPAMetaProperty> again;
     ASSERT_TRUE(Succeeded(importer->Interrogate(again.put())));
     EXPECT_GT(platform::FileSize(copy), std::filesystem::file_size(path));
@@ -80,10 +87,8 @@ void SizeAfterWriteWasTheOldOne(const std::string& path) {
 
 void EmptyUrlFrameSurvivedAWrite(const std::string& path) {
     test::ScratchDir dir;
-    const std::string copy = Copy(dir, path);
-    auto importer = NewImporter();
-    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
-    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    const auto [copy, importer, result] = WriteTitleToACopy(dir, path);
+    ASSERT_EQ(result, TV_S_OK);
     const std::string report = WriteReport(importer.get());
     EXPECT_NE(report.find("lost: WOAR"), std::string::npos) << report;
     // Readers skip an empty frame with a warning.
@@ -115,10 +120,8 @@ void BrokenUtf8ReplacedPerByte(const std::string& path) {
 
 void JukeboxReferenceReadTheNamedFile(const std::string& path) {
     test::ScratchDir dir;
-    const std::string copy = Copy(dir, path);
-    auto importer = NewImporter();
-    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
-    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    const auto [copy, importer, result] = WriteTitleToACopy(dir, path);
+    ASSERT_EQ(result, TV_S_OK);
     const auto written = test::ReadAll(copy), named = test::ReadAll("/etc/passwd");
     ASSERT_GE(named.size(), 16u);
     EXPECT_EQ(std::search(written.begin(), written.end(), named.begin(), named.begin() + 16), written.end());
@@ -126,10 +129,8 @@ void JukeboxReferenceReadTheNamedFile(const std::string& path) {
 
 void LongCounterReadAsAFrame(const std::string& path) {
     test::ScratchDir dir;
-    const std::string copy = Copy(dir, path);
-    auto importer = NewImporter();
-    ASSERT_EQ(importer->SetFilename(copy.c_str()), TV_S_OK);
-    ASSERT_EQ(WriteBack(importer.get(), NewTitle), TV_S_OK);
+    const auto [copy, importer, result] = WriteTitleToACopy(dir, path);
+    ASSERT_EQ(result, TV_S_OK);
     EXPECT_EQ(Interrogate(copy).text("Track:Name"), "new");
     const auto before = test::ReadAll(path), after = test::ReadAll(copy);
     const auto counter = before.begin() + 10, end = counter + 10 + 0x16;  // the PCNT frame, whole
