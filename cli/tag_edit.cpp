@@ -130,21 +130,26 @@ void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) 
     const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, options);
     if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
     if (hr == TV_E_NOTIMPL) throw DataError(media.path, "writing this kind of file is not built yet");
-    if (const std::string report = WriteReportOf(media); Failed(hr) && report.find("would lose: ") != std::string::npos) {
-        std::string lines = Indented(report);
-        lines.pop_back();
-        throw DataError(media.path, "not written: its tags hold what the write would lose (--allow-loss writes anyway)\n" + lines);
-    }
+    const std::string report = WriteReportOf(media);
     if (Failed(hr)) {
-        std::string reason = "not written: " + host::ResultText(hr);
-        if (std::string why = UnreadableReason(media.path); !why.empty()) reason += " (" + why + ")";
-        else if (::access(media.path.c_str(), W_OK) != 0) reason += " (the file is read-only)";
-        // The write's own reason, where it gave one (a tag larger than its format can hold).
-        else if (std::string lines = Indented(WriteReportOf(media)); !lines.empty())
+        const bool wouldLose = report.find("would lose: ") != std::string::npos;
+        std::string cause;  // what the file's state says about the failure
+        if (!wouldLose) {
+            cause = UnreadableReason(media.path);
+            if (cause.empty() && ::access(media.path.c_str(), W_OK) != 0) cause = "the file is read-only";
+        }
+        std::string reason = wouldLose ? "not written: its tags hold what the write would lose (--allow-loss writes anyway)"
+                                       : "not written: " + host::ResultText(hr);
+        if (!cause.empty()) {
+            reason += " (" + cause + ")";
+        } else if (!report.empty()) {
+            // The write's own reason: what it would lose, or a tag larger than its format can hold.
+            const std::string lines = Indented(report);
             reason += "\n" + lines.substr(0, lines.size() - 1);
+        }
         throw DataError(media.path, reason);
     }
-    ctx.out << media.path << ": written\n" << Indented(WriteReportOf(media));
+    ctx.out << media.path << ": written\n" << Indented(report);
 }
 
 std::string ShownValue(IMPAMetaProperty* tree, const std::string& path) {
