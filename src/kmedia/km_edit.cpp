@@ -16,18 +16,40 @@ HRESULT KmEditEngine::SetInputFile(const std::string& path, bool readHeaders) {
         Close();
         platform::File file(path, platform::OpenMode::Read);
         if (!file.regular()) return TV_E_FAIL;
-        headers_ = ReadKmHeaders(file);
+        TakeHeaders(ReadKmHeaders(file), readHeaders);
         input_ = path;
-        if (!readHeaders) return TV_S_OK;
-        if (headers_->content && headers_->content->header.KnownVersion()) content_ = *headers_->content;
-        if (headers_->properties && headers_->properties->header.KnownVersion())
-            flags_ = headers_->properties->flags & PropertiesObject::kKeptFlags;
-        if (const MediaPropertiesObject* info = headers_->FileInfo()) {
-            fileInfo_ = LogicalStreamRecord::Read(info->typeSpecific).properties;
-            fileInfoRead_ = true;
-        }
         return TV_S_OK;
     });
+}
+
+HRESULT KmEditEngine::SetInputFile(const std::string& path, ByteSource& opened, bool readHeaders) {
+    return Guard([&]() -> HRESULT {
+        Close();
+        TakeHeaders(ReadKmHeaders(opened), readHeaders);
+        input_ = path;
+        return TV_S_OK;
+    });
+}
+
+HRESULT KmEditEngine::SetInputHeaders(const std::string& path, const KmHeaders& headers, bool readHeaders) {
+    return Guard([&]() -> HRESULT {
+        Close();
+        TakeHeaders(headers, readHeaders);
+        input_ = path;
+        return TV_S_OK;
+    });
+}
+
+void KmEditEngine::TakeHeaders(KmHeaders headers, bool readHeaders) {
+    headers_ = std::move(headers);
+    if (!readHeaders) return;
+    if (headers_->content && headers_->content->header.KnownVersion()) content_ = *headers_->content;
+    if (headers_->properties && headers_->properties->header.KnownVersion())
+        flags_ = headers_->properties->flags & PropertiesObject::kKeptFlags;
+    if (const MediaPropertiesObject* info = headers_->FileInfo()) {
+        fileInfo_ = LogicalStreamRecord::Read(info->typeSpecific).properties;
+        fileInfoRead_ = true;
+    }
 }
 
 HRESULT KmEditEngine::SetOutputFile(const std::string& path) {

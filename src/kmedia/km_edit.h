@@ -27,6 +27,10 @@ public:
 
     // readHeaders: load the content strings, flags and file-info properties from the file.
     HRESULT SetInputFile(const std::string& path, bool readHeaders);
+    // The same over a file the caller has open already, or over the headers it has read from it
+    // (path names the file for Save).
+    HRESULT SetInputFile(const std::string& path, ByteSource& opened, bool readHeaders);
+    HRESULT SetInputHeaders(const std::string& path, const KmHeaders& headers, bool readHeaders);
     HRESULT SetOutputFile(const std::string& path);
     void Close();
 
@@ -59,6 +63,8 @@ public:
     HRESULT Save();
 
 private:
+    void TakeHeaders(KmHeaders headers, bool readHeaders);
+
     std::string input_, output_;
     std::optional<KmHeaders> headers_;
     ContentObject content_;

@@ -9,6 +9,7 @@
 #include "component/managed_component.h"
 #include "kmedia/km_codes.h"
 #include "kmedia/stream_summary.h"
+#include "kmedia/trailer.h"
 #include "metaprop/node_access.h"
 #include "package/importer_kit/advertised_types.h"
 #include "package/importer_kit/list_copy.h"
@@ -66,6 +67,7 @@ void CImportKMJFile::Forget() {
     tree_.reset();
     jukebox_.reset();
     edit_.reset();
+    tail_.reset();
     file_.reset();
     path_.clear();
     extension_.clear();
@@ -82,16 +84,21 @@ HRESULT CImportKMJFile::OpenFile(const char* path, OpenForm form) {
             return TV_E_FAIL;
         }
         if (!file_->regular()) return TV_E_FAIL;
-        uint8_t magic[4] = {};
-        if (file_->readAt(0, magic) >= 3 && std::memcmp(magic, ".ka", 3) == 0) return kmedia::kKmBareKorvaAudio;
         if (const HRESULT hr = NewPropertyTree(classFactory(), tree_); Failed(hr)) return hr;
         if (form == OpenForm::Full) {
             if (Failed(CreateJukeboxParser(classFactory(), jukebox_.put())) || !jukebox_) return TV_E_OUTOFMEMORY;
         }
         path_ = path;
         extension_ = ExtensionOf(path_);
+        // The trailer and the ID3v1 tag share the file's last bytes: one read serves both.
+        tail_.emplace(*file_, 0, kmedia::kTrailerTailSize);
         edit_.emplace();
-        return edit_->SetInputFile(path_, true);
+        const HRESULT opened = edit_->SetInputFile(path_, *file_, true);
+        if (opened == kmedia::kKmNotKorvaMedia) {
+            uint8_t magic[4] = {};
+            if (file_->readAt(0, magic) >= 3 && std::memcmp(magic, ".ka", 3) == 0) return kmedia::kKmBareKorvaAudio;
+        }
+        return opened;
     });
     if (Failed(result)) Forget();
     return result;
@@ -99,7 +106,7 @@ HRESULT CImportKMJFile::OpenFile(const char* path, OpenForm form) {
 
 HRESULT CImportKMJFile::MergeId3v1() {
     Id3v1Tag tag;
-    if (Failed(ReadId3v1Tag(*file_, &tag))) return TV_S_OK;  // no tag is normal
+    if (Failed(ReadId3v1Tag(*tail_, &tag))) return TV_S_OK;  // no tag is normal
     return MergeId3v1Tag(tag, tree_.get());
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/head_tail_source.h"
 #include "component/context_user.h"
 #include "component/unknown.h"
 #include "kmedia/km_edit.h"
@@ -77,6 +78,7 @@ private:
     std::string path_;
     std::string extension_;  // with its dot; empty when the name has none
     std::optional<platform::File> file_;
+    std::optional<HeadTailSource> tail_;  // over file_; goes before it
     // Opened on the file with its headers read; what every source but the tail comes from.
     std::optional<kmedia::KmEditEngine> edit_;
     ComPtr<IMPAMetaProperty> tree_;

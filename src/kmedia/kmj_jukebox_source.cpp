@@ -48,8 +48,8 @@ HRESULT CImportKMJFile::LoadJukebox() {
 
 HRESULT CImportKMJFile::LoadJukeboxImpl() {
     std::vector<uint8_t> block;
-    if (const auto trailer = kmedia::FindTrailer(*file_); trailer && trailer->blockSize <= kMaxBlock)
-        block = file_->readExact(trailer->blockOffset, trailer->blockSize);
+    if (const auto trailer = kmedia::FindTrailer(*tail_); trailer && trailer->blockSize <= kMaxBlock)
+        block = tail_->readExact(trailer->blockOffset, trailer->blockSize);
     else
         block = FileInfoBlock();
     if (block.size() < 4 || std::memcmp(block.data(), "KJMD", 4) != 0) return TV_S_OK;

@@ -85,8 +85,10 @@ HRESULT CKMEdit::SetInputFile(const char* path, uint32_t readHeaders) {
         ComPtr<CKMFF2Reader> reader;
         if (const HRESULT hr = NewKmReader(reader.put()); Failed(hr)) return hr;
         if (const HRESULT hr = reader->Open(path); Failed(hr)) return hr;
-        // The engine loads the content strings, flags and file-info properties it keeps.
-        if (const HRESULT hr = engine_.SetInputFile(path, true); Failed(hr)) return hr;
+        // The engine loads the content strings, flags and file-info properties it keeps from what
+        // the reader has read.
+        if (!reader->Headers()) return TV_E_FAIL;
+        if (const HRESULT hr = engine_.SetInputHeaders(path, *reader->Headers(), true); Failed(hr)) return hr;
         // Texts the setters would refuse are not taken from the file either.
         for (auto [get, set] : {std::pair{&KmEditEngine::Author, &KmEditEngine::SetAuthor},
                                 {&KmEditEngine::Copyright, &KmEditEngine::SetCopyright},
