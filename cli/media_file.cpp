@@ -60,6 +60,11 @@ std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<
     std::vector<MediaInput> inputs;
     for (const std::string& name : names) {
         std::error_code ec;
+        // Most names are files: their size is the one look they need.
+        if (const uint64_t size = fs::file_size(name, ec); !ec) {
+            inputs.push_back({name, "", size});
+            continue;
+        }
         const fs::file_status status = fs::status(name, ec);
         if (fs::is_directory(status)) {
             if (recursive) WalkFolder(host, name, inputs);
@@ -75,12 +80,15 @@ ComPtr<IMPAHandleMetaProperties> MediaFile::handler() const {
     return QueryAs<IMPAHandleMetaProperties>(importer, IID_IMPAHandleMetaProperties);
 }
 
-MediaFile ReadMediaFile(const host::Host& host, const std::string& path) {
+MediaFile ReadMediaFile(const host::Host& host, const std::string& path) { return ReadMediaFile(host, MediaInput{path, "", {}}); }
+
+MediaFile ReadMediaFile(const host::Host& host, const MediaInput& input) {
+    const std::string& path = input.path;
     std::error_code ec;
     MediaFile media;
     media.path = path;
     // One look at the file for most paths; only a size that cannot be had is worth a second.
-    media.actualSize = fs::file_size(path, ec);
+    media.actualSize = input.size ? *input.size : fs::file_size(path, ec);
     if (ec) {
         std::error_code statusError;
         const fs::file_status status = fs::status(path, statusError);

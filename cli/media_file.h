@@ -4,6 +4,7 @@
 #define TAGVERA_CLI_MEDIA_FILE_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ namespace tagvera::cli {
 struct MediaInput {
     std::string path;
     std::string error;
+    std::optional<uint64_t> size;  // when collecting it already looked
 };
 
 // The names as given, folders replaced (with recursive) by the files below them that an importer
@@ -41,6 +43,7 @@ struct MediaFile {
 // Interrogates the file as a viewer does (nothing in it is changed). Throws DataError with a
 // one-line reason when the file cannot be read.
 MediaFile ReadMediaFile(const host::Host& host, const std::string& path);
+MediaFile ReadMediaFile(const host::Host& host, const MediaInput& input);
 
 // Why the operating system will not let us read path, or "" when it will.
 std::string UnreadableReason(const std::string& path);

@@ -278,7 +278,7 @@ int Run(CommandContext& ctx, const Args& args) {
     for (const MediaInput& input : inputs) {
         try {
             if (!input.error.empty()) throw DataError(input.path, input.error);
-            const MediaFile media = ReadMediaFile(host, input.path);
+            const MediaFile media = ReadMediaFile(host, input);
             if (json) WriteJsonFile(*writer, media);
             else if (xml) PrintXml(ctx.out, media, inputs.size() > 1);
             else PrintText(ctx.out, media);
