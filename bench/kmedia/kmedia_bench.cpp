@@ -2,6 +2,8 @@
 // bench_kmedia big FILE MB        one audio + video file of about MB megabytes
 // bench_kmedia floor FILE...      what any reader must do per file: open, read the header objects
 //                                 (up to "DATA") and the last 140 bytes, close; prints the bytes read
+// bench_kmedia interrogate FILE... what a host does per file, through the library's entry points:
+//                                 the importer, SetFilename, Interrogate, release (no printing)
 // bench_kmedia save IN OUT        the edit engine's Save of IN to OUT; prints seconds and peak memory
 // bench_kmedia copy IN OUT        a plain copy with fsync, the yardstick for Save
 #include <fcntl.h>
@@ -16,6 +18,9 @@
 #include <string>
 #include <vector>
 
+#include "host/host.h"
+#include "tagvera/importer.h"
+#include "tagvera/metaprop.h"
 #include "kmedia/km_edit.h"
 #include "kmedia/km_generator.h"
 
@@ -133,6 +138,21 @@ int main(int argc, char** argv) {
         for (int i = 2; i < argc; ++i) bytes += Floor(argv[i]);
         std::printf("%.0f bytes read per file\n", double(bytes) / (argc - 2));
         return 0;
+    }
+    if (command == "interrogate" && argc > 2) {
+        tagvera::host::Host host;
+        int failed = 0;
+        for (int i = 2; i < argc; ++i) {
+            const auto* info = host.ImporterForFile(argv[i]);
+            auto importer = info ? host.CreateAs<IMPAInterrogateFile>(info->classId, tagvera::IID_IMPAInterrogateFile)
+                                 : nullptr;
+            tagvera::ComPtr<IMPAMetaProperty> tree;
+            if (!importer || tagvera::Failed(importer->SetFilename(argv[i])) ||
+                tagvera::Failed(importer->Interrogate(tree.put())))
+                ++failed;
+        }
+        std::printf("%d files, %d failed\n", argc - 2, failed);
+        return failed ? 1 : 0;
     }
     if (command == "save" && argc == 4) {
         const auto start = std::chrono::steady_clock::now();
