@@ -1,5 +1,5 @@
 // KmEditEngine's Save over generated files, checked by walking the output: the same packets byte for
-// byte and in order, and every offset, count and size describing the new file.
+// byte and in order (several inputs joined), and every offset, count and size describing the new file.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -8,14 +8,18 @@
 #include "kmedia/convert/packet_scan.h"
 #include "kmedia/edit/clip_identity.h"
 #include "kmedia/edit/km_edit_object.h"
+#include "kmedia/edit/km_ff2_reader.h"
 #include "kmedia/edit/time_text.h"
 #include "kmedia/edit/tools_dll.h"
 #include "kmedia/km_edit.h"
 #include "kmedia/km_generator.h"
 #include "kmedia/logical_stream.h"
+#include "package/importer_kit/component_creators.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
 #include "tagvera/com_ptr.h"
+#include "tagvera/importer.h"
+#include "tagvera/metaprop.h"
 
 namespace tagvera::kmedia::testing {
 namespace {
@@ -29,6 +33,8 @@ std::vector<std::vector<uint8_t>> Packets(const std::vector<uint8_t>& file, cons
     scan.Walk([&](const ScannedPacket&) { out.emplace_back(); }, &keep);
     return out;
 }
+
+uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 
 // The checker: a file whose headers, data object and index objects all agree.
 KmHeaders CheckConsistent(const std::vector<uint8_t>& file) {
@@ -49,9 +55,7 @@ KmHeaders CheckConsistent(const std::vector<uint8_t>& file) {
         for (const auto& r : h.indexes[i].records) {
             // Each record points at a packet of its stream with its timestamp.
             EXPECT_EQ(file[r.offset + 5], h.indexes[i].streamNumber);
-            const uint32_t t = uint32_t(file[r.offset + 6]) << 24 | uint32_t(file[r.offset + 7]) << 16 |
-                               uint32_t(file[r.offset + 8]) << 8 | file[r.offset + 9];
-            EXPECT_EQ(t, r.timestampMs);
+            EXPECT_EQ(Be32(&file[r.offset + 6]), r.timestampMs);
         }
     }
     EXPECT_EQ(end, file.size());
@@ -60,7 +64,7 @@ KmHeaders CheckConsistent(const std::vector<uint8_t>& file) {
 
 KmFileSpec Sample() {
     KmFileSpec s;
-    s.durationMs = 900;
+    s.durationMs = 1000;
     s.packetsPerStream = 10;
     s.payloadSize = 300;
     s.content = ContentObject{.title = "Old", .author = "Old Author"};
@@ -339,28 +343,92 @@ TEST(KmEditObject, IdentifierAndTimeTexts) {
         EXPECT_EQ(ParseTimeText(c.text), c.ms) << c.text;
 }
 
-TEST(KmEditObject, ReaderAndJoinedInputs) {
+TEST(KmEditObject, ReaderStreamHeaders) {
     test::ScratchDir dir;
-    const std::string a = dir.write("a.km", BuildKmFile(Sample()));
-    auto other = Sample();
-    other.streams[1] = VideoStream(1, 999999, "KV40", 64, 48);
-    const std::string b = dir.write("b.km", BuildKmFile(other));
-    ComPtr<IKMAKMFF4Reader> reader;
-    ASSERT_EQ(CToolsDLL::CreateReader(reader.put()), TV_S_OK);
-    ASSERT_EQ(reader->Open(a.c_str()), TV_S_OK);
+    ComPtr<CKMFF2Reader> reader;
+    ASSERT_EQ(NewKmReader(reader.put()), TV_S_OK);
+    ASSERT_EQ(reader->Open(dir.write("a.km", BuildKmFile(Sample())).c_str()), TV_S_OK);
     ComPtr<IKMABuffer> mdpr;
     EXPECT_EQ(reader->GetStreamHeader(1, mdpr.put(), nullptr), TV_S_OK);
     EXPECT_EQ(reader->GetStreamHeader(2, mdpr.put(), nullptr), TV_KM_S_NOSUCHSTREAM);
     EXPECT_FALSE(mdpr);
-    // Joining is refused, after an input whose video differs is told apart from one that fits.
-    for (const auto& [second, expected] : {std::pair{a, TV_E_NOTIMPL}, std::pair{b, TV_E_FAIL}}) {
-        ComPtr<IKMAKMFFCopy2> copy;
-        ASSERT_EQ(CToolsDLL::CreateCopier(copy.put()), TV_S_OK);
-        copy->AddInputFile(a.c_str());
-        copy->AddInputFile(second.c_str());
-        copy->SetOutputFile(dir.file("out.km").c_str());
-        EXPECT_EQ(copy->Run(), expected);
+}
+
+// What a join of the files holds: each file's packets in turn, payloads as they were, time moved
+// on by the durations before it and streams numbered as the first file's (0 and 1).
+std::vector<std::vector<uint8_t>> JoinedPackets(const std::vector<KmFileSpec>& specs) {
+    std::vector<std::vector<uint8_t>> out;
+    uint32_t shift = 0;
+    for (const auto& spec : specs) {
+        const auto bytes = BuildKmFile(spec);
+        MemorySource src(bytes);
+        for (auto p : Packets(bytes, ReadKmHeaders(src))) {
+            p[5] = static_cast<uint8_t>(p[5] - spec.streams[0].streamNumber);
+            const uint32_t t = Be32(&p[6]) + shift;
+            for (int i = 0; i < 4; ++i) p[6 + i] = static_cast<uint8_t>(t >> (24 - 8 * i));
+            out.push_back(std::move(p));
+        }
+        shift += spec.durationMs;
     }
+    return out;
+}
+
+// The length the importer gives a file, as `tagvera info` shows it.
+uint32_t ImportedLength(const std::string& path) {
+    ComPtr<IUnknown> unknown;
+    EXPECT_EQ(CreateImportKMJFile(nullptr, nullptr, unknown.put()), TV_S_OK);
+    const auto importer = QueryAs<IMPAInterrogateFile>(unknown, IID_IMPAInterrogateFile);
+    ComPtr<IMPAMetaProperty> tree, length;
+    const uint8_t* v = nullptr;
+    uint32_t n = 0;
+    if (Failed(importer->SetFilename(path.c_str())) || Failed(importer->Interrogate(tree.put())) ||
+        Failed(tree->FindByPath("Statistics:Length", length.put())) || Failed(length->GetValue(&v, &n)) || n != 4)
+        return 0;
+    return uint32_t(v[0]) | uint32_t(v[1]) << 8 | uint32_t(v[2]) << 16 | uint32_t(v[3]) << 24;
+}
+
+// Several inputs through the editing object: one file with every input's packets and time running
+// on; an input that does not fit the first, or does not read, fails and writes nothing.
+TEST(KmEditObject, JoinedInputs) {
+    test::ScratchDir dir;
+    const std::string out = dir.file("out.km");
+    auto renumbered = Sample(), video = Sample(), mime = Sample(), codec = Sample();
+    renumbered.streams[0].streamNumber = 4;
+    renumbered.streams[1].streamNumber = 5;
+    video.streams[1] = VideoStream(1, 999999, "KV40", 64, 48);
+    mime.streams[0].mimeType += "-other";
+    codec.streams[0] = AudioStream(0, 64000, "kaac", 1);
+    struct Case {
+        const char* name;
+        std::vector<KmFileSpec> specs;
+        HRESULT expected;
+    };
+    for (const Case& c : {Case{"two files", {Sample(), renumbered}, TV_S_OK},
+                          Case{"three files", {Sample(), renumbered, Sample()}, TV_S_OK},
+                          Case{"video bit rate differs", {Sample(), video}, TV_E_FAIL},
+                          Case{"MIME type differs", {Sample(), mime}, TV_E_FAIL},
+                          Case{"codec header differs", {Sample(), codec}, TV_E_FAIL}}) {
+        SCOPED_TRACE(c.name);
+        std::filesystem::remove(out);
+        const auto edit = OpenEdit(dir.write("0.km", BuildKmFile(c.specs[0])));
+        for (size_t i = 1; i < c.specs.size(); ++i)
+            edit->AddInputFile(dir.write(std::to_string(i) + ".km", BuildKmFile(c.specs[i])).c_str());
+        edit->SetOutputFile(out.c_str());
+        ASSERT_EQ(edit->Save(), c.expected);
+        if (Failed(c.expected)) {
+            EXPECT_FALSE(std::filesystem::exists(out));
+            continue;
+        }
+        const auto output = test::ReadAll(out);
+        const KmHeaders h = CheckConsistent(output);
+        EXPECT_EQ(h.properties->durationMs, 1000 * c.specs.size());
+        EXPECT_EQ(ImportedLength(out), h.properties->durationMs);
+        EXPECT_EQ(Packets(output, h), JoinedPackets(c.specs));
+    }
+    const auto edit = OpenEdit(dir.file("0.km"));
+    edit->AddInputFile(dir.write("bad.km", {'P', 'R', 'O', 'P', 0, 0, 0, 10, 0, 0}).c_str());
+    edit->SetOutputFile(out.c_str());
+    EXPECT_EQ(edit->Save(), TV_KM_E_NOTKORVAMEDIA);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "kmedia/convert/stream_converter.h"
 
+#include <algorithm>
 #include <map>
 #include <memory>
 
@@ -7,6 +8,24 @@
 
 namespace tagvera::kmedia {
 namespace {
+
+constexpr uint64_t kMax32 = UINT32_MAX;
+
+// One input's packets on their way out: where they lie and how their headers change.
+struct PacketSource {
+    ByteSource* file = nullptr;
+    uint64_t dataOffset = 0;
+    DataHeaderObject data;
+    uint32_t shiftMs = 0;
+    std::map<uint16_t, uint16_t> renumber;  // the input's stream number -> the output's
+
+    PacketHeader Out(PacketHeader h) const {
+        if (h.timestampMs > kMax32 - shiftMs) throw Error(TV_E_FAIL, "joined time line runs past 2^32 ms");
+        h.timestampMs += shiftMs;
+        if (const auto it = renumber.find(h.streamNumber); it != renumber.end()) h.streamNumber = it->second;
+        return h;
+    }
+};
 
 struct PacketPlan {
     uint32_t kept = 0;
@@ -16,6 +35,37 @@ struct PacketPlan {
 
 bool InRange(const ConvertPlan& plan, uint32_t t) {
     return t >= plan.startMs && (plan.endMs == 0 || t <= plan.endMs);
+}
+
+uint32_t DurationOf(const KmHeaders& h) {
+    return h.properties && h.properties->header.KnownVersion() ? h.properties->durationMs : 0;
+}
+
+std::vector<uint16_t> PhysicalStreams(const KmHeaders& h) {
+    std::vector<uint16_t> out;
+    for (const auto& s : h.streams)
+        if (s.header.KnownVersion() && !s.IsLogical()) out.push_back(s.streamNumber);
+    return out;
+}
+
+// Each input after the first starts where the durations before it end; totalMs is the joined length.
+std::vector<PacketSource> Sources(std::span<const ConvertInput> inputs, uint32_t& totalMs) {
+    const std::vector<uint16_t> first = PhysicalStreams(*inputs.front().headers);
+    std::vector<PacketSource> out;
+    uint64_t at = 0;
+    for (const ConvertInput& in : inputs) {
+        const KmHeaders& h = *in.headers;
+        if (!h.data || !h.data->header.KnownVersion()) throw Error(TV_E_FAIL, "no readable DATA object");
+        PacketSource s{in.file, h.dataOffset, *h.data, static_cast<uint32_t>(at), {}};
+        const std::vector<uint16_t> own = PhysicalStreams(h);
+        for (size_t i = 0; i < own.size() && i < first.size(); ++i)
+            if (own[i] != first[i]) s.renumber[own[i]] = first[i];
+        out.push_back(std::move(s));
+        at += DurationOf(h);
+        if (at > kMax32) throw Error(TV_E_FAIL, "joined length runs past 2^32 ms");
+    }
+    totalMs = static_cast<uint32_t>(at);
+    return out;
 }
 
 std::vector<MediaPropertiesObject> OutputStreams(const KmHeaders& headers, const ConvertPlan& plan) {
@@ -49,8 +99,11 @@ std::vector<MediaPropertiesObject> OutputStreams(const KmHeaders& headers, const
 
 }  // namespace
 
-platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan) {
-    if (!headers.data || !headers.data->header.KnownVersion()) throw Error(TV_E_FAIL, "no readable DATA object");
+platform::FileLayout ConvertLayout(std::span<const ConvertInput> inputs, const ConvertPlan& plan) {
+    if (inputs.empty()) throw Error(TV_E_INVALIDARG, "no input to convert");
+    const KmHeaders& headers = *inputs.front().headers;
+    uint32_t totalMs = 0;
+    const std::vector<PacketSource> sources = Sources(inputs, totalMs);
     const std::vector<MediaPropertiesObject> streams = OutputStreams(headers, plan);
 
     FileHeaderObject fh;
@@ -71,23 +124,27 @@ platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, 
 
     // Pass 1: which packets stay, how many bytes they take, and the index over them.
     auto packets = std::make_shared<PacketPlan>();
-    PacketScan scan(input, headers.dataOffset, *headers.data);
     uint64_t out = dataOffset + DataHeaderObject::kHeaderSize;
-    scan.Walk([&](const ScannedPacket& p) {
-        if (!InRange(plan, p.header.timestampMs)) return;
-        if (out > UINT32_MAX) throw Error(TV_E_FAIL, "output larger than 4 GB");
-        packets->indexes[p.header.streamNumber].AddPacket(p.header.streamNumber, p.header.timestampMs,
-                                                          p.header.Keyframe(), static_cast<uint32_t>(out));
-        ++packets->kept;
-        packets->keptBytes += p.header.length;
-        out += p.header.length;
-    });
+    for (const PacketSource& source : sources) {
+        PacketScan scan(*source.file, source.dataOffset, source.data);
+        scan.Walk([&](const ScannedPacket& p) {
+            const PacketHeader h = source.Out(p.header);
+            if (!InRange(plan, h.timestampMs)) return;
+            if (out > kMax32) throw Error(TV_E_FAIL, "output larger than 4 GB");
+            packets->indexes[h.streamNumber].AddPacket(h.streamNumber, h.timestampMs, h.Keyframe(),
+                                                       static_cast<uint32_t>(out));
+            ++packets->kept;
+            packets->keptBytes += h.length;
+            out += h.length;
+        });
+    }
     const uint64_t dataSize = DataHeaderObject::kHeaderSize + packets->keptBytes;
-    if (dataOffset + dataSize > UINT32_MAX) throw Error(TV_E_FAIL, "output larger than 4 GB");
+    if (dataOffset + dataSize > kMax32) throw Error(TV_E_FAIL, "output larger than 4 GB");
 
     prop.numPackets = packets->kept;
     prop.dataOffset = static_cast<uint32_t>(dataOffset);
     prop.indexOffset = packets->indexes.empty() ? 0 : static_cast<uint32_t>(dataOffset + dataSize);
+    prop.durationMs = totalMs;
     if (plan.endMs != 0 && prop.durationMs > plan.endMs) prop.durationMs = plan.endMs;
     if (plan.startMs != 0) prop.durationMs = prop.durationMs > plan.startMs ? prop.durationMs - plan.startMs : 0;
 
@@ -109,34 +166,52 @@ platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, 
     for (auto& [stream, builder] : packets->indexes) {
         IndexObject& x = builder.Index();
         at += x.Size();
-        x.nextIndexHeader = ++n < packets->indexes.size() ? static_cast<uint32_t>(at) : 0;
+        const bool last = ++n == packets->indexes.size();
+        if (!last && at > kMax32) throw Error(TV_E_FAIL, "index objects end past 4 GB");
+        x.nextIndexHeader = last ? 0 : static_cast<uint32_t>(at);
         x.Write(tw);
     }
 
     platform::FileLayout layout;
     layout.bytes(std::move(head));
-    // Pass 2, while the output is written: the same packets, copied as they are.
-    ByteSource* source = &input;
-    const uint64_t sourceData = headers.dataOffset;
-    const DataHeaderObject sourceHeader = *headers.data;
+    // Pass 2, while the output is written: the same packets, each with its header as it goes out
+    // and its payload copied as it is.
     const ConvertPlan range{.startMs = plan.startMs, .endMs = plan.endMs};
-    layout.generate([source, sourceData, sourceHeader, range, packets](platform::ByteSink& sink) {
-        PacketScan copy(*source, sourceData, sourceHeader);
-        bool keep = false;
+    layout.generate([sources, range, packets](platform::ByteSink& sink) {
         uint32_t written = 0;
-        const PacketScan::Consumer consumer = [&](std::span<const uint8_t> bytes) {
-            if (keep) sink.write(bytes);
-        };
-        copy.Walk(
-            [&](const ScannedPacket& p) {
-                keep = InRange(range, p.header.timestampMs);
-                written += keep ? 1 : 0;
-            },
-            &consumer);
+        std::vector<uint8_t> header;
+        for (const PacketSource& source : sources) {
+            PacketScan copy(*source.file, source.dataOffset, source.data);
+            bool keep = false;
+            size_t inputHeaderLeft = 0;
+            const PacketScan::Consumer consumer = [&](std::span<const uint8_t> bytes) {
+                const size_t skip = std::min(inputHeaderLeft, bytes.size());
+                inputHeaderLeft -= skip;
+                if (keep && bytes.size() > skip) sink.write(bytes.subspan(skip));
+            };
+            copy.Walk(
+                [&](const ScannedPacket& p) {
+                    const PacketHeader h = source.Out(p.header);
+                    keep = InRange(range, h.timestampMs);
+                    inputHeaderLeft = PacketHeader::kSize;
+                    if (!keep) return;
+                    ++written;
+                    header.clear();
+                    BeWriter hw(header);
+                    h.Write(hw);
+                    sink.write(header);
+                },
+                &consumer);
+        }
         if (written != packets->kept) throw Error(TV_E_FAIL, "the input changed while it was copied");
     });
     layout.bytes(std::move(tail));
     return layout;
+}
+
+platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan) {
+    const ConvertInput one{&input, &headers};
+    return ConvertLayout(std::span(&one, 1), plan);
 }
 
 }  // namespace tagvera::kmedia

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 
 #include "base/byte_source.h"
 #include "kmedia/header_walk.h"
@@ -21,11 +22,22 @@ struct ConvertPlan {
     uint16_t flags = 0;  // only PropertiesObject::kKeptFlags survive
     // Replaces the file-info stream's properties (the stream is added when the input has none).
     std::optional<std::vector<NameValueProperty>> fileInfo;
-    uint32_t startMs = 0, endMs = 0;  // 0: not set
+    uint32_t startMs = 0, endMs = 0;  // 0: not set; on the joined time line when several inputs
     std::optional<uint32_t> fileVersion;
 };
 
-// The output as a layout for platform::RewriteFile; input must stay open until it is written.
+// One input file and its headers as the walk found them.
+struct ConvertInput {
+    ByteSource* file = nullptr;
+    const KmHeaders* headers = nullptr;
+};
+
+// The output as a layout for platform::RewriteFile; the inputs must stay open until it is written.
+// Several inputs are joined: the first one's headers, then the packets of each input in turn, a
+// later input's timestamps moved on by the durations before it and its streams numbered as the
+// first input's (by their order), so that time runs on. A 32-bit offset or time that would
+// overflow throws Error (E_FAIL) before anything is written.
+platform::FileLayout ConvertLayout(std::span<const ConvertInput> inputs, const ConvertPlan& plan);
 platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan);
 
 }  // namespace tagvera::kmedia

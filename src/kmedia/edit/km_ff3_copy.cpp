@@ -1,5 +1,6 @@
 #include "kmedia/edit/km_ff3_copy.h"
 
+#include "kmedia/convert/convert_files.h"
 #include "kmedia/edit/km_ff2_reader.h"
 #include "kmedia/edit/stream_compatibility.h"
 #include "kmedia/km_edit.h"
@@ -33,6 +34,21 @@ HRESULT Configure(KmEditEngine& engine, const KmCopyRequest& r, uint32_t endMs) 
     return engine.SetOutputFile(r.output);
 }
 
+// Several inputs in one output, with the headers the engine's Save would write for the first.
+HRESULT SaveJoined(const KmEditEngine& engine, const KmCopyRequest& r) {
+    ConvertPlan plan;
+    plan.content = ContentObject{
+        .title = engine.Title(), .author = engine.Author(), .copyright = engine.Copyright(), .comment = engine.Comment()};
+    for (const auto flag : {KmEditEngine::kFlag1, KmEditEngine::kFlag2, KmEditEngine::kFlag8})
+        if (engine.GetFileFlag(flag)) plan.flags |= flag;
+    if (engine.Headers()->FileInfo() || !engine.FileInfo().empty()) plan.fileInfo = engine.FileInfo();
+    plan.startMs = r.startMs;
+    plan.endMs = r.endMs;
+    plan.fileVersion = r.fileVersion;
+    ConvertFiles(r.inputs, r.output, plan);
+    return TV_S_OK;
+}
+
 }  // namespace
 
 HRESULT CKMFF3Copy::Run() {
@@ -41,23 +57,24 @@ HRESULT CKMFF3Copy::Run() {
     return Guard([&]() -> HRESULT {
         ComPtr<CKMFF2Reader> first;
         if (const HRESULT hr = Open(r.inputs.front(), first); Failed(hr)) return hr;
-        if (r.inputs.size() > 1) {
-            for (size_t i = 1; i < r.inputs.size(); ++i) {
-                ComPtr<CKMFF2Reader> next;
-                if (const HRESULT hr = Open(r.inputs[i], next); Failed(hr)) return hr;
-                if (!StreamsCompatible(first->StreamHeaders(), next->StreamHeaders())) return TV_E_FAIL;
-            }
-            return TV_E_NOTIMPL;
+        for (size_t i = 1; i < r.inputs.size(); ++i) {
+            ComPtr<CKMFF2Reader> next;
+            if (const HRESULT hr = Open(r.inputs[i], next); Failed(hr)) return hr;
+            if (!StreamsCompatible(first->StreamHeaders(), next->StreamHeaders())) return TV_E_FAIL;
         }
-        uint32_t duration = 0;
-        first->GetDuration(&duration);
-        // An end at or past the duration, or none, copies to the end of the file.
-        const uint32_t endMs = r.endMs == 0 || r.endMs >= duration ? 0 : r.endMs;
+        const bool joined = r.inputs.size() > 1;
+        uint32_t endMs = r.endMs;
+        if (!joined) {
+            uint32_t duration = 0;
+            first->GetDuration(&duration);
+            // An end at or past the duration, or none, copies to the end of the file.
+            if (endMs >= duration) endMs = 0;
+        }
         first->Close();
         KmEditEngine engine;
         if (const HRESULT hr = Configure(engine, r, endMs); Failed(hr)) return hr;
         if (const HRESULT hr = ReportProgress(r, 50); Failed(hr)) return hr;
-        if (const HRESULT hr = engine.Save(); Failed(hr)) return hr;
+        if (const HRESULT hr = joined ? SaveJoined(engine, r) : engine.Save(); Failed(hr)) return hr;
         return ReportProgress(r, 100);
     });
 }
