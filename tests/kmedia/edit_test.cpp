@@ -345,13 +345,19 @@ TEST(KmEditObject, IdentifierAndTimeTexts) {
 
 TEST(KmEditObject, ReaderStreamHeaders) {
     test::ScratchDir dir;
+    auto spec = Sample();
+    spec.streams.push_back(LogicalStream(7, "logical-video", {1, 9}));
     ComPtr<CKMFF2Reader> reader;
     ASSERT_EQ(NewKmReader(reader.put()), TV_S_OK);
-    ASSERT_EQ(reader->Open(dir.write("a.km", BuildKmFile(Sample())).c_str()), TV_S_OK);
+    ASSERT_EQ(reader->Open(dir.write("a.km", BuildKmFile(spec)).c_str()), TV_S_OK);
     ComPtr<IKMABuffer> mdpr;
     EXPECT_EQ(reader->GetStreamHeader(1, mdpr.put(), nullptr), TV_S_OK);
     EXPECT_EQ(reader->GetStreamHeader(2, mdpr.put(), nullptr), TV_KM_S_NOSUCHSTREAM);
     EXPECT_FALSE(mdpr);
+    // A logical stream belongs to the stream headers its record lists; the file-info one to none.
+    EXPECT_TRUE(reader->LogicalStreamsOf(0).empty());
+    ASSERT_EQ(reader->LogicalStreamsOf(1).size(), 1u);
+    EXPECT_EQ(reader->LogicalStreamsOf(1)[0]->mimeType, "logical-video");
 }
 
 // What a join of the files holds: each file's packets in turn, payloads as they were, time moved

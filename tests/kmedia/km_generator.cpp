@@ -68,6 +68,16 @@ MediaPropertiesObject FileInfoStream(std::vector<NameValueProperty> properties) 
     return m;
 }
 
+MediaPropertiesObject LogicalStream(uint16_t number, const std::string& mime, std::vector<uint16_t> physical) {
+    auto m = Stream(number, 0, mime.c_str());
+    LogicalStreamRecord r;
+    r.dataOffsets.resize(physical.size());
+    r.physicalStreams = std::move(physical);
+    BeWriter out(m.typeSpecific);
+    r.Write(out);
+    return m;
+}
+
 uint8_t PayloadByte(uint16_t stream, uint32_t packet, uint32_t i) {
     return static_cast<uint8_t>(stream * 61 + packet * 7 + i * 3 + 1);
 }

@@ -22,6 +22,8 @@ MediaPropertiesObject VideoStream(uint16_t number, uint32_t bitRate, const std::
                                   uint16_t height, uint32_t subVersion = 0);
 MediaPropertiesObject LosslessStream(uint16_t number);
 MediaPropertiesObject FileInfoStream(std::vector<NameValueProperty> properties);
+// A logical stream of the given MIME type ("logical-...") over those physical streams.
+MediaPropertiesObject LogicalStream(uint16_t number, const std::string& mime, std::vector<uint16_t> physical);
 
 struct KmFileSpec {
     bool streamFileHeader = false;  // ".KMS" first

@@ -1,5 +1,7 @@
 #include "kmedia/edit/km_ff2_reader.h"
 
+#include <map>
+
 #include "component/value_objects.h"
 #include "kmedia/file_info_values.h"
 #include "kmedia/logical_stream.h"
@@ -34,16 +36,38 @@ HRESULT CKMFF2Reader::Open(const char* path) {
         // Too short for one object header is a short read of the first object.
         if (file.size() < ObjectHeader::kSize) return kKmNotKorvaMedia;
         headers_ = ReadKmHeaders(file);
-        for (const auto& s : headers_->streams)
-            if (s.header.KnownVersion() && !s.IsLogical()) streams_.push_back(&s);
         fileInfo_ = headers_->FileInfo();
+        for (const auto& s : headers_->streams)
+            if (s.header.KnownVersion()) (s.IsLogical() ? logical_ : streams_).push_back(&s);
+        std::erase(logical_, fileInfo_);
+        AttachLogicalStreams();
         return TV_S_OK;
     });
+}
+
+void CKMFF2Reader::AttachLogicalStreams() {
+    // By number, so that the work grows with the numbers the records hold, not their product.
+    std::multimap<uint16_t, size_t> byNumber;
+    for (size_t i = 0; i < streams_.size(); ++i) byNumber.emplace(streams_[i]->streamNumber, i);
+    attached_.assign(streams_.size(), {});
+    for (const MediaPropertiesObject* logical : logical_) {
+        std::vector<uint16_t> numbers;
+        try {
+            numbers = LogicalStreamRecord::Read(logical->typeSpecific).physicalStreams;
+        } catch (const Error&) {
+            continue;
+        }
+        for (const uint16_t n : numbers)
+            for (auto [at, end] = byNumber.equal_range(n); at != end; ++at)
+                if (auto& to = attached_[at->second]; to.empty() || to.back() != logical) to.push_back(logical);
+    }
 }
 
 HRESULT CKMFF2Reader::Close() {
     streams_.clear();
     fileInfo_ = nullptr;
+    logical_.clear();
+    attached_.clear();
     headers_.reset();
     return TV_S_OK;
 }

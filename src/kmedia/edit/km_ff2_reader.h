@@ -33,11 +33,19 @@ public:
     const KmHeaders* Headers() const { return headers_ ? &*headers_ : nullptr; }
     const std::vector<const MediaPropertiesObject*>& StreamHeaders() const { return streams_; }
     const MediaPropertiesObject* FileInfo() const { return fileInfo_; }
+    // The logical streams (but the file-info one) that stream header i belongs to.
+    const std::vector<const MediaPropertiesObject*>& LogicalStreamsOf(size_t i) const { return attached_.at(i); }
 
 private:
+    // Each logical stream joins the stream headers whose numbers its record lists; one whose record
+    // does not read joins none.
+    void AttachLogicalStreams();
+
     std::optional<KmHeaders> headers_;
     std::vector<const MediaPropertiesObject*> streams_;  // into headers_
     const MediaPropertiesObject* fileInfo_ = nullptr;
+    std::vector<const MediaPropertiesObject*> logical_;  // every logical stream but fileInfo_
+    std::vector<std::vector<const MediaPropertiesObject*>> attached_;  // by stream header
 };
 
 // A new reader with one reference.
