@@ -29,17 +29,6 @@ TEST(TreePaths, AddingByPathMakesGroupsAndPathsFollowTheParents) {
     EXPECT_EQ(root->SetParentPath(nullptr), TV_E_POINTER);
 }
 
-TEST(TreePaths, NamesAreCaseSensitiveAndEnumeratedInByteOrder) {
-    Node root = NewTree();
-    for (const char* name : {"album", "Track", "Album", "name", "Name"}) AddText(root.get(), name, name);
-    EXPECT_EQ(ChildNames(root.get()), (std::vector<std::string>{"Album", "Name", "Track", "album", "name"}));
-    EXPECT_EQ(TextOf(Find(root.get(), "name").get()), "name");
-    EXPECT_EQ(TextOf(Find(root.get(), "Name").get()), "Name");
-    uint32_t count = 0;
-    EXPECT_EQ(root->GetChildNameCount(&count), TV_S_OK);
-    EXPECT_EQ(count, 5u);
-}
-
 TEST(TreeFind, MissingNamesAndEmptyNodesGiveTheirCodes) {
     Node root = NewTree();
     IMPAMetaProperty* out = reinterpret_cast<IMPAMetaProperty*>(1);

@@ -211,29 +211,18 @@ TEST(TreeDepth, AHundredThousandLevelsWorkWithoutRecursion) {
 }
 
 TEST(TreeDepth, MergesDeeperThanTheLimitFailCleanly) {
-    Node a = NewTree();
-    Node b = NewTree();
-    Node x = a, y = b;
-    for (uint32_t i = 0; i < kMaxTreeDepth + 10; ++i) {
-        x = AddGroup(x.get(), "G");
-        y = AddGroup(y.get(), "G");
+    for (const uint32_t depth : {kMaxTreeDepth + 10, kMaxTreeDepth - 10}) {
+        Node a = NewTree(), b = NewTree();
+        Node x = a, y = b;
+        for (uint32_t i = 0; i < depth; ++i) {
+            x = AddGroup(x.get(), "G");
+            y = AddGroup(y.get(), "G");
+        }
+        AddText(y.get(), "Leaf", "v");
+        y.reset();
+        EXPECT_EQ(a->MergeFrom(b.get(), false, 0), depth > kMaxTreeDepth ? TV_E_FAIL : TV_S_OK) << depth;
+        EXPECT_EQ(bool(Find(x.get(), "Leaf")), depth < kMaxTreeDepth) << depth;
     }
-    AddText(y.get(), "Leaf", "v");
-    x.reset();
-    y.reset();
-    EXPECT_EQ(a->MergeFrom(b.get(), false, 0), TV_E_FAIL);
-
-    Node c = NewTree();
-    Node d = NewTree();
-    x = c;
-    y = d;
-    for (uint32_t i = 0; i < kMaxTreeDepth - 10; ++i) {
-        x = AddGroup(x.get(), "G");
-        y = AddGroup(y.get(), "G");
-    }
-    AddText(y.get(), "Leaf", "v");
-    EXPECT_EQ(c->MergeFrom(d.get(), false, 0), TV_S_OK);
-    EXPECT_TRUE(Find(x.get(), "Leaf"));
 }
 
 TEST(TreeDepth, LongSameNameChainsAreReleasedWithoutRecursion) {

@@ -142,8 +142,9 @@ inline Node FindByPath(IMPAMetaProperty* node, const char* path) {
 inline std::vector<std::string> ChildNames(IMPAMetaProperty* node) {
     std::vector<std::string> names;
     const char* name = nullptr;
-    for (HRESULT hr = node->GetFirstChildName(&name); hr == TV_S_OK; hr = node->GetNextChildName(&name))
-        names.push_back(name);
+    HRESULT hr = node->GetFirstChildName(&name);
+    for (; hr == TV_S_OK; hr = node->GetNextChildName(&name)) names.push_back(name);
+    EXPECT_EQ(hr, TV_E_PROP_ENDOFLIST);
     return names;
 }
 
