@@ -15,7 +15,7 @@ struct Target {
     std::string before;
     Target() {
         tree->SetName("mine");
-        AddText(AddGroup(tree.get(), "Track").get(), "Name", "untouched");
+        AddTyped(AddGroup(tree.get(), "Track").get(), "Name", "untouched");
         before = Dump(tree.get(), {.withChanged = true});
     }
     bool untouched() const { return Dump(tree.get(), {.withChanged = true}) == before; }

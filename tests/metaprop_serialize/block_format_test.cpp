@@ -49,7 +49,7 @@ TEST(BlockFormat, SmallTreesAreWrittenByteForByte) {
     EXPECT_EQ(WriteBlock(root.get(), {.bigEndian = true}), kEmptyRootBig);
     EXPECT_EQ(EncodeBlock({}, false), kEmptyRootLittle);
     EXPECT_EQ(EncodeBlock({}, true), kEmptyRootBig);
-    AddText(root.get(), "A", "x");
+    AddTyped(root.get(), "A", "x");
     EXPECT_EQ(WriteBlock(root.get()), kOneChildLittle);
     EXPECT_EQ(EncodeBlock({.children = {{.name = "A", .type = kTypeText, .value = TextValue("x")}}}, false),
               kOneChildLittle);
@@ -88,14 +88,14 @@ TEST(BlockFormat, WriterMatchesHandLaidBlockForEveryTypeOrderAndMagic) {
     // The tree's children in enumeration (byte) order, each with the value the writer stores.
     Node tree = NewTree();
     Node group = AddGroup(tree.get(), "G", kFlagShortcut);
-    AddText(group.get(), "b", "text");
+    AddTyped(group.get(), "b", "text");
     AddNumber(group.get(), "a", 0x01020304);
     const uint8_t bin[] = {9, 8, 7};
     Add(tree.get(), "Bin", kTypeBinary, kFlagType, bin, 3);
     const uint8_t on = 1;
     Add(tree.get(), "Flag", kTypeFlag, 0, &on, 1);
-    AddText(tree.get(), "Link", "http://x", kTypeUrl);
-    AddText(tree.get(), "Ref", "held bytes", kTypeReference);
+    AddTyped(tree.get(), "Link", "http://x", kTypeUrl);
+    AddTyped(tree.get(), "Ref", "held bytes", kTypeReference);
     Add(tree.get(), "Zilch", kTypeNone, 0, nullptr, 0);
 
     for (bool big : {false, true}) {

@@ -34,7 +34,7 @@ TEST(BlockRoundTrip, ReferencesTravelAsSizeExtensionAndBytesWhenKept) {
     test::ScratchDir dir;
     const Bytes picture = test::Pattern(1000);
     Node tree = NewTree();
-    AddText(tree.get(), "Cover Art", dir.write("cover.jpg", picture), kTypeFileReference, kFlagShortcut);
+    AddTyped(tree.get(), "Cover Art", dir.write("cover.jpg", picture), kTypeFileReference, kFlagShortcut);
     for (bool big : {false, true}) {
         Node plain = ReadBack(WriteBlock(tree.get(), {.bigEndian = big}), true, big);
         EXPECT_EQ(Dump(plain.get(), BlockRules(true)),
@@ -48,7 +48,7 @@ TEST(BlockRoundTrip, ReferencesTravelAsSizeExtensionAndBytesWhenKept) {
 
     // A file that is gone keeps only its extension.
     Node missing = NewTree();
-    AddText(missing.get(), "Lyrics", dir.file("absent.txt"), kTypeFileReference);
+    AddTyped(missing.get(), "Lyrics", dir.file("absent.txt"), kTypeFileReference);
     EXPECT_EQ(Dump(ReadBack(WriteBlock(missing.get(), {.keepReferences = true}), true, false).get()),
               "\"\" t=0 f=0 v=00\n"
               "  \"Lyrics\" t=10 f=0 v=00\n"
@@ -118,10 +118,10 @@ TEST(BlockRoundTrip, DatabaseFieldsStayOutUnlessAskedFor) {
 TEST(BlockRoundTrip, NodesMarkedDeletedAreLeftOut) {
     Node tree = NewTree();
     Node track = AddGroup(tree.get(), "Track");
-    AddText(track.get(), "Name", "kept");
-    AddText(track.get(), "Comments", "gone")->SetChanged(kDeleted);
+    AddTyped(track.get(), "Name", "kept");
+    AddTyped(track.get(), "Comments", "gone")->SetChanged(kDeleted);
     AddGroup(tree.get(), "Gone")->SetChanged(kDeleted);
-    AddText(tree.get(), "Changed", "kept too")->SetChanged(kChanged);
+    AddTyped(tree.get(), "Changed", "kept too")->SetChanged(kChanged);
     Node back = ReadBack(WriteBlock(tree.get()), false, false);
     EXPECT_EQ(Dump(back.get(), BlockRules(false)),
               "\"\" t=0 f=0 v=-\n"
@@ -132,8 +132,8 @@ TEST(BlockRoundTrip, NodesMarkedDeletedAreLeftOut) {
 
 TEST(BlockRoundTrip, SameNameChainIsWrittenWholeAndReadAsItsFirstNode) {
     Node tree = NewTree();
-    Node first = AddText(tree.get(), "Artist", "first");
-    Node second = AddText(NewTree().get(), "Artist", "second");
+    Node first = AddTyped(tree.get(), "Artist", "first");
+    Node second = AddTyped(NewTree().get(), "Artist", "second");
     auto link = QueryAs<IMPAMetaPropertyLinkedList>(first, IID_IMPAMetaPropertyLinkedList);
     ASSERT_EQ(link->SetNext(QueryAs<IMPAMetaPropertyLinkedList>(second, IID_IMPAMetaPropertyLinkedList).get()), TV_S_OK);
 
@@ -194,8 +194,8 @@ TEST(BlockRoundTrip, ReadingReplacesTheRootAndAddsChildren) {
     Node tree = NewTree();
     tree->SetName("before");
     tree->SetValue(reinterpret_cast<const uint8_t*>("old"), 4);
-    AddText(tree.get(), "Keep", "mine");
-    AddText(AddGroup(tree.get(), "Track").get(), "Old", "mine too");
+    AddTyped(tree.get(), "Keep", "mine");
+    AddTyped(AddGroup(tree.get(), "Track").get(), "Old", "mine too");
 
     GoldenRecord golden{.name = "after", .type = kTypeGroup, .flags = kFlagReadOnly, .value = TextValue("new")};
     golden.children.push_back({.name = "Track", .type = kTypeGroup, .children = {

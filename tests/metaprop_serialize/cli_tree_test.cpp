@@ -21,7 +21,7 @@ protected:
 TEST_F(CliTree, BlockToXmlToBlockGivesTheSameBlock) {
     // Every type the XML form can carry, with references of all three kinds (stored as stand-ins).
     Node tree = EveryTypeTree();
-    AddText(tree.get(), "Cover", dir_.write("cover.png", Bytes(300, 0x5a)), kTypeFileReference, kFlagShortcut);
+    AddTyped(tree.get(), "Cover", dir_.write("cover.png", Bytes(300, 0x5a)), kTypeFileReference, kFlagShortcut);
     const uint8_t data[] = {1, 2, 3, 4, 5, 6};
     Add(tree.get(), "Thumb", kTypeDataReference, 0, data, sizeof data);
     for (bool big : {false, true}) {
@@ -37,7 +37,7 @@ TEST_F(CliTree, BlockToXmlToBlockGivesTheSameBlock) {
 
 TEST_F(CliTree, ShowTellsTheFormFromTheContent) {
     Node tree = NewTree();
-    AddText(AddGroup(tree.get(), "Track").get(), "Name", "So What");
+    AddTyped(AddGroup(tree.get(), "Track").get(), "Name", "So What");
     AddNumber(tree.get(), "Plays", 7, kFlagReadOnly);
     // Each file carries the other form's extension.
     const Bytes bytes = WriteBlock(tree.get(), {.bigEndian = true});

@@ -25,25 +25,6 @@ View MakeView(const Bytes& block, bool big = false, HRESULT expect = TV_S_OK) {
 
 bool Built(IMPAMetaProperty* node) { return static_cast<CFastMetaProperty*>(static_cast<IMPAMetaPropertyBuffer*>(node))->built(); }
 
-std::string Text(IMPAMetaProperty* node) {
-    const uint8_t* data = nullptr;
-    uint32_t size = 0;
-    if (Failed(node->GetValue(&data, &size))) return "<none>";
-    return std::string(reinterpret_cast<const char*>(data), strnlen(reinterpret_cast<const char*>(data), size));
-}
-std::string Path(IMPAMetaProperty* node) {
-    const char* path = nullptr;
-    return Succeeded(node->GetPath(&path)) ? path : "<none>";
-}
-std::vector<std::string> ChildNames(IMPAMetaProperty* node) {
-    std::vector<std::string> names;
-    const char* name = nullptr;
-    HRESULT hr = node->GetFirstChildName(&name);
-    for (; hr == TV_S_OK; hr = node->GetNextChildName(&name)) names.push_back(name);
-    EXPECT_EQ(hr, TV_E_PROP_ENDOFLIST);
-    return names;
-}
-
 class FastView : public ::testing::TestWithParam<bool> {
 protected:
     bool big() const { return GetParam(); }
@@ -55,10 +36,10 @@ protected:
 TEST_P(FastView, AnswersReadsInPlaceWithoutBuildingATree) {
     Node track, name, mime;
     ASSERT_EQ(view_->FindFirstChild("Track", track.put()), TV_S_OK);
-    EXPECT_EQ(Path(track.get()), "Track");
+    EXPECT_EQ(PathOf(track.get()), "Track");
     ASSERT_EQ(track->FindFirstChild("Name", name.put()), TV_S_OK);
-    EXPECT_EQ(Text(name.get()), "Autumn Leaves");
-    EXPECT_EQ(Path(name.get()), "Track:Name");
+    EXPECT_EQ(TextOf(name.get()), "Autumn Leaves");
+    EXPECT_EQ(PathOf(name.get()), "Track:Name");
     uint32_t type = 0, flags = 0, changed = 7;
     ASSERT_EQ(view_->FindFirstChild("Statistics:MimeType", mime.put()), TV_S_OK);
     mime->GetType(&type);
@@ -86,7 +67,7 @@ TEST_P(FastView, AnswersReadsInPlaceWithoutBuildingATree) {
 TEST_P(FastView, ChildNamesCompareWithoutCase) {
     Node found;
     EXPECT_EQ(view_->FindFirstChild("TRACK:name", found.put()), TV_S_OK);
-    EXPECT_EQ(Text(found.get()), "Autumn Leaves");
+    EXPECT_EQ(TextOf(found.get()), "Autumn Leaves");
     uint32_t count = 0;
     EXPECT_EQ(view_->GetChildCount("statistics", &count), TV_S_OK);
     EXPECT_EQ(count, 1u);
@@ -102,8 +83,8 @@ TEST_P(FastView, FindByPathFallsBackLikeTheTree) {
         Node fast, slow;
         ASSERT_EQ(view_->FindByPath(path, fast.put()), TV_S_OK) << path;
         ASSERT_EQ(full->FindByPath(path, slow.put()), TV_S_OK) << path;
-        EXPECT_EQ(Path(fast.get()), Path(slow.get())) << path;
-        EXPECT_EQ(Text(fast.get()), Text(slow.get())) << path;
+        EXPECT_EQ(PathOf(fast.get()), PathOf(slow.get())) << path;
+        EXPECT_EQ(TextOf(fast.get()), TextOf(slow.get())) << path;
     }
     Node none;
     EXPECT_EQ(view_->FindByPath("Nowhere", none.put()), TV_E_PROP_NOTFOUND);
@@ -137,7 +118,7 @@ TEST_P(FastView, ChildViewsOutliveTheirRootAndItsNextBlock) {
     std::memcpy(other, block_.data(), block_.size());
     ASSERT_EQ(view_->SetBuffer(other, uint32_t(block_.size()), big()), TV_S_OK);
     view_.reset();
-    EXPECT_EQ(Text(name.get()), "P\xc3\xb6rtrait <in> \"Jazz\" & 'Blues'");
+    EXPECT_EQ(TextOf(name.get()), "P\xc3\xb6rtrait <in> \"Jazz\" & 'Blues'");
 }
 
 std::string ByteOrderName(const ::testing::TestParamInfo<bool>& p) { return p.param ? "BigEndian" : "LittleEndian"; }
@@ -179,7 +160,7 @@ TEST(FastViewErrors, MalformedChildIsFoundOnlyWhenVisited) {
     View view = MakeView(bad);
     Node a, b;
     EXPECT_EQ(view->FindFirstChild("A", a.put()), TV_S_OK);
-    EXPECT_EQ(Text(a.get()), "fine");
+    EXPECT_EQ(TextOf(a.get()), "fine");
     EXPECT_EQ(view->FindFirstChild("B", b.put()), TV_E_FAIL);
     // A tree cannot be built from it either.
     EXPECT_EQ(view->SetName("x"), TV_E_NOTIMPL);

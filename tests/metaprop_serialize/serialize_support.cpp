@@ -78,31 +78,31 @@ Node EveryTypeTree() {
     IMPAMetaProperty* r = root.get();
 
     Node album = AddGroup(r, "Album");
-    AddText(album.get(), "Name", "P\xc3\xb6rtrait <in> \"Jazz\" & 'Blues'");
+    AddTyped(album.get(), "Name", "P\xc3\xb6rtrait <in> \"Jazz\" & 'Blues'");
     AddNumber(album.get(), "Year", 1959);
     Node artist = AddGroup(r, "Artist");
-    AddText(artist.get(), "Name", "Bill Evans Trio");
+    AddTyped(artist.get(), "Name", "Bill Evans Trio");
 
     Node track = AddGroup(r, "Track");
-    AddText(track.get(), "Name", "Autumn Leaves");
-    AddText(track.get(), "CD Track #", "07");
-    AddText(track.get(), "Genre", "Jazz");
-    AddText(track.get(), "Comments", "first;second", kTypeTextList);
-    AddText(track.get(), "CD TOC", "1+96+1234");
+    AddTyped(track.get(), "Name", "Autumn Leaves");
+    AddTyped(track.get(), "CD Track #", "07");
+    AddTyped(track.get(), "Genre", "Jazz");
+    AddTyped(track.get(), "Comments", "first;second", kTypeTextList);
+    AddTyped(track.get(), "CD TOC", "1+96+1234");
     const uint8_t no = 0, yes = 1;
     Add(track.get(), "Explicit", kTypeFlag, 0, &no, 1);
     Add(track.get(), "Favourite", kTypeFlag, 0, &yes, 1);
 
     Node stats = AddGroup(r, "Statistics", kFlagReadOnly);
     AddNumber(stats.get(), "FileSize", 123456, kFlagReadOnly);
-    AddText(stats.get(), "Filename", "/music/a.mp3", kTypeText, kFlagReadOnly);
-    AddText(stats.get(), "MimeType", "audio/mpeg", kTypeText, kFlagReadOnly | kFlagPrivate);
+    AddTyped(stats.get(), "Filename", "/music/a.mp3", kTypeText, kFlagReadOnly);
+    AddTyped(stats.get(), "MimeType", "audio/mpeg", kTypeText, kFlagReadOnly | kFlagPrivate);
     AddNumber(stats.get(), "Length", 0xFFFFFFFFu, kFlagReadOnly);
     AddNumber(stats.get(), "Channels", 0, kFlagReadOnly);
 
-    AddText(AddGroup(r, "Web Links").get(), "Home", "http://example.com/?a=1&b=2", kTypeUrl);
-    AddText(AddGroup(r, "Dates").get(), "Released", "1959-12-28", kTypeDate);
-    AddText(AddGroup(r, "Files").get(), "Playlist", "C:\\Music\\list.m3u", kTypeFilename);
+    AddTyped(AddGroup(r, "Web Links").get(), "Home", "http://example.com/?a=1&b=2", kTypeUrl);
+    AddTyped(AddGroup(r, "Dates").get(), "Released", "1959-12-28", kTypeDate);
+    AddTyped(AddGroup(r, "Files").get(), "Playlist", "C:\\Music\\list.m3u", kTypeFilename);
 
     Node binary = AddGroup(r, "Binary");
     // Whole groups of four bytes: the XML form pads a shorter last group.
@@ -114,23 +114,23 @@ Node EveryTypeTree() {
     Add(binary.get(), "Zeros", kTypeBinary, 0, zeros, sizeof zeros);
 
     Node flags = AddGroup(r, "Flags", kFlagShortcut | kFlagStagnant);
-    AddText(flags.get(), "ReadOnly", "r", kTypeText, kFlagReadOnly);
-    AddText(flags.get(), "Private", "p", kTypeText, kFlagReadOnly | kFlagPrivate);
-    AddText(flags.get(), "TypeFlag", "t", kTypeText, kFlagType);
-    AddText(flags.get(), "Shortcut", "s", kTypeText, kFlagShortcut);
-    AddText(flags.get(), "Stagnant", "g", kTypeText, kFlagStagnant);
-    AddText(flags.get(), "AllNamed", "a", kTypeText, 0x77);
+    AddTyped(flags.get(), "ReadOnly", "r", kTypeText, kFlagReadOnly);
+    AddTyped(flags.get(), "Private", "p", kTypeText, kFlagReadOnly | kFlagPrivate);
+    AddTyped(flags.get(), "TypeFlag", "t", kTypeText, kFlagType);
+    AddTyped(flags.get(), "Shortcut", "s", kTypeText, kFlagShortcut);
+    AddTyped(flags.get(), "Stagnant", "g", kTypeText, kFlagStagnant);
+    AddTyped(flags.get(), "AllNamed", "a", kTypeText, 0x77);
 
     Node flat = AddGroup(r, "Flat", kFlagFlatten);
-    AddText(flat.get(), "Inner", "inside a flatten group");
+    AddTyped(flat.get(), "Inner", "inside a flatten group");
 
     Node deep = AddGroup(r, "Deep");
-    AddText(AddGroup(AddGroup(deep.get(), "L1").get(), "L2").get(), "L3", "three levels down");
+    AddTyped(AddGroup(AddGroup(deep.get(), "L1").get(), "L2").get(), "L3", "three levels down");
 
     Add(r, "Nothing", kTypeNone, 0, nullptr, 0);
-    AddText(r, "Ref", "opaque reference bytes", kTypeReference);
-    AddText(r, "Special <name> & \"quotes\" 'too'", "<>&\"'");
-    AddText(r, "Empty", "");
+    AddTyped(r, "Ref", "opaque reference bytes", kTypeReference);
+    AddTyped(r, "Special <name> & \"quotes\" 'too'", "<>&\"'");
+    AddTyped(r, "Empty", "");
     return root;
 }
 

@@ -9,22 +9,12 @@
 #include <string>
 #include <vector>
 
-#include "metaprop/metaprop_component.h"
-#include "tagvera/com_ptr.h"
-#include "tagvera/metaprop.h"
+#include "metaprop/tree_test_support.h"
 #include "tagvera/metaprop_serialize.h"
-#include "tagvera/vocabulary.h"
 
 namespace tagvera::testing {
 
-using Node = ComPtr<IMPAMetaProperty>;
 using Bytes = std::vector<uint8_t>;
-
-inline Node NewTree() {
-    Node node;
-    EXPECT_EQ(CreateStandaloneMetaProperty(node.put()), TV_S_OK);
-    return node;
-}
 
 inline ComPtr<IMPAMetaPropertySerialize> Serialize(IMPAMetaProperty* node) {
     auto s = QueryAs<IMPAMetaPropertySerialize>(node, IID_IMPAMetaPropertySerialize);
@@ -84,16 +74,14 @@ inline Node Add(IMPAMetaProperty* parent, const char* name, uint32_t type, uint3
         << name;
     return node;
 }
-inline Node AddText(IMPAMetaProperty* parent, const char* name, const std::string& text, uint32_t type = kTypeText,
-                    uint32_t flags = 0) {
+// A value of text and its NUL, of any type (AddText of the tree support makes text through the shortcut).
+inline Node AddTyped(IMPAMetaProperty* parent, const char* name, const std::string& text, uint32_t type = kTypeText,
+                     uint32_t flags = 0) {
     return Add(parent, name, type, flags, text.c_str(), static_cast<uint32_t>(text.size() + 1));
 }
 inline Node AddNumber(IMPAMetaProperty* parent, const char* name, uint32_t value, uint32_t flags = 0) {
     const uint8_t le[4] = {uint8_t(value), uint8_t(value >> 8), uint8_t(value >> 16), uint8_t(value >> 24)};
     return Add(parent, name, kTypeNumber, flags, le, 4);
-}
-inline Node AddGroup(IMPAMetaProperty* parent, const char* name, uint32_t flags = 0) {
-    return Add(parent, name, kTypeGroup, flags, nullptr, 0);
 }
 
 // The bytes of the value at path; none when the node or its value is missing.

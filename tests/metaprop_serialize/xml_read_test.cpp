@@ -73,9 +73,9 @@ TEST(XmlRead, ValuesByTypeWithNamesMatchedWithoutCase) {
 TEST(XmlRead, ExistingChildrenAreReusedAndKeepWhatIsNotSaid) {
     Node tree = NewTree();
     Node track = AddGroup(tree.get(), "Track");
-    AddText(track.get(), "Name", "old");
-    AddText(track.get(), "Genre", "kept");
-    AddText(tree.get(), "Note", "keeps its value");
+    AddTyped(track.get(), "Name", "old");
+    AddTyped(track.get(), "Genre", "kept");
+    AddTyped(tree.get(), "Note", "keeps its value");
     ASSERT_EQ(ReadXml(tree.get(),
                       "<KJMETADATA><PROP name=\"Track\" type=\"group\">"
                       "<PROP name=\"Name\" value=\"new\" /></PROP>"

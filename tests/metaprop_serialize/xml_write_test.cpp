@@ -15,7 +15,7 @@ TEST(XmlWrite, LayoutFlatAndPrettyPrinted) {
     EXPECT_EQ(WriteXml(tree.get()), "<KJMETADATA></KJMETADATA>");
     EXPECT_EQ(WriteXml(tree.get(), true), "\r\n<KJMETADATA></KJMETADATA>");
     Node track = AddGroup(tree.get(), "Track");
-    AddText(track.get(), "Name", "So What");
+    AddTyped(track.get(), "Name", "So What");
     AddGroup(track.get(), "Empty");
     AddNumber(tree.get(), "Plays", 3);
     EXPECT_EQ(WriteXml(tree.get(), true),
@@ -34,7 +34,7 @@ TEST(XmlWrite, LayoutFlatAndPrettyPrinted) {
 
 TEST(XmlWrite, ValuesByType) {
     Node tree = NewTree();
-    AddText(tree.get(), "a", "<'&\">", kTypeText);
+    AddTyped(tree.get(), "a", "<'&\">", kTypeText);
     const uint8_t one = 1, seven = 7;
     Add(tree.get(), "b", kTypeFlag, 0, &one, 1);
     Add(tree.get(), "c", kTypeFlag, 0, &seven, 1);
@@ -43,10 +43,10 @@ TEST(XmlWrite, ValuesByType) {
     AddNumber(tree.get(), "e", 0xFFFFFFFFu);
     const uint8_t five[] = {0x00, 0x01, 0x7f, 0x80, 0xff};
     Add(tree.get(), "f", kTypeBinary, 0, five, 5);
-    AddText(tree.get(), "g", "x", kTypeNone);
+    AddTyped(tree.get(), "g", "x", kTypeNone);
     Add(tree.get(), "h", 20, 0, "?", 2);
-    AddText(tree.get(), "i", "never written", kTypeReference);
-    AddText(tree.get(), "j", "u&l", kTypeUrl);
+    AddTyped(tree.get(), "i", "never written", kTypeReference);
+    AddTyped(tree.get(), "j", "u&l", kTypeUrl);
     EXPECT_EQ(WriteXml(tree.get()),
               "<KJMETADATA>"
               "<PROP name=\"a\" type=\"text\" value=\"&lt;&apos;&amp;&quot;&gt;\" />"
@@ -64,9 +64,9 @@ TEST(XmlWrite, ValuesByType) {
 
 TEST(XmlWrite, FlagNamesInOrderWithoutTheModifiedBit) {
     Node tree = NewTree();
-    AddText(tree.get(), "a", "", kTypeText, 0x0B);
-    AddText(tree.get(), "b", "", kTypeText, 0x08);
-    AddText(tree.get(), "c", "", kTypeText, 0x77 | 0x80);
+    AddTyped(tree.get(), "a", "", kTypeText, 0x0B);
+    AddTyped(tree.get(), "b", "", kTypeText, 0x08);
+    AddTyped(tree.get(), "c", "", kTypeText, 0x77 | 0x80);
     EXPECT_EQ(WriteXml(tree.get()),
               "<KJMETADATA>"
               "<PROP name=\"a\" type=\"text\" flags=\"readonly,private\" value=\"\" />"
@@ -78,7 +78,7 @@ TEST(XmlWrite, FlagNamesInOrderWithoutTheModifiedBit) {
 TEST(XmlWrite, ReferencesShowWhatTheyReferTo) {
     test::ScratchDir dir;
     Node tree = NewTree();
-    AddText(tree.get(), "File", dir.write("lyrics.txt", Bytes(12, 'l')), kTypeFileReference);
+    AddTyped(tree.get(), "File", dir.write("lyrics.txt", Bytes(12, 'l')), kTypeFileReference);
     const uint8_t data[] = {1, 2, 3};
     Add(tree.get(), "Data", kTypeDataReference, kFlagShortcut, data, 3);
     EXPECT_EQ(WriteXml(tree.get()),
@@ -94,7 +94,7 @@ TEST(XmlWrite, ReferencesShowWhatTheyReferTo) {
 TEST(XmlWrite, NodesMarkedDeletedAreLeftOut) {
     Node tree = NewTree();
     Node track = AddGroup(tree.get(), "Track");
-    AddText(track.get(), "Gone", "x")->SetChanged(kDeleted);
+    AddTyped(track.get(), "Gone", "x")->SetChanged(kDeleted);
     AddGroup(tree.get(), "Album")->SetChanged(kDeleted);
     EXPECT_EQ(WriteXml(tree.get()), "<KJMETADATA><PROP name=\"Track\" type=\"group\" /></KJMETADATA>");
 }
