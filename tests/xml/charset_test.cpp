@@ -1,5 +1,5 @@
-// The eight character sets: which bytes start a two-byte character, how the document's own
-// declaration switches the set, and how two-byte characters count in columns and names.
+// The character sets: their names, how the document's own declaration switches the set, and how
+// two-byte characters count in columns and names.
 #include <gtest/gtest.h>
 
 #include "tagvera/xml.h"
@@ -11,28 +11,6 @@ namespace {
 
 using Events = std::vector<std::string>;
 
-struct LeadRanges {
-    const char* name;
-    std::vector<std::pair<int, int>> ranges;
-};
-
-const LeadRanges kTable[] = {
-    {"Default", {{0x81, 0xFF}}},
-    {"US-ASCII", {}},
-    {"Shift-JIS", {{0x81, 0x9F}, {0xE0, 0xFC}}},
-    {"Big5", {{0x81, 0xFE}}},
-    {"GB2312", {{0xA1, 0xFE}}},
-    {"EUC-KR", {{0x84, 0xD3}, {0xD8, 0xDE}, {0xE0, 0xF9}}},
-    {"ISO-2022-KR", {{0x81, 0xFE}}},
-    {"ISO-8859-1", {}},
-};
-
-bool InRanges(const LeadRanges& set, int b) {
-    for (const auto& [first, last] : set.ranges)
-        if (b >= first && b <= last) return true;
-    return false;
-}
-
 TEST(XmlCharset, NamesMatchIgnoringCaseAndUnknownNamesUseDefault) {
     EXPECT_TRUE(Charset::ForName("shift_jis").sameAs(Charset::ForName("Shift-JIS")));
     EXPECT_TRUE(Charset::ForName("euc-kr").sameAs(Charset::ForName("EUC-KR")));
@@ -42,23 +20,6 @@ TEST(XmlCharset, NamesMatchIgnoringCaseAndUnknownNamesUseDefault) {
     EXPECT_FALSE(Charset::ForName("Big5").sameAs(Charset::ForName("GB2312")));
     // UTF-8 pairs nothing: none of its sequences holds a byte below 0x80.
     EXPECT_TRUE(Charset::ForName("utf-8").singleByte());
-}
-
-// "<r>" byte "<x/></r>": after a lead byte the "<" belongs to the character and "<x/>" is text.
-TEST(XmlCharset, EachSetHasItsLeadBytesAndAPairedByteIsNeverMarkup) {
-    for (const LeadRanges& set : kTable) {
-        for (int b = 0x80; b <= 0xFF; ++b) {
-            const std::string doc = std::string("<r>") + static_cast<char>(b) + "<x/></r>";
-            const Outcome r = Parse(doc, {}, set.name);
-            ASSERT_EQ(r.code, TV_S_OK) << set.name << " " << b;
-            char hex[8];
-            std::snprintf(hex, sizeof hex, "\\x%02X", b);
-            const Events paired{"start r @1:1", "text \"" + std::string(hex) + "<x/>\"", "end r", "end-document @1:12"};
-            const Events single{"start r @1:1", "text \"" + std::string(hex) + "\"", "start x @1:5", "end x", "end r",
-                                "end-document @1:13"};
-            EXPECT_EQ(r.events, InRanges(set, b) ? paired : single) << set.name << " " << b;
-        }
-    }
 }
 
 struct CharsetCase {

@@ -181,20 +181,5 @@ TEST(XmlReader, AFailureStaysForLaterPieces) {
     }
 }
 
-TEST(XmlReader, AFailingHandlerStopsTheParseWithItsResult) {
-    EventLog log;
-    log.failOn = "text";
-    log.failWith = static_cast<HRESULT>(0x80041234u);
-    Reader reader(log, "", {});
-    try {
-        reader.feed("<a>x<b/></a>", true);
-        FAIL();
-    } catch (const Error& e) {
-        EXPECT_EQ(e.code(), static_cast<HRESULT>(0x80041234u));
-    }
-    EXPECT_EQ(log.events, (Events{"start a @1:1", "text \"x\""}));
-    EXPECT_EQ(reader.position().column, 4u);
-}
-
 }  // namespace
 }  // namespace tagvera::xml::testing
