@@ -22,6 +22,17 @@ struct ValueMaker {
 inline std::ostream& operator<<(std::ostream& os, const ValueMaker& m) { return os << m.name; }
 
 std::vector<ValueMaker> AllValueMakers();
+
+// Every number as "name=value", in enumeration order.
+inline std::vector<std::string> NumberValues(IKMAValues* v) {
+    std::vector<std::string> out;
+    const char* name = nullptr;
+    uint32_t value = 0;
+    for (HRESULT hr = v->GetFirstNumberValue(&name, &value); tagvera::Succeeded(hr);
+         hr = v->GetNextNumberValue(&name, &value))
+        out.push_back(std::string(name) + "=" + std::to_string(value));
+    return out;
+}
 inline std::string MakerName(const ::testing::TestParamInfo<ValueMaker>& param) { return param.param.name; }
 
 // A contract test, run once per maker, with the maker's objects at hand.
