@@ -198,7 +198,7 @@ TEST_F(Lifecycle, WholeLifeThroughTheEntryPoints) {
     EXPECT_EQ(lib.Shutdown(), TV_E_FAIL);
 }
 
-TEST_F(Lifecycle, PackageInterfaceLookupFollowsTheRules) {
+TEST_F(Lifecycle, ComponentsTakeAnOuterObjectAndKeepThePackageUntilTheyGo) {
     ComPtr<IUnknown> unknown;
     ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
     for (const GUID* iid : {&IID_IKMAPlugin, &IID_IKMAComponentPlugin, &IID_IKMAPluginNamespace, &IID_IKMAToolServices}) {
@@ -211,17 +211,26 @@ TEST_F(Lifecycle, PackageInterfaceLookupFollowsTheRules) {
     EXPECT_EQ(out, nullptr);
     EXPECT_EQ(unknown->QueryInterface(IID_IKNContextUser, &out), TV_E_NOINTERFACE);
     EXPECT_EQ(unknown->QueryInterface(IID_IKMAPlugin, nullptr), TV_E_POINTER);
-    unknown.reset();
-    EXPECT_EQ(lib.Shutdown(), TV_S_OK);
-}
-
-TEST_F(Lifecycle, ComponentsKeepThePackageUntilTheyGo) {
-    ComPtr<IUnknown> unknown;
-    ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
     auto package = QueryAs<IKMAComponentPlugin>(unknown, IID_IKMAComponentPlugin);
     auto context = HostContext::Create();
     ASSERT_EQ(QueryAs<IKMAPlugin>(unknown, IID_IKMAPlugin)->InitializePlugin(context.get()), TV_S_OK);
     const PackageEvents& events = *context->events();
+
+    // The outer object is passed on; the aggregation rules themselves are the component base's.
+    Outer outer;
+    IUnknown* inner = nullptr;
+    ASSERT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, &inner, &outer), TV_S_OK);
+    ASSERT_NE(inner, static_cast<IUnknown*>(&outer));
+    IMPAMetaProperty* aggregated = nullptr;
+    ASSERT_EQ(inner->QueryInterface(IID_IMPAMetaProperty, reinterpret_cast<void**>(&aggregated)), TV_S_OK);
+    void* viaNode = nullptr;
+    ASSERT_EQ(aggregated->QueryInterface(IID_IUnknown, &viaNode), TV_S_OK);
+    EXPECT_EQ(viaNode, &outer);
+    EXPECT_EQ(outer.refs, 3) << "the interface and the outer unknown count on the outer object";
+    outer.Release();
+    aggregated->Release();
+    EXPECT_EQ(inner->Release(), 0u);
+    EXPECT_FALSE(events.busy);
 
     ComPtr<IUnknown> tree;
     ASSERT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, tree.put(), nullptr), TV_S_OK);
@@ -237,33 +246,6 @@ TEST_F(Lifecycle, ComponentsKeepThePackageUntilTheyGo) {
     EXPECT_FALSE(events.registered) << "the package went with its last component";
     EXPECT_EQ(events.calls.back(), "Unregister");
     EXPECT_EQ(events.liveLifetimeObjects, 0);
-}
-
-TEST_F(Lifecycle, CreateComponentPassesTheOuterObjectOn) {
-    // The aggregation rules themselves are the component base's (see the component tests).
-    ComPtr<IUnknown> unknown;
-    ASSERT_EQ(lib.CreateInstance(unknown.put()), TV_S_OK);
-    auto package = QueryAs<IKMAComponentPlugin>(unknown, IID_IKMAComponentPlugin);
-    auto context = HostContext::Create();
-    ASSERT_EQ(QueryAs<IKMAPlugin>(unknown, IID_IKMAPlugin)->InitializePlugin(context.get()), TV_S_OK);
-
-    Outer outer;
-    IUnknown* inner = nullptr;
-    ASSERT_EQ(package->CreateComponent(CLSID_CMPAMetaProperty, &inner, &outer), TV_S_OK);
-    ASSERT_NE(inner, static_cast<IUnknown*>(&outer));
-    IMPAMetaProperty* node = nullptr;
-    ASSERT_EQ(inner->QueryInterface(IID_IMPAMetaProperty, reinterpret_cast<void**>(&node)), TV_S_OK);
-    void* viaNode = nullptr;
-    ASSERT_EQ(node->QueryInterface(IID_IUnknown, &viaNode), TV_S_OK);
-    EXPECT_EQ(viaNode, &outer);
-    EXPECT_EQ(outer.refs, 3) << "the interface and the outer unknown count on the outer object";
-    outer.Release();
-    node->Release();
-    EXPECT_EQ(inner->Release(), 0u);
-    EXPECT_FALSE(context->events()->busy);
-    package.reset();
-    unknown.reset();
-    EXPECT_EQ(lib.Shutdown(), TV_S_OK);
 }
 
 }  // namespace
