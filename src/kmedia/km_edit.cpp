@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "base/error.h"
+#include "kmedia/convert/convert_files.h"
 #include "kmedia/convert/stream_converter.h"
 #include "kmedia/file_info_values.h"
 #include "kmedia/logical_stream.h"
@@ -112,9 +113,6 @@ HRESULT KmEditEngine::Save() {
     if (!headers_) return TV_E_NOTLOADED;
     if (output_.empty()) return TV_E_INVALIDARG;
     return Guard([&]() -> HRESULT {
-        platform::File input(input_, platform::OpenMode::Read);
-        // The headers again: the file may have changed since it was opened.
-        const KmHeaders now = ReadKmHeaders(input);
         ConvertPlan plan;
         plan.content = content_;
         plan.flags = flags_;
@@ -122,11 +120,17 @@ HRESULT KmEditEngine::Save() {
         plan.startMs = startMs_;
         plan.endMs = endMs_;
         plan.fileVersion = fileVersion_;
-        const platform::FileLayout layout = ConvertLayout(input, now, plan);
-        // A new output file starts empty, so that the rewrite has a file to replace.
         std::error_code ec;
-        if (!std::filesystem::exists(output_, ec)) platform::WriteFileAtomically(output_, {});
-        platform::RewriteFile(output_, layout);
+        if (!std::filesystem::equivalent(input_, output_, ec)) {
+            ConvertFiles({input_}, output_, plan);
+            return TV_S_OK;
+        }
+        // The file rewrites itself: its packets come from its old content as the write hands it
+        // over, which for a file with several names is the undo journal's copy.
+        platform::File input(input_, platform::OpenMode::Read);
+        // The headers again: the file may have changed since it was opened.
+        const KmHeaders now = ReadKmHeaders(input);
+        platform::RewriteFile(output_, ConvertLayout(input, now, plan, true));
         return TV_S_OK;
     });
 }

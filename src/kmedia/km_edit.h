@@ -59,7 +59,8 @@ public:
     uint32_t DurationMs() const;
 
     // Writes the output file (which may be the input): TV_E_NOTLOADED without an input, E_FAIL
-    // for an input whose packets do not hold together; the output is then untouched.
+    // for an input whose packets do not hold together; an existing output is then untouched and
+    // a new one is not left behind.
     HRESULT Save();
 
 private:

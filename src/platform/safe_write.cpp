@@ -180,7 +180,7 @@ void WritePieces(const FileLayout& layout, ByteSource& source, const std::string
             case FileLayout::Piece::Kind::Copy: CopyRange(source, name, p.offset, p.length, out); break;
             case FileLayout::Piece::Kind::Bytes: out.write(p.data); break;
             case FileLayout::Piece::Kind::Fill: Fill(p.length, p.value, out); break;
-            case FileLayout::Piece::Kind::Generate: p.producer(out); break;
+            case FileLayout::Piece::Kind::Generate: p.producer(out, source); break;
         }
     }
     out.flush();
@@ -311,7 +311,7 @@ FileLayout& FileLayout::fill(uint64_t count, uint8_t value) {
     return *this;
 }
 
-FileLayout& FileLayout::generate(std::function<void(ByteSink&)> producer) {
+FileLayout& FileLayout::generate(Producer producer) {
     Piece p{Piece::Kind::Generate};
     p.producer = std::move(producer);
     pieces_.push_back(std::move(p));
@@ -405,7 +405,7 @@ void RewriteFile(const std::string& path, const FileLayout& layout, HardLinks li
 }
 
 void WriteFileAtomically(const std::string& path, std::span<const uint8_t> bytes, unsigned newFilePermissions) {
-    const auto content = FileLayout().generate([bytes](ByteSink& out) { out.write(bytes); });
+    const auto content = FileLayout().generate([bytes](ByteSink& out, ByteSource&) { out.write(bytes); });
     const Target t = Inspect(path);
     if (t.exists) return RewriteFile(path, content);
     ReplaceFile(t, nullptr, newFilePermissions, [&](BufferedWriter& out) {

@@ -115,8 +115,11 @@ public:
     // count bytes of value (padding).
     FileLayout& fill(uint64_t count, uint8_t value = 0);
     // Bytes produced while writing, for output too large to hold (a re-multiplexed stream). The
-    // producer may throw; the write then fails like any other step.
-    FileLayout& generate(std::function<void(ByteSink&)> producer);
+    // producer may throw; the write then fails like any other step. original holds the file's
+    // old content as the write sees it (the undo journal's copy while a file with several names
+    // is rewritten in place): a producer that reads the file being rewritten reads it there.
+    using Producer = std::function<void(ByteSink& out, ByteSource& original)>;
+    FileLayout& generate(Producer producer);
 
     // Bytes the layout adds up to, not counting generated pieces.
     uint64_t knownSize() const;
@@ -127,7 +130,7 @@ public:
         uint64_t length = 0;  // Copy, Fill: how many bytes
         uint8_t value = 0;    // Fill
         std::vector<uint8_t> data;
-        std::function<void(ByteSink&)> producer;
+        Producer producer;
     };
     const std::vector<Piece>& pieces() const { return pieces_; }
 

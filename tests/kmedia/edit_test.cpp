@@ -184,6 +184,27 @@ TEST(KmEdit, DamagedPacketsFailAndLeaveTheOutputAlone) {
     EXPECT_EQ(none.Save(), TV_E_NOTLOADED);
 }
 
+// A file with a second name is rewritten in place; its packets were read back from bytes the
+// grown headers had already overwritten, so the save failed (or, by chance, copied wrong ones).
+TEST(KmEdit, SaveOverAFileWithTwoNamesCopiesItsOwnPackets) {
+    test::ScratchDir dir;
+    const std::string in = dir.file("in.km"), link = dir.file("link.km");
+    auto spec = Sample();
+    spec.packetsPerStream = 1000;
+    spec.payloadSize = 4000;
+    const auto input = BuildKmFile(spec);
+    WriteFile(in, input);
+    std::filesystem::create_hard_link(in, link);
+    KmEditEngine edit;
+    ASSERT_EQ(edit.SetInputFile(in, true), TV_S_OK);
+    edit.SetTitle(std::string(60000, 't'));
+    edit.SetOutputFile(in);
+    ASSERT_EQ(edit.Save(), TV_S_OK);
+    const auto output = test::ReadAll(link);
+    MemorySource inSrc(input);
+    EXPECT_EQ(Packets(output, CheckConsistent(output)), Packets(input, ReadKmHeaders(inSrc)));
+}
+
 // The editing object as a host holds it: every call through the interface tables.
 ComPtr<IKMAKMEdit3> OpenEdit(const std::string& in) {
     ComPtr<IKMAKMEdit3> edit;

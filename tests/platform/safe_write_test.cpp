@@ -52,7 +52,7 @@ FileLayout SampleLayout(std::vector<uint8_t>* expected, const std::vector<uint8_
     const std::string tag = "ID3 new tag";
     const auto generated = Pattern(300'000, 9);
     FileLayout layout;
-    layout.bytes(Span(tag)).copy(100, 1'400'000).fill(1500).generate([generated](ByteSink& out) {
+    layout.bytes(Span(tag)).copy(100, 1'400'000).fill(1500).generate([generated](ByteSink& out, ByteSource&) {
         out.write(std::span(generated).first(1000));
         out.write(std::span(generated).subspan(1000));
     });
@@ -94,7 +94,7 @@ TEST(RewriteFile, TheTemporaryFileHasNoNameOrOneKnownInAdvance) {
     for (const bool anonymous : {true, false}) {
         Names during;
         if (!anonymous) fault::FailNth(fault::Step::Link, 1, EOPNOTSUPP);
-        RewriteFile(m.path, FileLayout().copy(0, 5).generate([&](ByteSink&) { during = m.dir.entries(); }));
+        RewriteFile(m.path, FileLayout().copy(0, 5).generate([&](ByteSink&, ByteSource&) { during = m.dir.entries(); }));
         fault::Reset();
         EXPECT_EQ(during, anonymous ? Names{"a.mp3"} : (Names{".a.mp3.tagvera-new.tmp", "a.mp3"}));
         EXPECT_EQ(m.dir.entries(), Names{"a.mp3"});
@@ -103,7 +103,7 @@ TEST(RewriteFile, TheTemporaryFileHasNoNameOrOneKnownInAdvance) {
 
 TEST(RewriteFile, AFailingProducerOrARangePastTheEndLeavesTheOriginal) {
     Media m;
-    EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(0, 1000).generate([](ByteSink&) {
+    EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(0, 1000).generate([](ByteSink&, ByteSource&) {
         throw Error(TV_E_FAIL, "codec gave up");
     })), Error);
     EXPECT_TRUE(m.untouched());

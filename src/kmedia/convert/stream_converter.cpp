@@ -14,6 +14,7 @@ constexpr uint64_t kMax32 = UINT32_MAX;
 // One input's packets on their way out: where they lie and how their headers change.
 struct PacketSource {
     ByteSource* file = nullptr;
+    bool rewritten = false;
     uint64_t dataOffset = 0;
     DataHeaderObject data;
     uint32_t shiftMs = 0;
@@ -56,7 +57,7 @@ std::vector<PacketSource> Sources(std::span<const ConvertInput> inputs, uint32_t
     for (const ConvertInput& in : inputs) {
         const KmHeaders& h = *in.headers;
         if (!h.data || !h.data->header.KnownVersion()) throw Error(TV_E_FAIL, "no readable DATA object");
-        PacketSource s{in.file, h.dataOffset, *h.data, static_cast<uint32_t>(at), {}};
+        PacketSource s{in.file, in.rewritten, h.dataOffset, *h.data, static_cast<uint32_t>(at), {}};
         const std::vector<uint16_t> own = PhysicalStreams(h);
         for (size_t i = 0; i < own.size() && i < first.size(); ++i)
             if (own[i] != first[i]) s.renumber[own[i]] = first[i];
@@ -177,11 +178,11 @@ platform::FileLayout ConvertLayout(std::span<const ConvertInput> inputs, const C
     // Pass 2, while the output is written: the same packets, each with its header as it goes out
     // and its payload copied as it is.
     const ConvertPlan range{.startMs = plan.startMs, .endMs = plan.endMs};
-    layout.generate([sources, range, packets](platform::ByteSink& sink) {
+    layout.generate([sources, range, packets](platform::ByteSink& sink, ByteSource& original) {
         uint32_t written = 0;
         std::vector<uint8_t> header;
         for (const PacketSource& source : sources) {
-            PacketScan copy(*source.file, source.dataOffset, source.data);
+            PacketScan copy(source.rewritten ? original : *source.file, source.dataOffset, source.data);
             bool keep = false;
             size_t inputHeaderLeft = 0;
             const PacketScan::Consumer consumer = [&](std::span<const uint8_t> bytes) {
@@ -209,8 +210,9 @@ platform::FileLayout ConvertLayout(std::span<const ConvertInput> inputs, const C
     return layout;
 }
 
-platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan) {
-    const ConvertInput one{&input, &headers};
+platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan,
+                                   bool rewritten) {
+    const ConvertInput one{&input, &headers, rewritten};
     return ConvertLayout(std::span(&one, 1), plan);
 }
 

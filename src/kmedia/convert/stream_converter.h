@@ -30,6 +30,9 @@ struct ConvertPlan {
 struct ConvertInput {
     ByteSource* file = nullptr;
     const KmHeaders* headers = nullptr;
+    // The input is the file the layout rewrites: its packets are copied from its old content as
+    // the write hands it over, never from bytes the write may already have replaced.
+    bool rewritten = false;
 };
 
 // The output as a layout for platform::RewriteFile; the inputs must stay open until it is written.
@@ -38,7 +41,8 @@ struct ConvertInput {
 // first input's (by their order), so that time runs on. A 32-bit offset or time that would
 // overflow throws Error (E_FAIL) before anything is written.
 platform::FileLayout ConvertLayout(std::span<const ConvertInput> inputs, const ConvertPlan& plan);
-platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan);
+platform::FileLayout ConvertLayout(ByteSource& input, const KmHeaders& headers, const ConvertPlan& plan,
+                                   bool rewritten = false);
 
 }  // namespace tagvera::kmedia
 

@@ -98,7 +98,7 @@ void AddToLayout(platform::FileLayout& layout, const id3v2::RenderedTag& tag) {
     ForEachPiece(
         tag,
         [&](std::span<const uint8_t> bytes) {
-            if (!bytes.empty()) layout.generate([bytes](platform::ByteSink& out) { out.write(bytes); });
+            if (!bytes.empty()) layout.generate([bytes](platform::ByteSink& out, ByteSource&) { out.write(bytes); });
         },
         [&](const id3v2::Frame::Deferred& data) { layout.copy(data.offset, data.size); });
     layout.fill(tag.padding);
