@@ -18,8 +18,7 @@ namespace tagvera::platform {
 namespace {
 
 using test::ScratchDir;
-
-std::span<const uint8_t> Span(const std::string& s) { return {reinterpret_cast<const uint8_t*>(s.data()), s.size()}; }
+using test::Span;
 
 // A counter in the first eight bytes, raised by read-modify-writes that patch in place and
 // rewrite in turn: without the lock, two writers lose each other's increments.

@@ -4,25 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include "mpeg/mpeg_test_support.h"
 #include "platform/scratch_dir.h"
 
 namespace tagvera {
 namespace {
 
-class CountingSource final : public ByteSource {
-public:
-    explicit CountingSource(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)), memory_(bytes_) {}
-    uint64_t size() const override { return memory_.size(); }
-    size_t readAt(uint64_t offset, std::span<uint8_t> out) override {
-        ++reads;
-        return memory_.readAt(offset, out);
-    }
-    unsigned reads = 0;
-
-private:
-    std::vector<uint8_t> bytes_;
-    MemorySource memory_;
-};
+using testing::CountingSource;
 
 std::vector<uint8_t> Read(ByteSource& s, uint64_t offset, size_t n) {
     std::vector<uint8_t> out(n);
@@ -31,7 +19,9 @@ std::vector<uint8_t> Read(ByteSource& s, uint64_t offset, size_t n) {
 }
 
 TEST(HeadTailSource, ProbesOfBothEndsCostOneReadEach) {
-    CountingSource file(test::Pattern(100'000));
+    const auto bytes = test::Pattern(100'000);
+    MemorySource memory(bytes);
+    CountingSource file(memory);
     HeadTailSource probes(file, 8192, 4096);
     const auto head = Read(probes, 0, 10);
     const auto tag = Read(probes, 0, 1300);
@@ -56,7 +46,9 @@ TEST(HeadTailSource, ProbesOfBothEndsCostOneReadEach) {
 }
 
 TEST(HeadTailSource, EveryReadOfASmallFileGivesTheSourcesBytes) {
-    CountingSource file(test::Pattern(300, 3));
+    const auto bytes = test::Pattern(300, 3);
+    MemorySource memory(bytes);
+    CountingSource file(memory);
     HeadTailSource probes(file, 128, 64);
     for (uint64_t offset = 0; offset <= 310; offset += 7)
         for (size_t n : {0u, 1u, 10u, 64u, 65u, 128u, 200u, 400u})

@@ -23,9 +23,8 @@ using test::Pattern;
 using test::ReadAll;
 using test::ScratchDir;
 using test::WriteAll;
+using test::Span;
 using Names = std::set<std::string>;
-
-std::span<const uint8_t> Span(const std::string& s) { return {reinterpret_cast<const uint8_t*>(s.data()), s.size()}; }
 
 mode_t ModeOf(const std::string& path) {
     struct stat st {};

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,13 @@ public:
     std::string file(const std::string& name) const { return path_ + "/" + name; }
     // Writes bytes to a file of the folder; its path.
     std::string write(const std::string& name, const std::vector<uint8_t>& bytes) const;
+    // Copies a file into the folder (under its own name by default), owner-writable; its path.
+    std::string copy(const std::string& from, const std::string& name = "") const {
+        const std::string to = file(name.empty() ? std::filesystem::path(from).filename().string() : name);
+        std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::permissions(to, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+        return to;
+    }
     // Names in the folder, sorted.
     std::set<std::string> entries() const {
         std::set<std::string> out;
@@ -72,6 +80,9 @@ inline std::string ReadText(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
+
+// A string's bytes, as writers take them.
+inline std::span<const uint8_t> Span(const std::string& s) { return {reinterpret_cast<const uint8_t*>(s.data()), s.size()}; }
 
 // Deterministic bytes that differ at every offset, so misplaced copies show.
 inline std::vector<uint8_t> Pattern(size_t n, uint32_t seed = 1) {

@@ -5,20 +5,14 @@
 #include <string>
 #include <vector>
 
+#include "platform/scratch_dir.h"
+
 namespace tagvera::text {
 namespace {
 
 const std::string R = "\xEF\xBF\xBD";  // U+FFFD in UTF-8
 
-std::vector<uint8_t> Bytes(std::initializer_list<int> v) {
-    std::vector<uint8_t> out;
-    for (int b : v) out.push_back(static_cast<uint8_t>(b));
-    return out;
-}
-
-std::span<const uint8_t> AsBytes(const std::string& s) {
-    return {reinterpret_cast<const uint8_t*>(s.data()), s.size()};
-}
+using Bytes = std::vector<uint8_t>;
 
 struct BadUtf8 {
     const char* name;
@@ -111,10 +105,10 @@ TEST(Utf16, DecodingPairsAndReplacesWhatCannotBePaired) {
     const std::string grin = "\xF0\x9F\x98\x80";  // U+1F600
     const Utf16Case cases[] = {
         // High surrogate then 'A'; a lone low surrogate; a high surrogate as the last unit.
-        {"unpaired surrogates", Bytes({0x00, 0xD8, 0x41, 0x00, 0x00, 0xDC, 0x42, 0x00, 0x00, 0xD8}), false,
+        {"unpaired surrogates", Bytes{0x00, 0xD8, 0x41, 0x00, 0x00, 0xDC, 0x42, 0x00, 0x00, 0xD8}, false,
          R + "A" + R + "B" + R, true},
-        {"odd length", Bytes({0x41, 0x00, 0x42}), false, "A" + R, true},
-        {"one byte", Bytes({0x41}), true, R, true},
+        {"odd length", Bytes{0x41, 0x00, 0x42}, false, "A" + R, true},
+        {"one byte", Bytes{0x41}, true, R, true},
         {"nothing", {}, true, "", false},
     };
     for (const Utf16Case& c : cases) {
@@ -127,11 +121,11 @@ TEST(Utf16, DecodingPairsAndReplacesWhatCannotBePaired) {
 }
 
 TEST(Utf16, ByteOrderMarkChoosesTheOrder) {
-    EXPECT_EQ(Utf16BomToUtf8(Bytes({0xFF, 0xFE, 0x41, 0x00}), true), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes({0xFE, 0xFF, 0x00, 0x41}), false), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes({0x00, 0x41}), true), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes({0x41, 0x00}), false), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes({0xFF, 0xFE}), true), "");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFF, 0xFE, 0x41, 0x00}, true), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFE, 0xFF, 0x00, 0x41}, false), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes{0x00, 0x41}, true), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes{0x41, 0x00}, false), "A");
+    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFF, 0xFE}, true), "");
 }
 
 TEST(Utf16, RoundTripThroughUtf8) {
@@ -140,7 +134,7 @@ TEST(Utf16, RoundTripThroughUtf8) {
         bool lossy = false;
         const std::string utf16 = Utf8ToUtf16(text, be, &lossy);
         EXPECT_FALSE(lossy);
-        EXPECT_EQ(Utf16ToUtf8(AsBytes(utf16), be, &lossy), text);
+        EXPECT_EQ(Utf16ToUtf8(test::Span(utf16), be, &lossy), text);
         EXPECT_FALSE(lossy);
     }
     bool lossy = false;
