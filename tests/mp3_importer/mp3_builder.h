@@ -12,10 +12,11 @@
 
 namespace tagvera::testing {
 
-inline std::string Mp3DataFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/" + name; }
+inline std::string DataFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/" + name; }
+inline std::string FixtureFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/id3/" + name; }
 
 // MPEG audio and nothing else: 6 s of 96 kbit/s, 44.1 kHz stereo.
-inline Bytes PlainAudio() { return test::ReadAll(Mp3DataFile("cbr_96k_44k_notag.mp3")); }
+inline Bytes PlainAudio() { return test::ReadAll(DataFile("cbr_96k_44k_notag.mp3")); }
 
 inline Bytes Cstr(const std::string& s) { return B(s) + Bytes{0}; }
 
@@ -42,11 +43,8 @@ inline Bytes Id3v1(const std::string& title, const std::string& artist = "", con
         out.resize(width, 0);
         return out;
     };
-    Bytes record = B("TAG") + field(title, 30) + field(artist, 30) + field(album, 30) + field(year, 4);
-    if (track) record = record + field(comment, 28) + Bytes{0, track};
-    else record = record + field(comment, 30);
-    record.push_back(genre);
-    return record;
+    const Bytes tail = track ? field(comment, 28) + Bytes{0, track} : field(comment, 30);
+    return B("TAG") + field(title, 30) + field(artist, 30) + field(album, 30) + field(year, 4) + tail + Bytes{genre};
 }
 
 // An ID3v2.3 tag of frames, then audio, then trailing bytes (an ID3v1 record).

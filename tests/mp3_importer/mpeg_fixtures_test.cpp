@@ -20,9 +20,9 @@ protected:
 TEST_P(MpegFixture, StatisticsMatchTheDecoder) {
     const FixtureReport report = LoadReport(GetParam());
     const std::string path = Mp3DataDir() + "/" + GetParam() + ".mp3";
-    const auto before = ReadWholeFile(path);
+    const auto before = test::ReadAll(path);
     const auto got = Interrogate(path);
-    EXPECT_EQ(ReadWholeFile(path), before) << "with the Xing repair off, reading leaves the file as it was";
+    EXPECT_EQ(test::ReadAll(path), before) << "with the Xing repair off, reading leaves the file as it was";
     ASSERT_EQ(got.open, TV_S_OK);
     ASSERT_EQ(got.result, TV_S_OK);
     const double length = got.number("Statistics:Length") / 1000.0;
