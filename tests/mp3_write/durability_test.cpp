@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <map>
 
 #include "tags/id3v1/id3v1_tag.h"
 #include "mp3_write/write_support.h"
@@ -17,15 +18,11 @@ namespace {
 namespace fault = platform::fault;
 using Bytes = std::vector<uint8_t>;
 
-class OneWritePerFile : public ::testing::Test {
+class OneWritePerFile : public Mp3WriteTest {
 protected:
-    // Every tag on: the defaults.
-    PreferencesFile prefs{""};
-    test::ScratchDir dir;
-
     // A file whose tag has room to spare and that ends in an ID3v1 record.
     std::string Padded(const std::string& name) {
-        const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"), name);
+        const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"), name);
         auto s = OpenMp3(path);
         SetText(s.tree.get(), "Track:Name", "First title");
         EXPECT_EQ(s.Write(), TV_S_OK);
@@ -48,26 +45,15 @@ protected:
     }
 };
 
-struct Counts {
-    unsigned write, fsync, rename;
-};
-
+// The calls of each step f makes.
 template <class F>
-Counts CallsDuring(F&& f) {
+std::map<fault::Step, unsigned> CallsDuring(F&& f) {
     fault::StartCounting();
     f();
-    const Counts c{fault::Calls(fault::Step::Write), fault::Calls(fault::Step::Fsync), fault::Calls(fault::Step::Rename)};
+    std::map<fault::Step, unsigned> calls;
+    for (int step = 0; step < int(fault::Step::kCount); ++step) calls[fault::Step(step)] = fault::Calls(fault::Step(step));
     fault::Reset();
-    return c;
-}
-
-template <class F>
-unsigned CallsDuring(F&& f, fault::Step step) {
-    fault::StartCounting();
-    f();
-    const unsigned n = fault::Calls(step);
-    fault::Reset();
-    return n;
+    return calls;
 }
 
 // In place over a tag with room to spare, or a rewrite of a file without a tag.
@@ -75,20 +61,14 @@ class WriteFaults : public OneWritePerFile, public ::testing::WithParamInterface
 
 TEST_P(WriteFaults, AFailureAtAnyCallLeavesTheOldFileOrTheNewOne) {
     const bool rewrite = GetParam();
-    const std::string source = rewrite ? CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"), "source.mp3") : Padded("source.mp3");
+    const std::string source = rewrite ? dir.copy(DataFile("cbr_96k_44k_notag.mp3"), "source.mp3") : Padded("source.mp3");
     const Bytes original = test::ReadAll(source);
     test::ScratchDir work;
-    const std::string path = CopyTo(work, source, "song.mp3");
+    const std::string path = work.copy(source, "song.mp3");
     for (fault::Step step : {fault::Step::Open, fault::Step::Read, fault::Step::Write, fault::Step::Fsync,
                              fault::Step::Rename, fault::Step::Dirsync}) {
         test::WriteAll(path, original);
-        const unsigned calls = [&] {
-            fault::StartCounting();
-            EXPECT_EQ(SetTitle(path, "New title"), TV_S_OK);
-            const unsigned n = fault::Calls(step);
-            fault::Reset();
-            return n;
-        }();
+        const unsigned calls = CallsDuring([&] { EXPECT_EQ(SetTitle(path, "New title"), TV_S_OK); })[step];
         const Bytes written = test::ReadAll(path);
         ASSERT_NE(written, original);
         EXPECT_EQ(RecordTitle(path), "New title");
@@ -137,7 +117,7 @@ TEST_F(OneWritePerFile, PrepareRemovesBothTagsOrNeither) {
         for (fault::Step step : {fault::Step::Open, fault::Step::Read, fault::Step::Write, fault::Step::Fsync,
                                  fault::Step::Rename, fault::Step::Journal, fault::Step::Link}) {
             test::WriteAll(path, original);
-            const unsigned calls = CallsDuring([&] { ASSERT_EQ(OpenMp3(path).writer()->Prepare(0), TV_S_OK); }, step);
+            const unsigned calls = CallsDuring([&] { ASSERT_EQ(OpenMp3(path).writer()->Prepare(0), TV_S_OK); })[step];
             const Bytes clean = test::ReadAll(path);
             ASSERT_EQ(PrependedSize(path), 0u);
             ASSERT_EQ(RecordTitle(path), "");
@@ -163,24 +143,24 @@ TEST_F(OneWritePerFile, DeferredSyncWritesABatchThatOneSyncMakesDurable) {
     for (size_t i = 0; i < platform::FileSystemSyncs::kFilesSyncedOneByOne + 4; ++i)
         paths.push_back(Padded("song" + std::to_string(i) + ".mp3"));
     platform::FileSystemSyncs syncs;
-    const Counts writing = CallsDuring([&] {
+    auto writing = CallsDuring([&] {
         for (const auto& p : paths) {
             ASSERT_EQ(SetTitle(p, "Batch title", kMp3WriteDeferSync), TV_S_OK) << p;
             syncs.add(p);
         }
     });
-    EXPECT_EQ(writing.fsync, 0u);
-    EXPECT_EQ(writing.rename, 0u);
+    EXPECT_EQ(writing[fault::Step::Fsync], 0u);
+    EXPECT_EQ(writing[fault::Step::Rename], 0u);
     // A file that has to be rewritten is synced before its rename all the same: the rename must
     // not go before the data.
-    const std::string grown = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"), "grown.mp3");
-    EXPECT_EQ(CallsDuring([&] { ASSERT_EQ(SetTitle(grown, "Grown", kMp3WriteDeferSync), TV_S_OK); }).fsync, 1u);
+    const std::string grown = dir.copy(DataFile("cbr_96k_44k_notag.mp3"), "grown.mp3");
+    EXPECT_EQ(CallsDuring([&] { ASSERT_EQ(SetTitle(grown, "Grown", kMp3WriteDeferSync), TV_S_OK); })[fault::Step::Fsync], 1u);
     // The data is there before the sync: it is only not forced to the disk yet.
     for (const auto& p : paths) {
         EXPECT_EQ(OpenMp3(p).text("Track:Name"), "Batch title") << p;
         EXPECT_EQ(RecordTitle(p), "Batch title") << p;
     }
-    EXPECT_EQ(CallsDuring([&] { syncs.syncAll(); }).fsync, 1u);
+    EXPECT_EQ(CallsDuring([&] { syncs.syncAll(); })[fault::Step::Fsync], 1u);
 }
 
 // What a person gets from `tagvera set` on many files: no fsync per file, one sync of the file

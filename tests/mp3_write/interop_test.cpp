@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <sstream>
 #include <tuple>
 
 #include "mp3_write/write_support.h"
@@ -21,15 +22,9 @@ std::map<std::string, std::string> MutagenView(const std::string& path) {
     std::map<std::string, std::string> out;
     const auto r = RunCommand(std::string(kMutagen) + " " + Quote(ScriptPath()) + " " + Quote(path));
     EXPECT_EQ(r.status, 0) << r.out;
-    size_t start = 0;
-    while (start < r.out.size()) {
-        size_t end = r.out.find('\n', start);
-        if (end == std::string::npos) end = r.out.size();
-        const std::string line = r.out.substr(start, end - start);
-        const size_t tab = line.find('\t');
-        if (tab != std::string::npos) out[line.substr(0, tab)] = line.substr(tab + 1);
-        start = end + 1;
-    }
+    std::istringstream lines(r.out);
+    for (std::string line; std::getline(lines, line);)
+        if (const size_t tab = line.find('\t'); tab != std::string::npos) out[line.substr(0, tab)] = line.substr(tab + 1);
     return out;
 }
 
@@ -43,24 +38,18 @@ std::string PcmDigest(const std::string& path) {
 
 std::string Sha1(const std::string& path) { return RunCommand("sha1sum " + Quote(path) + " | cut -c1-40").out; }
 
-class Interop : public ::testing::Test {
+class Interop : public Mp3WriteTest {
 protected:
-    void SetUp() override {
-        haveMutagen = HaveTool(std::string(kMutagen) + " -c 'import mutagen'");
-        haveExiftool = HaveTool("exiftool -ver");
-        haveFfmpeg = HaveTool("ffmpeg -version");
-    }
-    test::ScratchDir dir;
-    PreferencesFile prefs{""};
-    bool haveMutagen = false, haveExiftool = false, haveFfmpeg = false;
+    const bool haveMutagen = HaveTool(std::string(kMutagen) + " -c 'import mutagen'"),
+               haveExiftool = HaveTool("exiftool -ver"), haveFfmpeg = HaveTool("ffmpeg -version");
 };
 
 TEST_F(Interop, OtherReadersSeeWhatWeWrote) {
     if (!haveMutagen && !haveExiftool && !haveFfmpeg) GTEST_SKIP() << "none of mutagen, exiftool, ffmpeg is installed";
     for (const char* start : {"cbr_96k_44k_notag.mp3", "vbr_xing_44k_v7.mp3"}) {
         SCOPED_TRACE(start);
-        const std::string path = CopyTo(dir, DataFile(start), "song.mp3");
-        const std::string cover = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"), "cover.jpg");
+        const std::string path = dir.copy(DataFile(start), "song.mp3");
+        const std::string cover = dir.copy(FixtureFile("r_v24_unknown.mp3"), "cover.jpg");
         const std::string pcm = haveFfmpeg ? PcmDigest(path) : "";
         {
             auto s = OpenMp3(path);

@@ -13,6 +13,7 @@
 
 #include "tags/id3v2/file_write.h"
 #include "mp3/mp3_importer.h"
+#include "mp3_importer/mp3_builder.h"
 #include "mp3_importer/preferences_file.h"
 #include "mp3_importer/tree_support.h"
 #include "platform/file.h"
@@ -23,15 +24,12 @@
 
 namespace tagvera::testing {
 
-inline std::string DataFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/" + name; }
-inline std::string FixtureFile(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/id3/" + name; }
-
-inline std::string CopyTo(const test::ScratchDir& dir, const std::string& from, const std::string& name = "") {
-    const std::string to = dir.file(name.empty() ? std::filesystem::path(from).filename().string() : name);
-    std::filesystem::copy_file(from, to, std::filesystem::copy_options::overwrite_existing);
-    std::filesystem::permissions(to, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
-    return to;
-}
+// Each test's own folder, and the default preferences: every tag on.
+class Mp3WriteTest : public ::testing::Test {
+protected:
+    PreferencesFile prefs{""};
+    test::ScratchDir dir;
+};
 
 // The importer, linked into the test (so that platform fault injection reaches its file calls).
 inline ComPtr<IMPAInterrogateFile> NewMp3Importer() {
@@ -94,9 +92,7 @@ inline ComPtr<IMPAMetaProperty> SetProperty(IMPAMetaProperty* tree, const std::s
 }
 
 inline ComPtr<IMPAMetaProperty> SetText(IMPAMetaProperty* tree, const std::string& path, const std::string& value) {
-    std::vector<uint8_t> bytes(value.begin(), value.end());
-    bytes.push_back(0);
-    return SetProperty(tree, path, kTypeText, bytes);
+    return SetProperty(tree, path, kTypeText, Cstr(value));
 }
 
 inline ComPtr<IMPAMetaProperty> SetNumber(IMPAMetaProperty* tree, const std::string& path, uint32_t n) {
@@ -105,9 +101,7 @@ inline ComPtr<IMPAMetaProperty> SetNumber(IMPAMetaProperty* tree, const std::str
 
 // A picture named by a file (type 11), as a host hands over a new cover.
 inline ComPtr<IMPAMetaProperty> SetPictureFile(IMPAMetaProperty* tree, const std::string& path, const std::string& file) {
-    std::vector<uint8_t> name(file.begin(), file.end());
-    name.push_back(0);
-    auto node = SetProperty(tree, path, kTypeFileReference, name);
+    auto node = SetProperty(tree, path, kTypeFileReference, Cstr(file));
     if (node) node->AddText("MimeType", "image/jpeg", 0, true, nullptr);
     return node;
 }

@@ -36,24 +36,18 @@ Bytes LastRecord(const std::string& path) {
     return Bytes(all.end() - 128, all.end());
 }
 
-class Mp3Write : public ::testing::Test {
-protected:
-    test::ScratchDir dir;
-    // Every tag on: the defaults.
-    PreferencesFile prefs{""};
-};
+using Mp3Write = Mp3WriteTest;
 
 TEST_F(Mp3Write, NewTagGrowsOnceWithPaddingThenEditsInPlaceAndTheAudioStaysByteForByte) {
-    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"));
     const Bytes audio = AudioOf(path);
+    const std::pair<const char*, const char*> texts[] = {{"Track:Name", "Blue in Green"}, {"Artist:Name", "Miles Davis"},
+                                                         {"Album:Name", "Kind of Blue"}, {"Track:CD Track #", "3/12"},
+                                                         {"Track:Genre", "Jazz"}};
     {
         auto s = OpenMp3(path);
         ASSERT_EQ(s.open, TV_S_OK);
-        SetText(s.tree.get(), "Track:Name", "Blue in Green");
-        SetText(s.tree.get(), "Artist:Name", "Miles Davis");
-        SetText(s.tree.get(), "Album:Name", "Kind of Blue");
-        SetText(s.tree.get(), "Track:CD Track #", "3/12");
-        SetText(s.tree.get(), "Track:Genre", "Jazz");
+        for (const auto& [property, value] : texts) SetText(s.tree.get(), property, value);
         SetNumber(s.tree.get(), "Track:Year", 1959);
         SetText(s.tree.get(), "Track:Comments", std::string(30, 'c'));
         ASSERT_EQ(s.Write(), TV_S_OK);
@@ -75,11 +69,7 @@ TEST_F(Mp3Write, NewTagGrowsOnceWithPaddingThenEditsInPlaceAndTheAudioStaysByteF
     const uint64_t size = platform::FileSize(path);
     {
         auto s = OpenMp3(path);
-        EXPECT_EQ(s.text("Track:Name"), "Blue in Green");
-        EXPECT_EQ(s.text("Artist:Name"), "Miles Davis");
-        EXPECT_EQ(s.text("Album:Name"), "Kind of Blue");
-        EXPECT_EQ(s.text("Track:CD Track #"), "3/12");
-        EXPECT_EQ(s.text("Track:Genre"), "Jazz");
+        for (const auto& [property, value] : texts) EXPECT_EQ(s.text(property), value) << property;
         EXPECT_EQ(s.number("Track:Year"), 1959u);
         SetText(s.tree.get(), "Track:Name", "So What");
         ASSERT_EQ(s.Write(), TV_S_OK);
@@ -93,7 +83,7 @@ TEST_F(Mp3Write, NewTagGrowsOnceWithPaddingThenEditsInPlaceAndTheAudioStaysByteF
 }
 
 TEST_F(Mp3Write, TextOutsideLatin1IsWrittenAsUtf16AndReadsBackExactly) {
-    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"));
     const std::string title = "Ελληνικά – 日本語 – Ünïcödé";
     {
         auto s = OpenMp3(path);
@@ -111,7 +101,7 @@ TEST_F(Mp3Write, TextOutsideLatin1IsWrittenAsUtf16AndReadsBackExactly) {
 }
 
 TEST_F(Mp3Write, CommentsWithLanguageLyricsAndUrlsRoundTripAndDeletedOnesGo) {
-    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"));
     {
         auto s = OpenMp3(path);
         auto comment = SetText(s.tree.get(), "Track:Comments", "Recorded in one take");
@@ -139,7 +129,7 @@ TEST_F(Mp3Write, CommentsWithLanguageLyricsAndUrlsRoundTripAndDeletedOnesGo) {
 
 TEST_F(Mp3Write, FramesWeDoNotMapSurviveWithTheirBytes) {
     // v2.4 tag: RVA2, an unknown XYZW frame, two pictures, TSOP, TMOO, TDRC, a GEOB.
-    const std::string path = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"));
+    const std::string path = dir.copy(FixtureFile("r_v24_unknown.mp3"));
     const auto before = FramesOf(path);
     {
         auto s = OpenMp3(path);
@@ -165,7 +155,7 @@ TEST_F(Mp3Write, FramesWeDoNotMapSurviveWithTheirBytes) {
 
 TEST_F(Mp3Write, Id3v1PreferenceOffLeavesTheRecordAlone) {
     PreferencesFile off("TagEditID3V1 = dword:0\n");
-    const std::string path = CopyTo(dir, DataFile("id3v1_only_v11.mp3"));
+    const std::string path = dir.copy(DataFile("id3v1_only_v11.mp3"));
     const Bytes record = LastRecord(path);
     auto s = OpenMp3(path);
     SetText(s.tree.get(), "Track:Name", "Changed");
@@ -185,8 +175,8 @@ class CoverRule : public Mp3Write, public ::testing::WithParamInterface<CoverCas
 
 TEST_P(CoverRule, ChangedCoverGoesToApicOrTheJukeboxFrame) {
     PreferencesFile p(GetParam().prefs);
-    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
-    const std::string jpeg = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"), "cover.jpg");  // any bytes do
+    const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string jpeg = dir.copy(FixtureFile("r_v24_unknown.mp3"), "cover.jpg");  // any bytes do
     const Bytes picture = test::ReadAll(jpeg);
     {
         auto s = OpenMp3(path);
@@ -225,8 +215,8 @@ INSTANTIATE_TEST_SUITE_P(Preferences, CoverRule,
 // A picture only the jukebox frame holds stays when an unrelated property is set with ID3v2
 // editing on: APIC does not get it, so the frame must keep it.
 TEST_F(Mp3Write, AJukeboxPictureSurvivesAnUnrelatedEdit) {
-    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
-    const std::string jpeg = CopyTo(dir, FixtureFile("r_v24_unknown.mp3"), "cover.jpg");
+    const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string jpeg = dir.copy(FixtureFile("r_v24_unknown.mp3"), "cover.jpg");
     {
         PreferencesFile jukeboxOnly("TagEditID3V2 = dword:0\n");
         auto s = OpenMp3(path);
@@ -245,8 +235,7 @@ TEST_F(Mp3Write, AJukeboxPictureSurvivesAnUnrelatedEdit) {
 // while the frames before it keep their size, and shifted through the journal when they do not;
 // a rewrite carries it over. Its bytes come back every time.
 TEST_F(Mp3Write, ALargeCoverIsCopiedFromTheFileNotWrittenAgain) {
-    Bytes cover(1 << 20);
-    for (size_t i = 0; i < cover.size(); ++i) cover[i] = uint8_t(i * 7 + i / 251);
+    const Bytes cover = test::Pattern(1 << 20);
     const Bytes frames = Frame23("TIT2", Latin1Text("aaaa")) + Frame23("APIC", Latin1Text("image/jpeg") + Bytes{0, 3, 0} + cover);
     const std::string path =
         dir.write("cover.mp3", Tag(3, 0, frames + Bytes(2048, 0)) + test::ReadAll(DataFile("cbr_96k_44k_notag.mp3")));
@@ -319,22 +308,20 @@ TEST_F(Mp3Write, ATagAtTheSizeLimitIsWrittenInBoundedMemoryOrRefusedWithTheReaso
 }
 
 TEST_F(Mp3Write, PrepareStripsTheId3v2TagAndBlanksTheId3v1Record) {
-    const std::string path = CopyTo(dir, FixtureFile("r_v23_plus_v11.mp3"));
+    const std::string path = dir.copy(FixtureFile("r_v23_plus_v11.mp3"));
     const Bytes audio = AudioOf(path);
     auto s = OpenMp3(path);
     ASSERT_EQ(s.writer()->Prepare(0), TV_S_OK);
     EXPECT_EQ(PrependedSize(path), 0u);
     EXPECT_EQ(AudioOf(path), audio);
-    Bytes blank(128, 0);
-    blank[0] = 'T', blank[1] = 'A', blank[2] = 'G', blank[127] = 255;
-    EXPECT_EQ(LastRecord(path), blank);
+    EXPECT_EQ(LastRecord(path), B("TAG") + Bytes(124, 0) + Bytes{255});
     auto again = OpenMp3(path);
     EXPECT_FALSE(again.has("Track:Name"));
     EXPECT_FALSE(again.has("Artist:Name"));
 }
 
 TEST_F(Mp3Write, RefusedWritesLeaveTheFileAsItWas) {
-    const std::string readOnly = CopyTo(dir, FixtureFile("r_v23_padded.mp3"));
+    const std::string readOnly = dir.copy(FixtureFile("r_v23_padded.mp3"));
     const Bytes before = test::ReadAll(readOnly);
     std::filesystem::permissions(readOnly, std::filesystem::perms::owner_read);
     auto s = OpenMp3(readOnly);
@@ -344,7 +331,7 @@ TEST_F(Mp3Write, RefusedWritesLeaveTheFileAsItWas) {
     EXPECT_EQ(test::ReadAll(readOnly), before);
 
     // A tag that needs more room than the file has, with only in-place writes allowed.
-    const std::string tight = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"));
+    const std::string tight = dir.copy(DataFile("cbr_96k_44k_notag.mp3"));
     const Bytes tightBefore = test::ReadAll(tight);
     auto t = OpenMp3(tight);
     SetText(t.tree.get(), "Track:Name", "Needs room");
@@ -356,23 +343,18 @@ TEST_F(Mp3Write, RefusedWritesLeaveTheFileAsItWas) {
 class FixtureRoundTrip : public Mp3Write, public ::testing::WithParamInterface<std::string> {};
 
 TEST_P(FixtureRoundTrip, WrittenValuesComeBack) {
-    const std::string path = CopyTo(dir, GetParam() + ".mp3");
+    const std::string path = dir.copy(GetParam() + ".mp3");
     const Bytes audio = AudioOf(path);
-    std::string artist;
+    std::map<std::string, std::string> texts = {{"Track:Name", "Round trip ✓"}, {"Album:Name", "Álbum"}, {"Track:CD Track #", "7/9"}};
     {
         auto s = OpenMp3(path);
         ASSERT_TRUE(Succeeded(s.open)) << GetParam();
-        artist = s.text("Artist:Name");
-        SetText(s.tree.get(), "Track:Name", "Round trip ✓");
-        SetText(s.tree.get(), "Album:Name", "Álbum");
-        SetText(s.tree.get(), "Track:CD Track #", "7/9");
+        for (const auto& [property, value] : texts) SetText(s.tree.get(), property, value);
+        texts["Artist:Name"] = s.text("Artist:Name");  // kept as it was
         ASSERT_EQ(s.Write(), TV_S_OK) << GetParam();
     }
     auto s = OpenMp3(path);
-    EXPECT_EQ(s.text("Track:Name"), "Round trip ✓");
-    EXPECT_EQ(s.text("Album:Name"), "Álbum");
-    EXPECT_EQ(s.text("Track:CD Track #"), "7/9");
-    EXPECT_EQ(s.text("Artist:Name"), artist);
+    for (const auto& [property, value] : texts) EXPECT_EQ(s.text(property.c_str()), value) << property;
     EXPECT_EQ(AudioOf(path), audio);
 }
 

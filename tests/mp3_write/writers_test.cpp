@@ -13,11 +13,8 @@
 namespace tagvera::testing {
 namespace {
 
-class Writers : public ::testing::Test {
+class Writers : public Mp3WriteTest {
 protected:
-    PreferencesFile prefs{""};
-    test::ScratchDir dir;
-
     static Mp3Session Edit(const std::string& path, const char* property, const std::string& value) {
         Mp3Session s = OpenMp3(path);
         SetText(s.tree.get(), property, value);
@@ -30,7 +27,7 @@ TEST_F(Writers, TwoEditsReadBeforeEitherIsWrittenBothLand) {
     for (const bool threads : {false, true}) {
         for (int pair = 0; pair < (threads ? 20 : 1); ++pair) {
             SCOPED_TRACE((threads ? "threads, pair " : "one after the other, pair ") + std::to_string(pair));
-            const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"), "song.mp3");
+            const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"), "song.mp3");
             Mp3Session title = Edit(path, "Track:Name", "Title " + std::to_string(pair));
             Mp3Session album = Edit(path, "Album:Name", "Album " + std::to_string(pair));
             HRESULT a = TV_E_FAIL, b = TV_E_FAIL;
@@ -54,7 +51,7 @@ TEST_F(Writers, TwoEditsReadBeforeEitherIsWrittenBothLand) {
 
 TEST_F(Writers, EveryHardLinkSeesTheNewTags) {
     // No tag: the write rewrites the file; then a tag with room: in place.
-    const std::string path = CopyTo(dir, DataFile("cbr_96k_44k_notag.mp3"), "song.mp3");
+    const std::string path = dir.copy(DataFile("cbr_96k_44k_notag.mp3"), "song.mp3");
     const std::string other = dir.file("other name.mp3");
     ASSERT_EQ(::link(path.c_str(), other.c_str()), 0);
     for (const char* title : {"Rewritten", "In place"}) {

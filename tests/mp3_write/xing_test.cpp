@@ -21,13 +21,10 @@ Mp3AudioInfo Scan(const std::string& path) {
     return info;
 }
 
-class XingRepair : public ::testing::Test {
-protected:
-    test::ScratchDir dir;
-};
+using XingRepair = Mp3WriteTest;
 
 TEST_F(XingRepair, VbrFileWithoutHeaderGetsOneThatOtherReadersUse) {
-    const std::string path = CopyTo(dir, DataFile("vbr_noxing_44k_v5.mp3"));
+    const std::string path = dir.copy(DataFile("vbr_noxing_44k_v5.mp3"));
     const Bytes before = test::ReadAll(path);
     ASSERT_EQ(Scan(path).vbrHeader, VbrHeaderKind::None);
     auto s = OpenMp3(path);
@@ -67,7 +64,7 @@ TEST_F(XingRepair, FilesItMustLeaveAlone) {
                          Case{"vbr_noxing_44k_v5.mp3", true, false}, Case{"vbr_noxing_44k_v5.mp3", false, true},
                          Case{"mpeg25_8k_16k_mono.mp3", false, false}}) {
         SCOPED_TRACE(std::string(c.file) + (c.readOnly ? " read-only" : "") + (c.repairOff ? " repair off" : ""));
-        const std::string path = CopyTo(dir, DataFile(c.file), "case.mp3");
+        const std::string path = dir.copy(DataFile(c.file), "case.mp3");
         if (c.readOnly) std::filesystem::permissions(path, std::filesystem::perms::owner_read);
         const Bytes before = test::ReadAll(path);
         auto s = OpenMp3(path, !c.repairOff);
