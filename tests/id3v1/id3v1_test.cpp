@@ -21,8 +21,9 @@ namespace {
 using testing::NewTree;
 using testing::NodeAt;
 using testing::NumberAt;
-using testing::ReadWholeFile;
+using test::ReadAll;
 using testing::TextAt;
+using Bytes = std::vector<uint8_t>;
 
 // An ID3v1.0 record from field values; text is Latin-1 bytes.
 Id3v1Tag Record(const std::string& title, const std::string& artist, const std::string& album, const std::string& year,
@@ -193,56 +194,39 @@ TEST(Id3v1Write, RendersChangedPropertiesInLatin1) {
     EXPECT_EQ(record.Genre(), 255) << "no genre property: the blank record's byte stays";
 }
 
+// Bytes 125 to 127 of a record preset with them, after an update from a tree of one property.
+std::vector<uint8_t> TailAfter(const char* path, const char* value, uint32_t changed, bool force,
+                               std::vector<uint8_t> preset) {
+    auto tree = NewTree();
+    Put(tree.get(), path, value, changed);
+    Id3v1Tag record = BlankId3v1Tag();
+    std::copy(preset.begin(), preset.end(), record.bytes.begin() + 125);
+    EXPECT_EQ(UpdateId3v1FromTree(&record, tree.get(), force), TV_S_OK);
+    return {record.bytes.begin() + 125, record.bytes.end()};
+}
+
 TEST(Id3v1Write, GenreBytes) {
     const std::pair<const char*, uint8_t> cases[] = {
         {"Rock", 17}, {"rock", 17}, {"Synthpop", 147}, {"No Such Genre", 255}, {"(17)", 17}, {"", 255}};
-    for (const auto& [name, expect] : cases) {
-        auto tree = NewTree();
-        Put(tree.get(), "Track:Genre", name);
-        Id3v1Tag record = BlankId3v1Tag();
-        record.bytes[127] = 3;
-        ASSERT_EQ(UpdateId3v1FromTree(&record, tree.get(), false), TV_S_OK);
-        EXPECT_EQ(record.Genre(), expect) << name;
-    }
-    auto tree = NewTree();
-    Put(tree.get(), "Track:Genre", "Rock", kDeleted);
-    Id3v1Tag record = BlankId3v1Tag();
-    record.bytes[127] = 3;
-    ASSERT_EQ(UpdateId3v1FromTree(&record, tree.get(), false), TV_S_OK);
-    EXPECT_EQ(record.Genre(), 255);
-    Put(tree.get(), "Track:Genre", "Rock", kUnchanged);
-    record.bytes[127] = 3;
-    ASSERT_EQ(UpdateId3v1FromTree(&record, tree.get(), false), TV_S_OK);
-    EXPECT_EQ(record.Genre(), 3) << "unchanged and not forced: left alone";
-    ASSERT_EQ(UpdateId3v1FromTree(&record, tree.get(), true), TV_S_OK);
-    EXPECT_EQ(record.Genre(), 17);
+    const auto genre = [](const char* name, uint32_t changed = kChanged, bool force = false) {
+        return TailAfter("Track:Genre", name, changed, force, {0, 0, 3})[2];
+    };
+    for (const auto& [name, expect] : cases) EXPECT_EQ(genre(name), expect) << name;
+    EXPECT_EQ(genre("Rock", kDeleted), 255);
+    EXPECT_EQ(genre("Rock", kUnchanged), 3) << "unchanged and not forced: left alone";
+    EXPECT_EQ(genre("Rock", kUnchanged, true), 17);
 }
 
 TEST(Id3v1Write, TrackBytes) {
     const std::pair<const char*, uint8_t> cases[] = {{"12", 12}, {"120", 0}, {"3/12", 3}, {"100", 100},
                                                      {"0", 0},   {"x", 0},   {"07", 7}};
-    for (const auto& [value, expect] : cases) {
-        auto tree = NewTree();
-        Put(tree.get(), "Track:CD Track #", value);
-        Id3v1Tag record = BlankId3v1Tag();
-        record.bytes[125] = 'x';
-        record.bytes[126] = 'y';
-        ASSERT_EQ(UpdateId3v1FromTree(&record, tree.get(), false), TV_S_OK);
-        EXPECT_EQ(record.bytes[125], 0) << value;
-        EXPECT_EQ(record.bytes[126], expect) << value;
-    }
+    const auto track = [](const char* value, uint32_t changed, std::vector<uint8_t> preset) {
+        return TailAfter("Track:CD Track #", value, changed, false, preset);
+    };
+    for (const auto& [value, expect] : cases) EXPECT_EQ(track(value, kChanged, {'x', 'y', 9}), (Bytes{0, expect, 9})) << value;
     // Deleted: only an ID3v1.1 track goes.
-    auto tree = NewTree();
-    Put(tree.get(), "Track:CD Track #", "5", kDeleted);
-    Id3v1Tag v11 = BlankId3v1Tag();
-    v11.bytes[126] = 9;
-    ASSERT_EQ(UpdateId3v1FromTree(&v11, tree.get(), false), TV_S_OK);
-    EXPECT_EQ(v11.bytes[126], 0);
-    Id3v1Tag v10 = BlankId3v1Tag();
-    v10.bytes[125] = 'a';
-    v10.bytes[126] = 'b';
-    ASSERT_EQ(UpdateId3v1FromTree(&v10, tree.get(), false), TV_S_OK);
-    EXPECT_EQ(v10.bytes[126], 'b');
+    EXPECT_EQ(track("5", kDeleted, {0, 9, 255}), (Bytes{0, 0, 255}));
+    EXPECT_EQ(track("5", kDeleted, {'a', 'b', 255}), (Bytes{'a', 'b', 255}));
 }
 
 TEST(Id3v1Write, DeletedClearsUnchangedKeepsForceRewritesOtherTypesClear) {
@@ -265,7 +249,7 @@ TEST(Id3v1Write, DeletedClearsUnchangedKeepsForceRewritesOtherTypesClear) {
 }
 
 TEST(Id3v1Write, AMergedRecordWrittenBackIsTheSameRecord) {
-    const auto bytes = ReadWholeFile(testing::Id3DataDir() + "/r_v1.mp3");
+    const auto bytes = ReadAll(testing::Id3DataDir() + "/r_v1.mp3");
     MemorySource file(bytes);
     Id3v1Tag original;
     ASSERT_EQ(ReadId3v1Tag(file, &original), TV_S_OK);
@@ -282,11 +266,11 @@ TEST(Id3v1FileWrite, AppendsThenReplacesInPlace) {
     const auto audio = testing::LoadFixture("cbr_96k_44k_notag");
     test::WriteAll(path, audio);
     ASSERT_EQ(WriteId3v1Tag(path, Record("First", "", "", "", "", 17)), TV_S_OK);
-    auto bytes = ReadWholeFile(path);
+    auto bytes = ReadAll(path);
     ASSERT_EQ(bytes.size(), audio.size() + 128);
     EXPECT_TRUE(std::equal(audio.begin(), audio.end(), bytes.begin())) << "the audio is untouched";
     ASSERT_EQ(WriteId3v1Tag(path, Record("Second", "", "", "", "", 13)), TV_S_OK);
-    bytes = ReadWholeFile(path);
+    bytes = ReadAll(path);
     ASSERT_EQ(bytes.size(), audio.size() + 128);
     MemorySource file(bytes);
     Id3v1Tag back;
@@ -307,7 +291,7 @@ TEST(Id3v1FileWrite, FailsOnFilesThatCannotTakeATag) {
     test::WriteAll(path, std::vector<uint8_t>(500, 7));
     ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
     EXPECT_EQ(WriteId3v1Tag(path, BlankId3v1Tag()), TV_E_FAIL) << "read-only";
-    EXPECT_EQ(ReadWholeFile(path), std::vector<uint8_t>(500, 7));
+    EXPECT_EQ(ReadAll(path), std::vector<uint8_t>(500, 7));
 }
 
 }  // namespace
