@@ -2,9 +2,10 @@
 #ifndef TAGVERA_TESTS_ID3V2_JSON_VALUE_H
 #define TAGVERA_TESTS_ID3V2_JSON_VALUE_H
 
+#include <cctype>
+#include <charconv>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,33 +38,41 @@ struct Json {
 class JsonParser {
 public:
     static Json Parse(const std::string& text) {
-        JsonParser p(text);
+        JsonParser p{text};
         Json v = p.value();
-        p.space();
-        if (p.pos_ != text.size()) throw std::runtime_error("trailing characters in JSON");
+        if (p.peek(true) != '\0') throw std::runtime_error("trailing characters in JSON");
         return v;
     }
 
 private:
     explicit JsonParser(const std::string& t) : t_(t) {}
+    const std::string& t_;
+    size_t pos_ = 0;
 
-    void space() {
-        while (pos_ < t_.size() && (t_[pos_] == ' ' || t_[pos_] == '\n' || t_[pos_] == '\r' || t_[pos_] == '\t')) ++pos_;
-    }
-    char peek() {
-        space();
-        if (pos_ >= t_.size()) throw std::runtime_error("JSON ends early");
-        return t_[pos_];
+    // The next character after white space; at the end '\0' where allowed, else an error.
+    char peek(bool endAllowed = false) {
+        while (pos_ < t_.size() && std::isspace(static_cast<unsigned char>(t_[pos_]))) ++pos_;
+        if (pos_ < t_.size()) return t_[pos_];
+        if (!endAllowed) throw std::runtime_error("JSON ends early");
+        return '\0';
     }
     void expect(char c) {
         if (peek() != c) throw std::runtime_error(std::string("JSON: expected ") + c);
         ++pos_;
     }
-    bool word(const char* w) {
-        const std::string s(w);
-        if (t_.compare(pos_, s.size(), s) != 0) return false;
-        pos_ += s.size();
-        return true;
+    bool word(const std::string& w) {
+        const bool found = t_.compare(pos_, w.size(), w) == 0;
+        if (found) pos_ += w.size();
+        return found;
+    }
+
+    // Reads "[...]" or "{...}" items until the closing bracket.
+    template <class Item>
+    void items(char close, Item item) {
+        ++pos_;
+        if (peek() == close) return void(++pos_);
+        for (item(); peek() == ','; item()) ++pos_;
+        expect(close);
     }
 
     Json value() {
@@ -71,56 +80,32 @@ private:
         const char c = peek();
         if (c == '{') {
             v.kind = Json::Kind::Object;
-            ++pos_;
-            if (peek() == '}') return ++pos_, v;
-            for (;;) {
+            items('}', [&] {
                 std::string key = str();
                 expect(':');
                 v.object[key] = value();
-                if (peek() == ',') {
-                    ++pos_;
-                    continue;
-                }
-                expect('}');
-                return v;
-            }
-        }
-        if (c == '[') {
+            });
+        } else if (c == '[') {
             v.kind = Json::Kind::Array;
-            ++pos_;
-            if (peek() == ']') return ++pos_, v;
-            for (;;) {
-                v.array.push_back(value());
-                if (peek() == ',') {
-                    ++pos_;
-                    continue;
-                }
-                expect(']');
-                return v;
-            }
-        }
-        if (c == '"') {
+            items(']', [&] { v.array.push_back(value()); });
+        } else if (c == '"') {
             v.kind = Json::Kind::String;
             v.string = str();
-            return v;
+        } else if (word("true") || word("false")) {
+            v.kind = Json::Kind::Bool, v.boolean = c == 't';
+        } else if (!word("null")) {
+            v.kind = Json::Kind::Number;
+            const auto [end, error] = std::from_chars(t_.data() + pos_, t_.data() + t_.size(), v.number);
+            if (error != std::errc()) throw std::runtime_error("JSON: bad value");
+            pos_ = size_t(end - t_.data());
         }
-        if (word("true")) return v.kind = Json::Kind::Bool, v.boolean = true, v;
-        if (word("false")) return v.kind = Json::Kind::Bool, v;
-        if (word("null")) return v;
-        v.kind = Json::Kind::Number;
-        bool negative = false;
-        if (t_[pos_] == '-') negative = true, ++pos_;
-        if (pos_ >= t_.size() || t_[pos_] < '0' || t_[pos_] > '9') throw std::runtime_error("JSON: bad value");
-        while (pos_ < t_.size() && t_[pos_] >= '0' && t_[pos_] <= '9') v.number = v.number * 10 + (t_[pos_++] - '0');
-        if (negative) v.number = -v.number;
         return v;
     }
 
     unsigned hex4() {
         if (pos_ + 4 > t_.size()) throw std::runtime_error("JSON: short escape");
-        unsigned v = std::stoul(t_.substr(pos_, 4), nullptr, 16);
         pos_ += 4;
-        return v;
+        return std::stoul(t_.substr(pos_ - 4, 4), nullptr, 16);
     }
 
     std::string str() {
@@ -128,37 +113,26 @@ private:
         std::string out;
         while (pos_ < t_.size() && t_[pos_] != '"') {
             char c = t_[pos_++];
-            if (c != '\\') {
+            if (c != '\\' || pos_ >= t_.size()) {
                 out += c;
                 continue;
             }
-            if (pos_ >= t_.size()) break;
             c = t_[pos_++];
-            switch (c) {
-                case 'n': out += '\n'; break;
-                case 'r': out += '\r'; break;
-                case 't': out += '\t'; break;
-                case 'b': out += '\b'; break;
-                case 'f': out += '\f'; break;
-                case 'u': {
-                    uint32_t cp = hex4();
-                    if (cp >= 0xD800 && cp < 0xDC00 && t_.compare(pos_, 2, "\\u") == 0) {
-                        pos_ += 2;
-                        const uint32_t low = hex4();
-                        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-                    }
-                    tagvera::text::AppendUtf8(out, char32_t(cp));
-                    break;
-                }
-                default: out += c;
+            if (c != 'u') {
+                const size_t known = std::string("nrtbf").find(c);
+                out += known == std::string::npos ? c : "\n\r\t\b\f"[known];
+                continue;
             }
+            uint32_t cp = hex4();
+            if (cp >= 0xD800 && cp < 0xDC00 && t_.compare(pos_, 2, "\\u") == 0) {
+                pos_ += 2;
+                cp = 0x10000 + ((cp - 0xD800) << 10) + (hex4() - 0xDC00);
+            }
+            tagvera::text::AppendUtf8(out, char32_t(cp));
         }
         expect('"');
         return out;
     }
-
-    const std::string& t_;
-    size_t pos_ = 0;
 };
 
 // A fixture frame's "text" values as one property holds them, joined by '/'.

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "id3v2/tag_builder.h"
-#include "metaprop/metaprop_component.h"
+#include "mp3_importer/tree_support.h"
 #include "tags/id3v2/fields.h"
 #include "tags/id3v2/properties/id3v2_parser.h"
 #include "mpeg/mpeg_test_support.h"
@@ -30,17 +30,18 @@ Bytes SampleFile() {
 
 class Parser : public ::testing::Test {
 protected:
-    void SetUp() override {
-        ASSERT_EQ(CreateID3v2Parser(nullptr, parser_.put()), TV_S_OK);
-        ASSERT_EQ(CreateStandaloneMetaProperty(root_.put()), TV_S_OK);
-    }
-    ComPtr<IMPAMetaProperty> Find(const char* path) {
-        ComPtr<IMPAMetaProperty> node;
-        root_->FindFirstChild(path, node.put());
-        return node;
+    void SetUp() override { ASSERT_EQ(CreateID3v2Parser(nullptr, parser_.put()), TV_S_OK); }
+    ComPtr<IMPAMetaProperty> Find(const char* path) { return NodeAt(root_.get(), path); }
+    // The parser's tag as it would write it, read back by the frame layer.
+    id3v2::Tag Rendered() {
+        uint32_t size = 0, written = 0;
+        EXPECT_EQ(parser_->GetRenderedSize(&size), TV_S_OK);
+        std::vector<uint8_t> tag(size);
+        EXPECT_EQ(parser_->Render(tag.data(), size, &written, 0), TV_S_OK);
+        return id3v2::ParseTag(tag);
     }
     ComPtr<IMPAID3v2Parser> parser_;
-    ComPtr<IMPAMetaProperty> root_;
+    ComPtr<IMPAMetaProperty> root_ = NewTree();
 };
 
 TEST_F(Parser, AnswersOnlyItsOwnInterfaces) {
@@ -60,8 +61,7 @@ TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
     auto cover = Find("Album:Cover Art");
     ASSERT_TRUE(cover);
     uint32_t count = 0;
-    ComPtr<IMPAMetaProperty> album = Find("Album");
-    album->GetChildCount("Cover Art", &count);
+    Find("Album")->GetChildCount("Cover Art", &count);
     EXPECT_EQ(count, 1u);  // the front cover came first and stays
     std::vector<uint8_t> buffer(300);
     ASSERT_EQ(parser_->GetFrameData(cover.get(), buffer.data(), 300), TV_S_OK);
@@ -73,7 +73,7 @@ TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
     // The data goes to a file as it is.
     const std::string out = WriteTemp("cover.jpg", {});
     ASSERT_EQ(parser_->SaveFrameDataToFile(cover.get(), out.c_str()), TV_S_OK);
-    EXPECT_EQ(ReadWholeFile(out), Bytes(300, 0x11));
+    EXPECT_EQ(test::ReadAll(out), Bytes(300, 0x11));
     // Short buffers and lyrics as text are the fixture tests' (every fixture's cover and lyrics).
 }
 
@@ -86,12 +86,7 @@ TEST_F(Parser, FrameDataLoadedFromAFileIsRendered) {
     ASSERT_EQ(parser_->SetFrameDataFromFile(Find("Track:Lyrics").get(), lyrics.c_str()), TV_S_OK);
     EXPECT_EQ(parser_->SetFrameDataFromFile(Find("Track:Name").get(), lyrics.c_str()), TV_E_FAIL);
 
-    uint32_t size = 0;
-    ASSERT_EQ(parser_->GetRenderedSize(&size), TV_S_OK);
-    std::vector<uint8_t> tag(size);
-    uint32_t written = 0;
-    ASSERT_EQ(parser_->Render(tag.data(), size, &written, 0), TV_S_OK);
-    const auto parsed = id3v2::ParseTag(tag);
+    const auto parsed = Rendered();
     std::vector<std::string> ids;
     bool sawNewCover = false, sawNewLyrics = false;
     for (const auto& f : parsed.frames) {
@@ -119,17 +114,11 @@ TEST_F(Parser, TrailingTagsOnlyWhenAskedFor) {
     ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
     EXPECT_TRUE(Find("Album:Name"));
     EXPECT_FALSE(Find("Track:Name"));
-    ComPtr<IMPAMetaProperty> root2;
-    ASSERT_EQ(CreateStandaloneMetaProperty(root2.put()), TV_S_OK);
+    auto root2 = NewTree();
     ASSERT_EQ(parser_->LinkFile(path.c_str(), &tagSize, kLinkTrailingTags), TV_S_OK);
     ASSERT_EQ(parser_->ReadProperties(root2.get()), TV_S_OK);
-    ComPtr<IMPAMetaProperty> title, genre;
-    EXPECT_EQ(root2->FindFirstChild("Track:Name", title.put()), TV_S_OK);
-    ASSERT_EQ(root2->FindFirstChild("Track:Genre", genre.put()), TV_S_OK);
-    const uint8_t* d = nullptr;
-    uint32_t n = 0;
-    genre->GetValue(&d, &n);
-    EXPECT_STREQ(reinterpret_cast<const char*>(d), "Rock");
+    EXPECT_EQ(TextAt(root2.get(), "Track:Name"), "V1 Title");
+    EXPECT_EQ(TextAt(root2.get(), "Track:Genre"), "Rock");
     // Clear forgets the file (where the audio starts is checked with the damaged tags).
     ASSERT_EQ(parser_->Clear(), TV_S_OK);
     EXPECT_EQ(parser_->ReadProperties(root2.get()), TV_E_FAIL);
@@ -142,15 +131,11 @@ TEST_F(Parser, V24DatesAndPeopleReadAsTheirV23Properties) {
     const Bytes file = Tag(4, 0, body) + Audio();
     ASSERT_EQ(parser_->LinkBuffer(file.data(), uint32_t(file.size())), TV_S_OK);
     ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
-    auto year = Find("Track:Year");
-    ASSERT_TRUE(year);
-    const uint8_t* d = nullptr;
-    uint32_t n = 0;
-    year->GetValue(&d, &n);
-    ASSERT_EQ(n, 4u);
-    EXPECT_EQ(d[0] | d[1] << 8, 2004);
+    EXPECT_EQ(NumberAt(root_.get(), "Track:Year"), 2004u);
     auto people = Find("Credits:All Other Credits");
     ASSERT_TRUE(people);
+    const uint8_t* d = nullptr;
+    uint32_t n = 0;
     people->GetValue(&d, &n);
     EXPECT_EQ(Bytes(d, d + n), B(std::string("producer\0Ann\0bass\0Bob\0\0", 23)));
 }
@@ -160,11 +145,7 @@ TEST_F(Parser, V24DatesAndPeopleReadAsTheirV23Properties) {
 class LargePicture : public Parser, public ::testing::WithParamInterface<uint8_t> {
 protected:
     static constexpr size_t kCover = 100 * 1024;
-    static Bytes Cover() {
-        Bytes b(kCover);
-        for (size_t i = 0; i < b.size(); ++i) b[i] = uint8_t(i * 7 + i / 251);
-        return b;
-    }
+    static Bytes Cover() { return test::Pattern(kCover, 7); }
     // Title, a large front cover (description in UTF-16), lyrics after it, padding.
     static Bytes File(uint8_t major, const std::string& description = "front") {
         Bytes desc = Bytes{0xFF, 0xFE};
@@ -196,13 +177,7 @@ TEST_P(LargePicture, ReadingLeavesTheDataInTheFileAndHandsItOutOnDemand) {
     const std::string path = WriteTemp("large_cover.mp3", File(GetParam()));
     EXPECT_LT(LinkCounting(path), 32u * 1024);
     EXPECT_TRUE(Find("Track:Lyrics"));  // the frame after the cover
-    ComPtr<IMPAMetaProperty> size;
-    ASSERT_EQ(Find("Album:Cover Art")->FindFirstChild("DataSize", size.put()), TV_S_OK);
-    const uint8_t* d = nullptr;
-    uint32_t n = 0;
-    ASSERT_EQ(size->GetValue(&d, &n), TV_S_OK);
-    ASSERT_EQ(n, 4u);
-    EXPECT_EQ(uint32_t(d[0] | d[1] << 8 | d[2] << 16 | d[3] << 24), kCover);
+    EXPECT_EQ(NumberAt(Find("Album:Cover Art").get(), "DataSize"), kCover);
     EXPECT_EQ(CoverData(), Cover());
 }
 
@@ -218,13 +193,8 @@ TEST_P(LargePicture, AFileChangedSinceReadingIsNoticed) {
 TEST_P(LargePicture, RenderingBringsTheDataBackIntoTheTag) {
     const std::string path = WriteTemp("render_cover.mp3", File(GetParam()));
     LinkCounting(path);
-    uint32_t size = 0;
-    ASSERT_EQ(parser_->GetRenderedSize(&size), TV_S_OK);
-    std::vector<uint8_t> tag(size);
-    uint32_t written = 0;
-    ASSERT_EQ(parser_->Render(tag.data(), size, &written, 0), TV_S_OK);
     int pictures = 0;
-    for (const auto& f : id3v2::ParseTag(tag).frames) {
+    for (const auto& f : Rendered().frames) {
         if (f.id != "APIC") continue;
         ++pictures;
         const auto fields = id3v2::DecodeFields(f);

@@ -22,10 +22,7 @@ inline Bytes operator+(Bytes a, const Bytes& b) {
 }
 
 inline void PutSynchsafe(Bytes& out, uint32_t v) {
-    out.push_back(uint8_t((v >> 21) & 0x7F));
-    out.push_back(uint8_t((v >> 14) & 0x7F));
-    out.push_back(uint8_t((v >> 7) & 0x7F));
-    out.push_back(uint8_t(v & 0x7F));
+    for (int s = 21; s >= 0; s -= 7) out.push_back(uint8_t((v >> s) & 0x7F));
 }
 inline void PutU32(Bytes& out, uint32_t v) {
     for (int s = 24; s >= 0; s -= 8) out.push_back(uint8_t(v >> s));
@@ -38,28 +35,21 @@ inline Bytes Utf8Text(const std::string& s) { return Bytes{3} + B(s); }
 
 inline Bytes Frame22(const std::string& id, const Bytes& payload) {
     Bytes out = B(id);
-    const uint32_t n = uint32_t(payload.size());
-    out.push_back(uint8_t(n >> 16)), out.push_back(uint8_t(n >> 8)), out.push_back(uint8_t(n));
-    return out + payload;
-}
-inline Bytes Frame23(const std::string& id, const Bytes& payload, uint16_t flags = 0) {
-    Bytes out = B(id);
-    PutU32(out, uint32_t(payload.size()));
-    out.push_back(uint8_t(flags >> 8)), out.push_back(uint8_t(flags));
+    for (int s = 16; s >= 0; s -= 8) out.push_back(uint8_t(payload.size() >> s));
     return out + payload;
 }
 inline Bytes Frame24(const std::string& id, const Bytes& payload, uint16_t flags = 0, bool plainSize = false) {
     Bytes out = B(id);
-    if (plainSize) PutU32(out, uint32_t(payload.size()));
-    else PutSynchsafe(out, uint32_t(payload.size()));
-    out.push_back(uint8_t(flags >> 8)), out.push_back(uint8_t(flags));
-    return out + payload;
+    (plainSize ? PutU32 : PutSynchsafe)(out, uint32_t(payload.size()));
+    return out + Bytes{uint8_t(flags >> 8), uint8_t(flags)} + payload;
+}
+inline Bytes Frame23(const std::string& id, const Bytes& payload, uint16_t flags = 0) {
+    return Frame24(id, payload, flags, true);
 }
 
 // Header (size computed from body) then body; bodySizeOverride makes the header lie.
 inline Bytes Tag(uint8_t major, uint8_t flags, const Bytes& body, int64_t bodySizeOverride = -1) {
-    Bytes out = B("ID3");
-    out.push_back(major), out.push_back(0), out.push_back(flags);
+    Bytes out = B("ID3") + Bytes{major, 0, flags};
     PutSynchsafe(out, bodySizeOverride >= 0 ? uint32_t(bodySizeOverride) : uint32_t(body.size()));
     return out + body;
 }
