@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "host/guid_text.h"
@@ -167,10 +166,7 @@ TEST_F(Prefs, ResetBringsBackTheDefaults) {
 }
 
 TEST_F(Prefs, DamagedFileIsADataErrorNamingTheFile) {
-    {
-        std::ofstream f(file_);
-        f << "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\nTagEditID3V1 = dword:banana\n";
-    }
+    tagvera::test::WriteText(file_, "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\nTagEditID3V1 = dword:banana\n");
     for (const auto& args : std::vector<std::vector<std::string>>{
              {"prefs", "list"}, {"prefs", "get", "TagEditID3V1"}, {"prefs", "set", "TagEditID3V1", "0"}}) {
         const CliResult r = Run(args);

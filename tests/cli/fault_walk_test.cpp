@@ -8,19 +8,18 @@
 #include <signal.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <set>
 #include <sstream>
 #include <tuple>
 
+#include "mp3_importer/mp3_builder.h"
 #include "platform/scratch_dir.h"
 #include "run_cli.h"
 
 namespace tagvera::testing {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
 using test::ReadAll;
 using test::WriteAll;
 
@@ -31,34 +30,12 @@ const char* const kFileCalls =
 // Every call of a small walk is failed; a longer one is sampled evenly, first and last call included.
 constexpr size_t kMostCallsWalked = 40;
 
-const Bytes kAudio = ReadAll(std::string(TAGVERA_TEST_DATA_DIR) + "/mp3/cbr_96k_44k_notag.mp3");
-
-Bytes Cat(Bytes a, const Bytes& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
+const Bytes kAudio = PlainAudio();
 
 // JPEG markers around bytes that differ everywhere.
 Bytes Jpeg(size_t size, uint32_t seed) {
-    return Cat(Cat({0xFF, 0xD8, 0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0},
-                   test::Pattern(size, seed)),
-               {0xFF, 0xD9});
-}
-
-// An ID3v2.3 tag with a title and not one byte of padding.
-Bytes TagWithoutRoom() {
-    const Bytes frame = {'T', 'I', 'T', '2', 0, 0, 0, 6, 0, 0, 0, 'F', 'i', 'r', 's', 't'};
-    return Cat({'I', 'D', '3', 3, 0, 0, 0, 0, 0, uint8_t(frame.size())}, frame);
-}
-
-// An ID3v1.1 record with a title, an artist and a year.
-Bytes Id3v1Record() {
-    Bytes r(128, 0);
-    std::memcpy(&r[0], "TAGFirst", 8);
-    std::memcpy(&r[33], "Artist", 6);
-    std::memcpy(&r[93], "2001", 4);
-    r[127] = 0xFF;
-    return r;
+    return Bytes{0xFF, 0xD8, 0xFF, 0xE0, 0, 16, 'J', 'F', 'I', 'F', 0, 1, 1, 0, 0, 1, 0, 1, 0, 0} + test::Pattern(size, seed) +
+           Bytes{0xFF, 0xD9};
 }
 
 struct Song {
@@ -76,12 +53,14 @@ void Tagvera(const std::vector<std::string>& args) {
 const Song kSongs[] = {
     {"RoomInThePadding", "Track:Name",
      [](const std::string& p, const std::string&) { WriteAll(p, kAudio), Tagvera({"set", p, "Track:Name=First"}); }},
-    {"NoRoom", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, Cat(TagWithoutRoom(), kAudio)); }},
+    {"NoRoom", "Track:Name",
+     [](const std::string& p, const std::string&) { WriteAll(p, Tag(3, 0, TextFrame("TIT2", "First")) + kAudio); }},
     {"BigCover", "Album:Cover Art",
      [](const std::string& p, const std::string& art) {
          WriteAll(p, kAudio), Tagvera({"set", "--picture", "Album:Cover Art=" + art + "/big.jpg", p});
      }},
-    {"Id3v1Only", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, Cat(kAudio, Id3v1Record())); }},
+    {"Id3v1Only", "Track:Name",
+     [](const std::string& p, const std::string&) { WriteAll(p, kAudio + Id3v1("First", "Artist", "", "2001")); }},
     {"NoTag", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, kAudio); }},
 };
 

@@ -200,8 +200,7 @@ TEST_F(CliInfo, FoldersAreReadWithRecursion) {
 }
 
 TEST_F(CliInfo, SaysWhenA32BitFigureWasClipped) {
-    const std::string huge = dir_.file("huge.mp3");
-    std::filesystem::copy_file(kSamples[0], huge);
+    const std::string huge = dir_.copy(kSamples[0], "huge.mp3");
     std::filesystem::resize_file(huge, (uint64_t(4) << 30) + 1000);  // sparse
     const CliResult text = RunCli({"info", huge});
     ASSERT_EQ(text.status, 0) << text.err;
