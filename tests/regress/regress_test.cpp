@@ -19,12 +19,6 @@
 namespace tagvera::testing {
 namespace {
 
-std::string Copy(const test::ScratchDir& dir, const std::string& path) {
-    const std::string to = dir.file(std::filesystem::path(path).filename().string());
-    std::filesystem::copy_file(path, to);
-    return to;
-}
-
 std::string WriteReport(IMPAInterrogateFile* importer) {
     char report[1024];
     uint32_t size = sizeof report;
@@ -47,7 +41,7 @@ struct TitleWritten {
 };
 
 TitleWritten WriteTitleToACopy(const test::ScratchDir& dir, const std::string& path) {
-    TitleWritten w{Copy(dir, path), NewImporter()};
+    TitleWritten w{dir.copy(path), NewImporter()};
     ComPtr<IMPAMetaProperty> tree;
     if (Failed(w.importer->SetFilename(w.copy.c_str())) || Failed(w.importer->Interrogate(tree.put()))) return w;
     NewTitle(tree.get());
@@ -141,7 +135,7 @@ void LongCounterReadAsAFrame(const std::string& path) {
 // fails, unless losses are allowed; then it writes and lists them as lost.
 void LossRefusedUnlessAllowed(const std::string& path) {
     test::ScratchDir dir;
-    const std::string copy = Copy(dir, path);
+    const std::string copy = dir.copy(path);
     const CliResult refused = RunCli({"set", copy, "Track:Name=new"});
     EXPECT_EQ(refused.status, 1);
     EXPECT_NE(refused.err.find("would lose: "), std::string::npos) << refused.err;
