@@ -83,17 +83,9 @@ TEST(AnalyzeMpegAudio, NoFramesGiveMinusOne) {
 }
 
 TEST(MpegLayer3WaveFormat, SerializesLittleEndianInWindowsOrder) {
-    MpegLayer3WaveFormat wf;
-    wf.wFormatTag = 85;
-    wf.nChannels = 2;
-    wf.nSamplesPerSec = 44100;
-    wf.nAvgBytesPerSec = 16000;
-    wf.nBlockAlign = 1;
-    wf.cbSize = 12;
-    wf.wID = 1;
-    wf.fdwFlags = 0x122;
-    wf.nBlockSize = 417;
-    wf.nFramesPerBlock = 1;
+    const MpegLayer3WaveFormat wf{.wFormatTag = 85, .nChannels = 2, .nSamplesPerSec = 44100, .nAvgBytesPerSec = 16000,
+                                  .nBlockAlign = 1, .cbSize = 12, .wID = 1, .fdwFlags = 0x122, .nBlockSize = 417,
+                                  .nFramesPerBlock = 1};
     const auto b = wf.ToBytes();
     const uint8_t expect[30] = {85, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x80, 0x3E, 0, 0, 1, 0, 0, 0, 12, 0,
                                 1,  0, 0x22, 0x01, 0, 0, 0xA1, 0x01, 1, 0, 0, 0};

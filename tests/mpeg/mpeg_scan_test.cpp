@@ -8,12 +8,19 @@
 #include "tags/id3v2/tag_reader.h"
 #include "mp3/mp3_read_plan.h"
 #include "mp3/mpeg/scan.h"
+#include "id3v2/tag_builder.h"
 #include "mpeg/mpeg_test_support.h"
 
 namespace tagvera {
 namespace {
 
 using testing::Append;
+using testing::B;
+using testing::Bytes;
+using testing::Frame23;
+using testing::Latin1Text;
+using testing::operator+;
+using testing::Tag;
 using testing::CountingSource;
 using testing::LoadFixture;
 using testing::LoadReport;
@@ -81,7 +88,7 @@ TEST(ScanMp3Audio, ReadsTheHeaderKindsOfEachFixture) {
 }
 
 TEST(ScanMp3Audio, LeavesALyrics3BlockOutOfTheAudio) {
-    const auto bytes = testing::ReadWholeFile(testing::Id3DataDir() + "/r_lyrics3v2.mp3");
+    const auto bytes = test::ReadAll(testing::Id3DataDir() + "/r_lyrics3v2.mp3");
     Mp3AudioInfo info;
     ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
     const std::string tail(bytes.end() - 128 - 15, bytes.end() - 128);
@@ -99,14 +106,10 @@ TEST(ScanMp3Audio, LeavesALyrics3BlockOutOfTheAudio) {
 TEST(ScanMp3Audio, SkipsConsecutiveId3v2Tags) {
     const auto audio = LoadFixture("cbr_64k_48k_joint");
     // A v2.3 tag of 30 bytes of body, then a v2.4 tag with a footer and 200 bytes of body.
-    std::vector<uint8_t> bytes = {'I', 'D', '3', 3, 0, 0, 0, 0, 0, 30};
-    bytes.resize(bytes.size() + 30, 0);
-    const uint8_t second[] = {'I', 'D', '3', 4, 0, 0x10, 0, 0, 1, 72};
-    Append(bytes, second);
-    bytes.resize(bytes.size() + 200, 0);
-    Append(bytes, std::vector<uint8_t>{'3', 'D', 'I', 4, 0, 0x10, 0, 0, 1, 72});
-    const uint64_t audioAt = bytes.size();
-    Append(bytes, audio);
+    const Bytes second = Tag(4, 0x10, Bytes(200, 0));
+    const Bytes tags = Tag(3, 0, Bytes(30, 0)) + second + B("3DI") + Bytes(second.begin() + 3, second.begin() + 10);
+    const Bytes bytes = tags + audio;
+    const uint64_t audioAt = tags.size();
     Mp3AudioInfo info;
     ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
     EXPECT_EQ(info.firstFrameOffset, audioAt);
@@ -119,8 +122,7 @@ TEST(ScanMp3Audio, SkipsConsecutiveId3v2Tags) {
 }
 
 TEST(ScanMp3Audio, AnId3v2SizePastTheEndIsSearchedThrough) {
-    std::vector<uint8_t> bytes = {'I', 'D', '3', 3, 0, 0, 0x7F, 0x7F, 0x7F, 0x7F};
-    Append(bytes, LoadFixture("mpeg25_8k_16k_mono"));
+    const Bytes bytes = Tag(3, 0, {}, 0x0FFFFFFF) + LoadFixture("mpeg25_8k_16k_mono");
     Mp3AudioInfo info;
     ASSERT_EQ(Scan(bytes, &info), TV_S_OK);
     EXPECT_EQ(info.firstFrameOffset, 10u);
@@ -141,14 +143,10 @@ TEST(ScanMp3Audio, FindsAudioAfterGarbageWithinTheSearchLimit) {
 }
 
 TEST(ScanMp3Audio, FailsCleanlyOnWhatIsNoMpegAudio) {
-    using Bytes = std::vector<uint8_t>;
     const Bytes audio = LoadFixture("cbr_32k_32k_mono");
-    const auto before = [&](Bytes head) { return Append(head, audio), head; };
-    Bytes tagOnly = {'T', 'A', 'G'};
-    tagOnly.resize(128, 0);
     // Audio past the sync search limit, nothing, zeros, sync bytes, a KorvaMedia file, an ID3v1 tag alone.
-    for (const Bytes& bytes : {before(Bytes(kMp3SyncSearchLimit + 10, 0)), Bytes{}, Bytes(100000, 0),
-                               Bytes(100000, 0xFF), before({'.', 'K', 'M', 'F', 0, 0, 0, 0}), tagOnly}) {
+    for (const Bytes& bytes : {Bytes(kMp3SyncSearchLimit + 10, 0) + audio, Bytes{}, Bytes(100000, 0),
+                               Bytes(100000, 0xFF), B(".KMF") + Bytes(4, 0) + audio, B("TAG") + Bytes(125, 0)}) {
         Mp3AudioInfo info;
         EXPECT_EQ(Scan(bytes, &info), TV_E_FAIL) << bytes.size();
         EXPECT_EQ(info.durationMs, 0u);
@@ -212,16 +210,9 @@ TEST(ScanMp3Audio, ReadsTheSameFewBytesFromAFileOfAnySize) {
 // the ID3v2 tag, the analysis window and the file's last bytes (ID3v1 with what may precede it).
 TEST(ScanMp3Audio, WithTheTagReadersCostsTheTagsAndTheWindowOnly) {
     for (const size_t tagBytes : {size_t(3000), size_t(40000)}) {
-        std::vector<uint8_t> file = {'I', 'D', '3', 3, 0, 0};
-        const size_t body = tagBytes - 10;
-        for (int shift = 21; shift >= 0; shift -= 7) file.push_back(uint8_t((body >> shift) & 0x7F));
-        const std::vector<uint8_t> title = {'T', 'I', 'T', '2', 0, 0, 0, 4, 0, 0, 0, 'a', 'b', 'c'};
-        Append(file, title);
-        file.resize(tagBytes, 0);
-        Append(file, SilentFrames(0xFFFB9440, 384, 2500));
-        std::vector<uint8_t> id3v1(128, 0);
-        id3v1[0] = 'T', id3v1[1] = 'A', id3v1[2] = 'G';
-        Append(file, id3v1);
+        const Bytes title = Frame23("TIT2", Latin1Text("abc"));
+        const Bytes file = Tag(3, 0, title + Bytes(tagBytes - 10 - title.size(), 0)) +
+                           SilentFrames(0xFFFB9440, 384, 2500) + B("TAG") + Bytes(125, 0);
 
         MemorySource memory(file);
         CountingSource counting(memory);

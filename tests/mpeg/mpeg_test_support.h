@@ -8,14 +8,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "base/byte_source.h"
+#include "platform/scratch_dir.h"
 
 namespace tagvera::testing {
 
@@ -23,16 +22,8 @@ inline std::string Mp3DataDir() { return std::string(TAGVERA_TEST_DATA_DIR) + "/
 inline std::string Id3DataDir() { return std::string(TAGVERA_TEST_DATA_DIR) + "/id3"; }
 inline std::string SharedId3Dir() { return std::string(TAGVERA_FIXTURES_DIR) + "/id3"; }
 
-inline std::vector<uint8_t> ReadWholeFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw std::runtime_error("cannot open " + path);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
-}
-
-inline std::string ReadText(const std::string& path) {
-    const auto bytes = ReadWholeFile(path);
-    return std::string(bytes.begin(), bytes.end());
-}
+using test::ReadAll;
+using test::ReadText;
 
 // Names (without ".mp3") of the fixtures the generator script made.
 inline std::vector<std::string> Mp3FixtureNames() {
@@ -45,12 +36,7 @@ inline std::vector<std::string> Mp3FixtureNames() {
 
 // What tools/make-mp3-fixtures.sh recorded for a fixture.
 struct FixtureReport {
-    double sampleRate = 0;
-    double channels = 0;
-    double streamBitRate = 0;
-    double probeSeconds = 0;
-    double decodedSeconds = 0;
-    double decodedSamples = 0;
+    double sampleRate, channels, streamBitRate, decodedSeconds, decodedSamples;
 };
 
 // The number after "key": inside the object that follows "section": in a report.
@@ -65,31 +51,20 @@ inline double ReportNumber(const std::string& json, const std::string& section, 
 
 inline FixtureReport LoadReport(const std::string& name) {
     const std::string json = ReadText(Mp3DataDir() + "/" + name + ".json");
-    FixtureReport r;
-    r.sampleRate = ReportNumber(json, "ffprobe", "sample_rate");
-    r.channels = ReportNumber(json, "ffprobe", "channels");
-    r.streamBitRate = ReportNumber(json, "ffprobe", "stream_bit_rate");
-    r.probeSeconds = ReportNumber(json, "ffprobe", "duration_s");
-    r.decodedSeconds = ReportNumber(json, "decoded", "duration_s");
-    r.decodedSamples = ReportNumber(json, "decoded", "samples_per_channel");
-    return r;
+    return {ReportNumber(json, "ffprobe", "sample_rate"), ReportNumber(json, "ffprobe", "channels"),
+            ReportNumber(json, "ffprobe", "stream_bit_rate"), ReportNumber(json, "decoded", "duration_s"),
+            ReportNumber(json, "decoded", "samples_per_channel")};
 }
 
 inline std::vector<uint8_t> LoadFixture(const std::string& name) {
-    return ReadWholeFile(Mp3DataDir() + "/" + name + ".mp3");
+    return ReadAll(Mp3DataDir() + "/" + name + ".mp3");
 }
 
 // count frames with the given 4-byte header, bodies zero (silence for every layer).
 inline std::vector<uint8_t> SilentFrames(uint32_t header, size_t frameBytes, int count) {
-    std::vector<uint8_t> out;
-    for (int i = 0; i < count; ++i) {
-        const size_t at = out.size();
-        out.resize(at + frameBytes, 0);
-        out[at] = uint8_t(header >> 24);
-        out[at + 1] = uint8_t(header >> 16);
-        out[at + 2] = uint8_t(header >> 8);
-        out[at + 3] = uint8_t(header);
-    }
+    std::vector<uint8_t> out(frameBytes * count, 0);
+    for (size_t at = 0; at < out.size(); at += frameBytes)
+        for (int i = 0; i < 4; ++i) out[at + i] = uint8_t(header >> (24 - 8 * i));
     return out;
 }
 
