@@ -53,6 +53,14 @@ void KmEditEngine::TakeHeaders(KmHeaders headers, bool readHeaders) {
     }
 }
 
+HRESULT KmEditEngine::AddInputFile(const std::string& path) {
+    if (path.empty()) return TV_E_INVALIDARG;
+    return Guard([&] {
+        moreInputs_.push_back(path);
+        return TV_S_OK;
+    });
+}
+
 HRESULT KmEditEngine::SetOutputFile(const std::string& path) {
     if (path.empty()) return TV_E_INVALIDARG;
     output_ = path;
@@ -62,6 +70,7 @@ HRESULT KmEditEngine::SetOutputFile(const std::string& path) {
 void KmEditEngine::Close() {
     headers_.reset();
     input_.clear();
+    moreInputs_.clear();
     content_ = ContentObject{};
     flags_ = 0;
     fileInfo_.clear();
@@ -121,8 +130,10 @@ HRESULT KmEditEngine::Save() {
         plan.endMs = endMs_;
         plan.fileVersion = fileVersion_;
         std::error_code ec;
-        if (!std::filesystem::equivalent(input_, output_, ec)) {
-            ConvertFiles({input_}, output_, plan);
+        if (!moreInputs_.empty() || !std::filesystem::equivalent(input_, output_, ec)) {
+            std::vector<std::string> inputs{input_};
+            inputs.insert(inputs.end(), moreInputs_.begin(), moreInputs_.end());
+            ConvertFiles(inputs, output_, plan);
             return TV_S_OK;
         }
         // The file rewrites itself: its packets come from its old content as the write hands it

@@ -32,6 +32,9 @@ public:
     HRESULT SetInputFile(const std::string& path, ByteSource& opened, bool readHeaders);
     HRESULT SetInputHeaders(const std::string& path, const KmHeaders& headers, bool readHeaders);
     HRESULT SetOutputFile(const std::string& path);
+    // A file whose packets Save appends after the input's, time running on; its streams must
+    // match the input's (the copiers check that first).
+    HRESULT AddInputFile(const std::string& path);
     void Close();
 
     HRESULT SetTitle(std::string_view text);
@@ -67,6 +70,7 @@ private:
     void TakeHeaders(KmHeaders headers, bool readHeaders);
 
     std::string input_, output_;
+    std::vector<std::string> moreInputs_;
     std::optional<KmHeaders> headers_;
     ContentObject content_;
     uint16_t flags_ = 0;

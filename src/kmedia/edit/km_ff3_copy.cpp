@@ -1,6 +1,5 @@
 #include "kmedia/edit/km_ff3_copy.h"
 
-#include "kmedia/convert/convert_files.h"
 #include "kmedia/edit/km_ff2_reader.h"
 #include "kmedia/edit/stream_compatibility.h"
 #include "kmedia/km_edit.h"
@@ -16,6 +15,8 @@ HRESULT Open(const std::string& path, ComPtr<CKMFF2Reader>& reader) {
 // The request applied to the engine over the file's own headers: what is not set stays as it was.
 HRESULT Configure(KmEditEngine& engine, const KmCopyRequest& r, uint32_t endMs) {
     if (const HRESULT hr = engine.SetInputFile(r.inputs.front(), true); Failed(hr)) return hr;
+    for (size_t i = 1; i < r.inputs.size(); ++i)
+        if (const HRESULT hr = engine.AddInputFile(r.inputs[i]); Failed(hr)) return hr;
     if (const auto& c = r.content) {
         engine.SetTitle(c->title);
         // The texts beside the title keep their limit of 255 bytes here too.
@@ -32,21 +33,6 @@ HRESULT Configure(KmEditEngine& engine, const KmCopyRequest& r, uint32_t endMs) 
     engine.SetEndTime(endMs);
     if (r.fileVersion) engine.SetFileVersion(*r.fileVersion);
     return engine.SetOutputFile(r.output);
-}
-
-// Several inputs in one output, with the headers the engine's Save would write for the first.
-HRESULT SaveJoined(const KmEditEngine& engine, const KmCopyRequest& r) {
-    ConvertPlan plan;
-    plan.content = ContentObject{
-        .title = engine.Title(), .author = engine.Author(), .copyright = engine.Copyright(), .comment = engine.Comment()};
-    for (const auto flag : {KmEditEngine::kFlag1, KmEditEngine::kFlag2, KmEditEngine::kFlag8})
-        if (engine.GetFileFlag(flag)) plan.flags |= flag;
-    if (engine.Headers()->FileInfo() || !engine.FileInfo().empty()) plan.fileInfo = engine.FileInfo();
-    plan.startMs = r.startMs;
-    plan.endMs = r.endMs;
-    plan.fileVersion = r.fileVersion;
-    ConvertFiles(r.inputs, r.output, plan);
-    return TV_S_OK;
 }
 
 }  // namespace
@@ -74,7 +60,7 @@ HRESULT CKMFF3Copy::Run() {
         KmEditEngine engine;
         if (const HRESULT hr = Configure(engine, r, endMs); Failed(hr)) return hr;
         if (const HRESULT hr = ReportProgress(r, 50); Failed(hr)) return hr;
-        if (const HRESULT hr = joined ? SaveJoined(engine, r) : engine.Save(); Failed(hr)) return hr;
+        if (const HRESULT hr = engine.Save(); Failed(hr)) return hr;
         return ReportProgress(r, 100);
     });
 }
