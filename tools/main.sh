@@ -7,4 +7,6 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$(nproc)" --target tagvera tagvera_cli
 build/cli/tagvera components
 echo
-build/cli/tagvera info samples/*.mp3
+build/cli/tagvera info samples/*
+echo
+build/cli/tagvera km samples/05-sample-clip.km

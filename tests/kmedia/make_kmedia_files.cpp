@@ -1,4 +1,4 @@
-// Writes the small KorvaMedia samples kept in tests/data/kmedia: make_kmedia_files DIR
+// Writes the small KorvaMedia files kept in samples/ beside the MP3 ones: make_kmedia_files DIR
 #include <cstdio>
 #include <string>
 
@@ -18,12 +18,12 @@ int main(int argc, char** argv) {
     audio.content = ContentObject{.title = "Sample Album/Sample Song/Jazz", .author = "Sample Artist",
                                   .copyright = "2026 Sample", .comment = "generated"};
     audio.streams = {AudioStream(0, 64000, "kaac", 2)};
-    WriteFile(dir + "/audio.kmj", BuildKmFile(audio));
+    WriteFile(dir + "/04-sample-song.kmj", BuildKmFile(audio));
 
     KmFileSpec video = audio;
     video.content.title = "Sample Clip";
     video.streams.push_back(VideoStream(1, 450000, "KV40", 320, 240, 0x3000));
-    WriteFile(dir + "/audio_video.km", BuildKmFile(video));
+    WriteFile(dir + "/05-sample-clip.km", BuildKmFile(video));
 
     KmFileSpec tagged = audio;
     tagged.streams.push_back(FileInfoStream({NameValueProperty::Text("File ID", "sample"),
@@ -31,13 +31,13 @@ int main(int argc, char** argv) {
                                              NameValueProperty::Buffer("KJMDTag", JukeboxBlock("Header Copy"))}));
     tagged.trailerBlock = JukeboxBlock("Trailer Title");
     tagged.id3v1 = Id3v1Bytes("Id3 Title", "Id3 Artist", 8, 3, "1999");
-    WriteFile(dir + "/trailer_id3v1.kmj", BuildKmFile(tagged));
+    WriteFile(dir + "/06-tagged-song.kmj", BuildKmFile(tagged));
 
     KmFileSpec odd = audio;
     odd.streamFileHeader = true;
     odd.unknownVersionObject = true;
     odd.withIndex = false;
     odd.streams.push_back(AudioStream(1, 32000, "sipr", 1, 4));
-    WriteFile(dir + "/kms_unknown_version.kms", BuildKmFile(odd));
+    WriteFile(dir + "/07-stream-header.kms", BuildKmFile(odd));
     return 0;
 }
