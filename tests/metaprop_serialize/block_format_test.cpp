@@ -55,35 +55,6 @@ TEST(BlockFormat, SmallTreesAreWrittenByteForByte) {
               kOneChildLittle);
 }
 
-TEST(BlockFormat, HandLaidBlockReadsIntoTheTree) {
-    for (bool big : {false, true}) {
-        GoldenRecord golden{.name = "root", .type = kTypeGroup, .flags = 0x11};
-        golden.children.push_back({.name = "Album", .type = kTypeGroup, .children = {
-            {.name = "Name", .type = kTypeText, .value = TextValue("Kind of Blue")},
-            {.name = "Year", .type = kTypeNumber, .flags = kFlagReadOnly, .value = NumberValue(1959)}}});
-        // Two records of one name: a second group merges, a second text is dropped.
-        golden.children.push_back({.name = "Credits", .type = kTypeGroup, .children = {
-            {.name = "Producer", .type = kTypeText, .value = TextValue("Irving Townsend")}}});
-        golden.children.push_back({.name = "Credits", .type = kTypeGroup, .children = {
-            {.name = "Engineer", .type = kTypeText, .value = TextValue("Fred Plaut")}}});
-        golden.children.push_back({.name = "Note", .type = kTypeText, .value = TextValue("first")});
-        golden.children.push_back({.name = "Note", .type = kTypeText, .value = TextValue("second")});
-
-        Node tree = NewTree();
-        ASSERT_EQ(ReadBlock(tree.get(), EncodeBlock(golden, big), false, big), TV_S_OK) << big;
-        EXPECT_EQ(Dump(tree.get(), BlockRules(false)),
-                  "\"root\" t=9 f=0x11 v=-\n"
-                  "  \"Album\" t=9 f=0 v=-\n"
-                  "    \"Name\" t=1 f=0 v=4b696e64206f6620426c756500\n"
-                  "    \"Year\" t=4 f=0x1 v=a7070000\n"
-                  "  \"Credits\" t=9 f=0 v=-\n"
-                  "    \"Engineer\" t=1 f=0 v=4672656420506c61757400\n"
-                  "    \"Producer\" t=1 f=0 v=497276696e6720546f776e73656e6400\n"
-                  "  \"Note\" t=1 f=0 v=666972737400\n")
-            << big;
-    }
-}
-
 TEST(BlockFormat, WriterMatchesHandLaidBlockForEveryTypeOrderAndMagic) {
     // The tree's children in enumeration (byte) order, each with the value the writer stores.
     Node tree = NewTree();

@@ -191,22 +191,33 @@ TEST(BlockRoundTrip, PointerTypesNeverCarryBytesThroughABlock) {
 }
 
 TEST(BlockRoundTrip, ReadingReplacesTheRootAndAddsChildren) {
-    Node tree = NewTree();
-    tree->SetName("before");
-    tree->SetValue(reinterpret_cast<const uint8_t*>("old"), 4);
-    AddTyped(tree.get(), "Keep", "mine");
-    AddTyped(AddGroup(tree.get(), "Track").get(), "Old", "mine too");
-
+    // Two records of one name: a second group merges, a second text is dropped.
     GoldenRecord golden{.name = "after", .type = kTypeGroup, .flags = kFlagReadOnly, .value = TextValue("new")};
-    golden.children.push_back({.name = "Track", .type = kTypeGroup, .children = {
-        {.name = "Name", .type = kTypeText, .value = TextValue("from the block")}}});
-    ASSERT_EQ(ReadBlock(tree.get(), EncodeBlock(golden, false)), TV_S_OK);
-    EXPECT_EQ(Dump(tree.get(), {.withChanged = true}),
-              "\"after\" t=9 f=0x1 c=1 v=6e657700\n"
-              "  \"Keep\" t=1 f=0 c=0 v=6d696e6500\n"
-              "  \"Track\" t=9 f=0 c=0 v=-\n"
-              "    \"Name\" t=1 f=0 c=0 v=66726f6d2074686520626c6f636b00\n"
-              "    \"Old\" t=1 f=0 c=0 v=6d696e6520746f6f00\n");
+    golden.children = {
+        {.name = "Note", .type = kTypeText, .value = TextValue("first")},
+        {.name = "Note", .type = kTypeText, .value = TextValue("second")},
+        {.name = "Track", .type = kTypeGroup,
+         .children = {{.name = "Name", .type = kTypeText, .value = TextValue("from the block")}}},
+        {.name = "Track", .type = kTypeGroup,
+         .children = {{.name = "Year", .type = kTypeNumber, .flags = kFlagReadOnly, .value = NumberValue(1959)}}},
+    };
+    for (bool big : {false, true}) {
+        Node tree = NewTree();
+        tree->SetName("before");
+        tree->SetValue(reinterpret_cast<const uint8_t*>("old"), 4);
+        AddTyped(tree.get(), "Keep", "mine");
+        AddTyped(AddGroup(tree.get(), "Track").get(), "Old", "mine too");
+        ASSERT_EQ(ReadBlock(tree.get(), EncodeBlock(golden, big), false, big), TV_S_OK);
+        EXPECT_EQ(Dump(tree.get(), {.withChanged = true}),
+                  "\"after\" t=9 f=0x1 c=1 v=6e657700\n"
+                  "  \"Keep\" t=1 f=0 c=0 v=6d696e6500\n"
+                  "  \"Note\" t=1 f=0 c=0 v=666972737400\n"
+                  "  \"Track\" t=9 f=0 c=0 v=-\n"
+                  "    \"Name\" t=1 f=0 c=0 v=66726f6d2074686520626c6f636b00\n"
+                  "    \"Old\" t=1 f=0 c=0 v=6d696e6520746f6f00\n"
+                  "    \"Year\" t=4 f=0x1 c=0 v=a7070000\n")
+            << big;
+    }
 }
 
 TEST(BlockRoundTrip, NestingIsBoundedOnBothSides) {

@@ -26,10 +26,6 @@ TEST(XmlWrite, LayoutFlatAndPrettyPrinted) {
               "\r\n\t\t<PROP name=\"Name\" type=\"text\" value=\"So What\" />"
               "\r\n\t</PROP>"
               "\r\n</KJMETADATA>");
-    EXPECT_EQ(WriteXml(tree.get()),
-              "<KJMETADATA><PROP name=\"Plays\" type=\"number\" value=\"3\" /><PROP name=\"Track\" type=\"group\">"
-              "<PROP name=\"Empty\" type=\"group\" /><PROP name=\"Name\" type=\"text\" value=\"So What\" />"
-              "</PROP></KJMETADATA>");
 }
 
 TEST(XmlWrite, ValuesByType) {
