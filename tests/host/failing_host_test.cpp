@@ -79,20 +79,18 @@ protected:
     ComPtr<FailingFactory> factory;
 };
 
-TEST_F(FailingHost, InitializePluginReturnsTheLifetimeObjectsFailure) {
+TEST_F(FailingHost, InitializePluginReturnsTheFailureOfEitherHostObject) {
     factory->failing = {CLSID_PackageLifetime};
     EXPECT_EQ(plugin->InitializePlugin(factory.get()), TV_E_OUTOFMEMORY);
     EXPECT_TRUE(events().calls.empty()) << "nothing registered, nothing configured";
-}
 
-TEST_F(FailingHost, InitializePluginReturnsTheRegistrationObjectsFailure) {
     factory->failing = {CLSID_PackageRegistration};
     factory->failure = TV_E_FAIL;
     EXPECT_EQ(plugin->InitializePlugin(factory.get()), TV_E_FAIL);
     EXPECT_TRUE(events().calls.empty());
     EXPECT_EQ(events().liveLifetimeObjects, 1) << "the lifetime object is kept";
 
-    // A second try that succeeds replaces the objects and registers once.
+    // A try that succeeds replaces the objects and registers once.
     factory->failing.clear();
     EXPECT_EQ(plugin->InitializePlugin(factory.get()), TV_S_OK);
     EXPECT_EQ(events().calls, (std::vector<std::string>{"Register(tagvera)", "Configure(2000,1)"}));

@@ -19,7 +19,8 @@ using namespace tagvera::host;
 
 namespace {
 
-// An outer object for aggregation: counts references and answers only IUnknown itself.
+// An outer object for aggregation, or a context without a class factory: counts references and
+// answers only IUnknown.
 struct Outer : IUnknown {
     int refs = 1;
     HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {
@@ -33,16 +34,6 @@ struct Outer : IUnknown {
     }
     uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs); }
     uint32_t TV_STDCALL Release() override { return static_cast<uint32_t>(--refs); }
-};
-
-// A context that has no class factory to give.
-struct BareContext : IUnknown {
-    HRESULT TV_STDCALL QueryInterface(const GUID&, void** out) override {
-        *out = nullptr;
-        return TV_E_NOINTERFACE;
-    }
-    uint32_t TV_STDCALL AddRef() override { return 1; }
-    uint32_t TV_STDCALL Release() override { return 1; }
 };
 
 uint32_t RefCount(IUnknown* p) {
@@ -87,7 +78,7 @@ TEST_F(Lifecycle, WholeLifeThroughTheEntryPoints) {
     EXPECT_EQ(ns->GetPluginNamespace(uri.put()), TV_E_NOCLASSFACTORY);
     EXPECT_EQ(uri.get(), nullptr);
 
-    BareContext bare;
+    Outer bare;
     EXPECT_EQ(plugin->InitializePlugin(nullptr), TV_E_POINTER);
     EXPECT_EQ(plugin->InitializePlugin(&bare), TV_E_NOINTERFACE);
 
