@@ -22,8 +22,7 @@ inline std::vector<std::string> FixtureBasesIn(const std::string& dir) {
     const std::string suffix = ".expect.json";
     for (const auto& entry : std::filesystem::directory_iterator(dir, ec)) {
         const std::string p = entry.path().string();
-        if (p.size() > suffix.size() && p.compare(p.size() - suffix.size(), suffix.size(), suffix) == 0)
-            bases.push_back(p.substr(0, p.size() - suffix.size()));
+        if (p.size() > suffix.size() && p.ends_with(suffix)) bases.push_back(p.substr(0, p.size() - suffix.size()));
     }
     std::sort(bases.begin(), bases.end());
     return bases;

@@ -64,11 +64,7 @@ inline Bytes Unsynchronise(const Bytes& in) {
 }
 
 // Some MPEG audio after a tag, so the bytes look like a file.
-inline Bytes Audio() {
-    Bytes a{0xFF, 0xFB, 0x90, 0x64};
-    a.resize(417, 0x55);
-    return a;
-}
+inline Bytes Audio() { return Bytes{0xFF, 0xFB, 0x90, 0x64} + Bytes(413, 0x55); }
 
 inline id3v2::FileTags ReadBytes(const Bytes& bytes) {
     MemorySource source(bytes);
