@@ -26,12 +26,6 @@ std::string WriteReport(IMPAInterrogateFile* importer) {
     return report;
 }
 
-void NewTitle(IMPAMetaProperty* tree) {
-    ComPtr<IMPAMetaProperty> title;
-    tree->AddText("Track:Name", "new", 0, true, title.put());
-    title->SetChanged(kChanged);
-}
-
 // A copy of path in dir whose title a new importer sets to "new" and writes back; the importer
 // stays open on it.
 struct TitleWritten {
@@ -42,9 +36,10 @@ struct TitleWritten {
 
 TitleWritten WriteTitleToACopy(const test::ScratchDir& dir, const std::string& path) {
     TitleWritten w{dir.copy(path), NewImporter()};
-    ComPtr<IMPAMetaProperty> tree;
+    ComPtr<IMPAMetaProperty> tree, title;
     if (Failed(w.importer->SetFilename(w.copy.c_str())) || Failed(w.importer->Interrogate(tree.put()))) return w;
-    NewTitle(tree.get());
+    tree->AddText("Track:Name", "new", 0, true, title.put());
+    title->SetChanged(kChanged);
     auto writer = QueryAs<IMPAHandleMetaProperties2>(w.importer.get(), IID_IMPAHandleMetaProperties2);
     w.result = writer->WriteMetaProperties2(tree.get(), writer.get(), 0, 0);
     return w;
