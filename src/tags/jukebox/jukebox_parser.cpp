@@ -144,7 +144,7 @@ private:
             if (Failed(hr)) return hr;
         }
 
-        ApplyChanges(tree, fresh.get(), dataSource, force);
+        if (const HRESULT hr = ApplyChanges(tree, fresh.get(), dataSource, force); Failed(hr)) return hr;
 
         Drop();
         uint8_t* written = nullptr;
@@ -155,9 +155,10 @@ private:
         return ParseImpl(owned.get(), writtenSize);
     }
 
-    // Two levels only: the top-level groups and their direct children.
-    void ApplyChanges(IMPAMetaProperty* tree, IMPAMetaProperty* target, IMPAHandleMetaProperties* dataSource,
-                      bool force) {
+    // Two levels only: the top-level groups and their direct children. A changed property that
+    // cannot be copied (memory) fails the build rather than leave the block without it.
+    HRESULT ApplyChanges(IMPAMetaProperty* tree, IMPAMetaProperty* target, IMPAHandleMetaProperties* dataSource,
+                         bool force) {
         for (const ComPtr<IMPAMetaProperty>& group : ChildrenOf(tree)) {
             const char* groupName = nullptr;
             if (Failed(group->GetName(&groupName)) || !groupName) continue;
@@ -180,10 +181,11 @@ private:
                     continue;
                 }
                 ComPtr<IMPAMetaProperty> copy;
-                if (Failed(child->Clone(copy.put())) || !copy) continue;
-                target->AddChild(copy.get(), true, path.c_str(), 0);
+                if (const HRESULT hr = child->Clone(copy.put()); Failed(hr) || !copy) return Failed(hr) ? hr : TV_E_FAIL;
+                if (const HRESULT hr = target->AddChild(copy.get(), true, path.c_str(), 0); Failed(hr)) return hr;
             }
         }
+        return TV_S_OK;
     }
 
     void StoreReference(IMPAMetaProperty* property, const std::string& path, IMPAMetaProperty* target,
