@@ -31,7 +31,7 @@ std::optional<uint32_t> ConvertAndCheck(std::span<const ConvertInput> inputs) {
         VectorSink sink(out);
         for (const auto& piece : layout.pieces()) {
             if (piece.kind == platform::FileLayout::Piece::Kind::Bytes) sink.write(piece.data);
-            else if (piece.kind == platform::FileLayout::Piece::Kind::Generate) piece.producer(sink);
+            else if (piece.kind == platform::FileLayout::Piece::Kind::Generate) piece.producer(sink, *inputs.front().file);
             else std::abort();  // the converter copies nothing by range
         }
     } catch (const Error&) {
