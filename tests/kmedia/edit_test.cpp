@@ -2,6 +2,7 @@
 // byte and in order (several inputs joined), and every offset, count and size describing the new file.
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "base/md5.h"
@@ -15,6 +16,7 @@
 #include "kmedia/km_generator.h"
 #include "kmedia/logical_stream.h"
 #include "package/importer_kit/component_creators.h"
+#include "platform/fault_injection.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
 #include "tagvera/com_ptr.h"
@@ -182,6 +184,35 @@ TEST(KmEdit, DamagedPacketsFailAndLeaveTheOutputAlone) {
     }
     KmEditEngine none;
     EXPECT_EQ(none.Save(), TV_E_NOTLOADED);
+}
+
+// Every write, sync and rename of a Save to a new file failing in turn: no output is left.
+TEST(KmEdit, FailedSaveToANewFileLeavesNone) {
+    test::ScratchDir dir;
+    const std::string in = dir.file("in.km"), out = dir.file("out.km");
+    WriteFile(in, BuildKmFile(Sample()));
+    const auto save = [&] {
+        KmEditEngine edit;
+        EXPECT_EQ(edit.SetInputFile(in, true), TV_S_OK);
+        edit.SetOutputFile(out);
+        return edit.Save();
+    };
+    for (const auto step : {platform::fault::Step::Write, platform::fault::Step::Fsync, platform::fault::Step::Rename}) {
+        platform::fault::StartCounting();
+        ASSERT_EQ(save(), TV_S_OK);
+        const unsigned calls = platform::fault::Calls(step);
+        EXPECT_GT(calls, 0u);
+        platform::fault::Reset();
+        std::filesystem::remove(out);
+        for (unsigned n = 1; n <= calls; ++n) {
+            SCOPED_TRACE(std::string(platform::fault::StepName(step)) + " " + std::to_string(n));
+            {
+                const platform::fault::Scoped failing(step, n, EIO);
+                EXPECT_EQ(save(), TV_E_FAIL);
+            }
+            EXPECT_FALSE(std::filesystem::exists(out));
+        }
+    }
 }
 
 // A file with a second name is rewritten in place; its packets were read back from bytes the
