@@ -13,28 +13,22 @@
 namespace tagvera::kmedia {
 
 HRESULT KmEditEngine::SetInputFile(const std::string& path, bool readHeaders) {
+    Close();
     return Guard([&]() -> HRESULT {
-        Close();
         platform::File file(path, platform::OpenMode::Read);
         if (!file.regular()) return TV_E_FAIL;
-        TakeHeaders(ReadKmHeaders(file), readHeaders);
-        input_ = path;
-        return TV_S_OK;
+        return SetInputFile(path, file, readHeaders);
     });
 }
 
 HRESULT KmEditEngine::SetInputFile(const std::string& path, ByteSource& opened, bool readHeaders) {
-    return Guard([&]() -> HRESULT {
-        Close();
-        TakeHeaders(ReadKmHeaders(opened), readHeaders);
-        input_ = path;
-        return TV_S_OK;
-    });
+    Close();
+    return Guard([&] { return SetInputHeaders(path, ReadKmHeaders(opened), readHeaders); });
 }
 
 HRESULT KmEditEngine::SetInputHeaders(const std::string& path, const KmHeaders& headers, bool readHeaders) {
-    return Guard([&]() -> HRESULT {
-        Close();
+    Close();
+    return Guard([&] {
         TakeHeaders(headers, readHeaders);
         input_ = path;
         return TV_S_OK;

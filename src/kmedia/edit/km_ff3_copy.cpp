@@ -12,9 +12,10 @@ HRESULT Open(const std::string& path, ComPtr<CKMFF2Reader>& reader) {
     return reader->Open(path.c_str());
 }
 
-// The request applied to the engine over the file's own headers: what is not set stays as it was.
-HRESULT Configure(KmEditEngine& engine, const KmCopyRequest& r, uint32_t endMs) {
-    if (const HRESULT hr = engine.SetInputFile(r.inputs.front(), true); Failed(hr)) return hr;
+// The request applied to the engine over the first input's headers (as its reader read them): what
+// is not set stays as it was.
+HRESULT Configure(KmEditEngine& engine, const KmHeaders& first, const KmCopyRequest& r, uint32_t endMs) {
+    if (const HRESULT hr = engine.SetInputHeaders(r.inputs.front(), first, true); Failed(hr)) return hr;
     for (size_t i = 1; i < r.inputs.size(); ++i)
         if (const HRESULT hr = engine.AddInputFile(r.inputs[i]); Failed(hr)) return hr;
     if (const auto& c = r.content) {
@@ -56,9 +57,9 @@ HRESULT CKMFF3Copy::Run() {
             // An end at or past the duration, or none, copies to the end of the file.
             if (endMs >= duration) endMs = 0;
         }
-        first->Close();
         KmEditEngine engine;
-        if (const HRESULT hr = Configure(engine, r, endMs); Failed(hr)) return hr;
+        if (const HRESULT hr = Configure(engine, *first->Headers(), r, endMs); Failed(hr)) return hr;
+        first->Close();
         if (const HRESULT hr = ReportProgress(r, 50); Failed(hr)) return hr;
         if (const HRESULT hr = engine.Save(); Failed(hr)) return hr;
         return ReportProgress(r, 100);
