@@ -25,14 +25,6 @@ constexpr auto kExtensions = advertised::AsImporterList(advertised::kMp3Extensio
 
 }  // namespace
 
-platform::File OpenMp3ForReading(const std::string& path) {
-    try {
-        platform::RecoverInterruptedWrite(path);
-    } catch (const Error&) {
-    }
-    return platform::File(path, platform::OpenMode::Read);
-}
-
 CImportMP3File::~CImportMP3File() = default;
 
 HRESULT CImportMP3File::InternalQueryInterface(const GUID& iid, void** out) {
@@ -71,7 +63,7 @@ void CImportMP3File::CloseFile() {
 }
 
 platform::File& CImportMP3File::OpenedFile() {
-    if (!file_) file_.emplace(OpenMp3ForReading(path_));
+    if (!file_) file_.emplace(platform::OpenForReading(path_));
     return *file_;
 }
 
@@ -85,7 +77,7 @@ HRESULT CImportMP3File::OpenFile(const char* path, OpenForm form) {
     const HRESULT result = Guard([&]() -> HRESULT {
         Forget();
         try {
-            file_.emplace(OpenMp3ForReading(path));
+            file_.emplace(platform::OpenForReading(path));
         } catch (const Error&) {
             return TV_E_FAIL;
         }

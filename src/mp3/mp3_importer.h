@@ -32,10 +32,6 @@
 
 namespace tagvera {
 
-// Opens path for reading once what a killed write left beside it is finished. A journal that
-// cannot be applied leaves the file to be read as it is: the next write refuses it.
-platform::File OpenMp3ForReading(const std::string& path);
-
 class CImportMP3File : public CUnknownIMP,
                        public CKCAContextUserMixin,
                        // The light form opens the file without its ID3v2 tag.

@@ -44,4 +44,12 @@ Recovery RecoverInterruptedWrite(const std::string& path) {
     }
 }
 
+File OpenForReading(const std::string& path) {
+    try {
+        RecoverInterruptedWrite(path);
+    } catch (const Error&) {
+    }
+    return File(path, OpenMode::Read);
+}
+
 }  // namespace tagvera::platform

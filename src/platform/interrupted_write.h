@@ -10,6 +10,8 @@
 
 #include <string>
 
+#include "platform/file.h"
+
 namespace tagvera::platform {
 
 enum class Recovery {
@@ -28,6 +30,10 @@ Recovery RecoverInterruptedWrite(const std::string& path);
 
 // The same for a caller that holds the file's write lock; path with links resolved.
 Recovery RecoverLocked(const std::string& path);
+
+// How an importer opens a file to read it: after RecoverInterruptedWrite, whose failure it lets
+// pass (the reader may see part of a write it could not undo). Throws FileError as File does.
+File OpenForReading(const std::string& path);
 
 }  // namespace tagvera::platform
 

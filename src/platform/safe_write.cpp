@@ -331,7 +331,7 @@ InPlaceEdit::InPlaceEdit(const std::string& path)
 
 InPlaceEdit::InPlaceEdit(FileWriteLock& lock) : path_(lock.path()), file_(OpenForPatching(lock)) {}
 
-void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
+void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability, EditEnd end) {
     if (!file_.isOpen()) throw FileError("patch", path_, "the edit was applied already");
     const uint64_t oldSize = file_.size();
     std::vector<UndoJournal::Range> ranges;
@@ -339,8 +339,15 @@ void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
     Checksum written;
     for (const Patch& p : patches) {
         if (p.offset > oldSize) throw FileError("patch", path_, "a patch starts beyond the end of the file");
+        if (end.length && (p.offset > *end.length || p.size() > *end.length - p.offset))
+            throw FileError("patch", path_, "a patch ends beyond the new end of the file");
         ranges.push_back({p.offset, std::min<uint64_t>(p.size(), oldSize - p.offset), p.size()});
         outcome.length = std::max<uint64_t>(outcome.length, p.offset + p.size());
+    }
+    if (end.length) {
+        outcome.length = *end.length;
+        // The cut-off bytes are saved like patched ones: undoing the edit writes them back.
+        if (*end.length < oldSize) ranges.push_back({*end.length, oldSize - *end.length, 0});
     }
     // Read before anything changes: a moved range holds its old bytes only until then.
     for (const Patch& p : patches) {
@@ -367,6 +374,9 @@ void InPlaceEdit::apply(std::span<const Patch> patches, Durability durability) {
                 to += c.size();
             });
         }
+        // Shortened last: until the cut, a kill finds a file the journal's outcome does not
+        // describe, and the edit is undone.
+        if (end.length && file_.size() != *end.length) file_.truncate(*end.length);
         if (durable) file_.sync();
         journal.remove(durable);
     } catch (...) {

@@ -73,6 +73,14 @@ enum class Durability {
 void PatchInPlace(const std::string& path, std::span<const Patch> patches,
                   Durability durability = Durability::Synced);
 
+// Where an in-place edit leaves the end of the file.
+struct EditEnd {
+    // Cut the file at this length once the patches are written (a trailer replaced by a shorter
+    // one); the bytes cut off go into the journal like patched ones. Unset: the file ends where
+    // the old content or the last patch ends, whichever is later. No patch may end past it.
+    std::optional<uint64_t> length;
+};
+
 // PatchInPlace in two steps, for a writer that reads the file's layout as it is now before it
 // knows its patches, through the handle it then writes with: construction takes the write lock
 // (or uses the caller's), finishes an interrupted write, checks and opens the file read-write.
@@ -84,7 +92,7 @@ public:
     InPlaceEdit& operator=(const InPlaceEdit&) = delete;
     File& file() { return file_; }
     // As PatchInPlace, once; closes the file and lets go of a lock of its own.
-    void apply(std::span<const Patch> patches, Durability durability = Durability::Synced);
+    void apply(std::span<const Patch> patches, Durability durability = Durability::Synced, EditEnd end = {});
 
 private:
     std::optional<FileWriteLock> ownLock_;

@@ -48,6 +48,13 @@ void ShiftInPlace(const std::string& path) {
     PatchInPlace(path, patches);
 }
 
+// A trailer replaced by a shorter one: new bytes over the old start, the rest cut off.
+void ShortenInPlace(const std::string& path) {
+    const uint64_t at = FileSize(path) - 1000;
+    const Patch patch{at, kTail};
+    InPlaceEdit(path).apply(std::span(&patch, 1), Durability::Synced, {at + kTail.size()});
+}
+
 void Rewrite(const std::string& path) { RewriteFile(path, FileLayout().bytes(kHead).copy(2000, FileSize(path) - 2000)); }
 
 struct Scenario {
@@ -61,6 +68,7 @@ const Scenario kScenarios[] = {
     {"Patch", [](const std::string& p) { PatchHeadAndTail(p, Durability::Synced); }},
     {"DeferredPatch", [](const std::string& p) { PatchHeadAndTail(p, Durability::Deferred); }},
     {"PatchThatShiftsARange", ShiftInPlace},
+    {"PatchThatShortensTheFile", ShortenInPlace},
     {"Rewrite", Rewrite},
     {"RewriteThroughANamedTemporaryFile", Rewrite, false, true},
     {"RewriteOfAFileWithTwoNames", Rewrite, true},

@@ -228,6 +228,19 @@ TEST(PatchInPlace, OverwritesAndAppends) {
     want.insert(want.end(), tag, tag + sizeof tag);
     EXPECT_EQ(ReadAll(m.path), want);
     EXPECT_EQ(ModeOf(m.path), 0640u);
+
+    // A patch near the end with the file cut after it: what lay beyond is gone.
+    const uint64_t at = want.size() - 100;
+    InPlaceEdit(m.path).apply({}, Durability::Synced, {at});
+    want.resize(at);
+    EXPECT_EQ(ReadAll(m.path), want);
+    const Patch last{at - 3, head};
+    InPlaceEdit(m.path).apply(std::span(&last, 1), Durability::Synced, {at});
+    std::copy(head, head + 3, want.end() - 3);
+    EXPECT_EQ(ReadAll(m.path), want);
+    const Patch tooLong{at - 2, head};
+    EXPECT_THROW(InPlaceEdit(m.path).apply(std::span(&tooLong, 1), Durability::Synced, {at}), FileError);
+    EXPECT_EQ(ReadAll(m.path), want);
 }
 
 // A rewrite gives the file a new inode; the file's other names must not keep the old content
