@@ -14,7 +14,10 @@
 #include "component/unknown.h"
 #include "metaprop/fast_meta_property.h"
 #include "metaprop/metaprop_component.h"
+#include "metaprop/node_access.h"
 #include "metaprop/property_access.h"
+#include "metaprop/reference_bytes.h"
+#include "platform/file.h"
 #include "platform/safe_write.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/metaprop_serialize.h"
@@ -175,9 +178,11 @@ private:
                 }
                 uint32_t type = kTypeNone;
                 child->GetType(&type);
-                if (type == kTypeReference) {
+                if (type == kTypeReference || type == kTypeFileReference) {
                     // The bytes of an on-demand property can only come from the data source.
-                    if (dataSource) StoreReference(child.get(), path, target, dataSource);
+                    if (type == kTypeReference && !dataSource) continue;
+                    if (const HRESULT hr = StoreReference(child.get(), type, path, target, dataSource); Failed(hr))
+                        return hr;
                     continue;
                 }
                 ComPtr<IMPAMetaProperty> copy;
@@ -188,17 +193,22 @@ private:
         return TV_S_OK;
     }
 
-    void StoreReference(IMPAMetaProperty* property, const std::string& path, IMPAMetaProperty* target,
-                        IMPAHandleMetaProperties* dataSource) {
-        uint32_t size = 0;
-        if (!ChildNumber(property, kPropDataSize, &size) || size == 0 || size > kMaxReferenceBytes) return;
-        std::vector<uint8_t> bytes(size);
-        if (Failed(dataSource->GetPropertyData(property, bytes.data(), size))) return;
+    // The bytes go into the block now: a picture that cannot be read fails the build rather than
+    // leave the block without it. A file's name becomes its extension, as when it is serialized.
+    HRESULT StoreReference(IMPAMetaProperty* property, uint32_t type, const std::string& path, IMPAMetaProperty* target,
+                           IMPAHandleMetaProperties* dataSource) {
+        const auto bytes = ReferenceBytes(property, type, dataSource);
+        if (!bytes) return TV_E_FAIL;
         ComPtr<IMPAMetaProperty> copy;
-        if (Failed(property->Clone(copy.put())) || !copy) return;
-        copy->SetType(kTypeDataReference);
-        if (Failed(copy->SetValue(bytes.data(), size))) return;
-        target->AddChild(copy.get(), true, path.c_str(), 0);
+        if (const HRESULT hr = property->Clone(copy.put()); Failed(hr) || !copy) return Failed(hr) ? hr : TV_E_FAIL;
+        if (type == kTypeFileReference) {
+            const std::string extension = platform::ExtensionOf(std::string(ValueText(ValueOf(property))));
+            if (const HRESULT hr = copy->AddText(kPropExtension, extension.c_str(), kFlagType, true, nullptr); Failed(hr))
+                return hr;
+        }
+        if (const HRESULT hr = copy->SetType(kTypeDataReference); Failed(hr)) return hr;
+        if (const HRESULT hr = copy->SetValue(bytes->data(), static_cast<uint32_t>(bytes->size())); Failed(hr)) return hr;
+        return target->AddChild(copy.get(), true, path.c_str(), 0);
     }
 
     HRESULT CreateTree(ComPtr<IMPAMetaProperty>& out) const {

@@ -7,6 +7,7 @@
 #include "metaprop/node_access.h"
 #include "tags/id3v2/fields.h"
 #include "metaprop/property_access.h"
+#include "metaprop/reference_bytes.h"
 #include "platform/file.h"
 #include "platform/text.h"
 #include "tagvera/com_ptr.h"
@@ -282,33 +283,6 @@ uint8_t PictureTypeFor(const std::string& parent, const std::string& name) {
     for (const auto& row : PictureTypes())
         if (name == row.property && parent == row.parent) return row.firstType;
     return 0;
-}
-
-std::optional<std::vector<uint8_t>> ReferenceBytes(IMPAMetaProperty* property, uint32_t type,
-                                                   IMPAHandleMetaProperties* dataSource) {
-    if (type == kTypeDataReference) {
-        const auto v = ValueOf(property);
-        return std::vector<uint8_t>(v.begin(), v.end());
-    }
-    if (type == kTypeFileReference) {
-        const std::string path(ValueText(ValueOf(property)));
-        // Only a host puts a file name here (names read from blocks arrive without one); a pipe,
-        // device or directory would block or never end.
-        if (path.empty() || !platform::IsRegularFile(path)) return std::nullopt;
-        try {
-            platform::File file(path, platform::OpenMode::Read);
-            if (file.size() > kMaxReferenceBytes) return std::nullopt;
-            return file.readExact(0, static_cast<size_t>(file.size()));
-        } catch (const Error&) {
-            return std::nullopt;
-        }
-    }
-    if (type != kTypeReference || !dataSource) return std::nullopt;
-    uint32_t size = 0;
-    if (!ChildNumber(property, "DataSize", &size) || size == 0 || size > kMaxReferenceBytes) return std::nullopt;
-    std::vector<uint8_t> bytes(size, 0);
-    if (Failed(dataSource->GetPropertyData(property, bytes.data(), size))) return std::nullopt;
-    return bytes;
 }
 
 RuleResult ApplyWriteRule(Frame& frame, const WriteTarget& target, IMPAMetaProperty* property,

@@ -42,11 +42,6 @@ RuleResult ApplyWriteRule(id3v2::Frame& frame, const WriteTarget& target, IMPAMe
 // under "Album". 0 when none matches.
 uint8_t PictureTypeFor(const std::string& parent, const std::string& name);
 
-// The bytes behind a reference property: type 10 through the data source ("DataSize" of them),
-// type 11 from the file its value names, type 12 its own value. Nothing when not available.
-std::optional<std::vector<uint8_t>> ReferenceBytes(IMPAMetaProperty* property, uint32_t type,
-                                                   IMPAHandleMetaProperties* dataSource);
-
 }  // namespace tagvera::id3v2
 
 #endif
