@@ -123,12 +123,18 @@ std::string WriteReportOf(const MediaFile& media) {
 }
 
 void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) {
-    auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2);
-    if (!writer) throw DataError(media.path, "its importer cannot write tags");
-    // Many files in a row: their file systems are synced once when the run ends.
-    const uint32_t options = kMp3WriteDeferSync | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
-    const HRESULT hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, options);
-    if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
+    HRESULT hr = TV_E_NOINTERFACE;
+    if (auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2)) {
+        // Many files in a row: their file systems are synced once when the run ends.
+        const uint32_t options = kMp3WriteDeferSync | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
+        hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, options);
+        if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
+    } else if (auto plain = media.handler()) {
+        // An importer without write options syncs each write itself.
+        hr = plain->WriteMetaProperties(media.tree.get(), plain.get(), 0);
+    } else {
+        throw DataError(media.path, "its importer cannot write tags");
+    }
     if (hr == TV_E_NOTIMPL) throw DataError(media.path, "writing this kind of file is not built yet");
     const std::string report = WriteReportOf(media);
     if (Failed(hr)) {

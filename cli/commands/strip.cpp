@@ -15,7 +15,7 @@ int Run(CommandContext& ctx, const Args& args) {
     return ForEachFile(ctx, run, parsed.positional, [&](const std::string& file) {
         const MediaFile media = OpenForEdit(ctx.host(), file);
         if (run.dryRun) {
-            ctx.out << file << ": would remove its tags (an ID3v1 record stays, blank)\n";
+            ctx.out << file << ": would remove its tags\n";
             return;
         }
         auto handler = media.handler();
@@ -31,7 +31,9 @@ int Run(CommandContext& ctx, const Args& args) {
 
 TAGVERA_REGISTER_COMMAND({"strip", "remove the files' tags",
                           "strip [--dry-run] [--progress] [-r] FILE...\n"
-                          "  Removes the ID3v2 tags and blanks the ID3v1 record (its 128 bytes stay).",
+                          "  Removes every tag the file holds. MP3: the ID3v2 tags go and the ID3v1 record is\n"
+                          "  blanked (its 128 bytes stay). KorvaMedia: the file is rewritten without its\n"
+                          "  jukebox trailer, ID3v1 tag, jukebox copy and content description.",
                           Run});
 
 }  // namespace tagvera::cli

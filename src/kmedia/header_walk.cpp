@@ -85,6 +85,22 @@ const MediaPropertiesObject* KmHeaders::FileInfo() const {
     return found;
 }
 
+const ObjectPlace* KmHeaders::FileInfoPlace() const {
+    const MediaPropertiesObject* info = FileInfo();
+    if (!info) return nullptr;
+    // The walk adds a stream for every MDPR it meets, in file order.
+    size_t nth = static_cast<size_t>(info - streams.data());
+    for (const auto& place : places)
+        if (place.header.id == kIdMediaProperties && nth-- == 0) return &place;
+    return nullptr;
+}
+
+uint64_t KmHeaders::End() const {
+    uint64_t end = 0;
+    for (const auto& place : places) end = std::max(end, place.offset + place.header.size);
+    return end;
+}
+
 KmHeaders ReadKmHeaders(ByteSource& source, const WalkOptions& options) {
     KmHeaders km;
     ObjectReads file(source);

@@ -42,6 +42,11 @@ struct KmHeaders {
 
     // The "logical-fileinfo" stream (of several, the lowest-numbered), or null.
     const MediaPropertiesObject* FileInfo() const;
+    // Where that stream's object lies; null without one.
+    const ObjectPlace* FileInfoPlace() const;
+    // Where the last object met ends (past the file's end when an object claims more than it
+    // holds): what lies beyond is not media.
+    uint64_t End() const;
 };
 
 struct WalkOptions {

@@ -8,6 +8,7 @@
 #include "kmedia/file_info_values.h"
 #include "kmedia/logical_stream.h"
 #include "platform/file.h"
+#include "platform/interrupted_write.h"
 #include "platform/safe_write.h"
 
 namespace tagvera::kmedia {
@@ -15,7 +16,7 @@ namespace tagvera::kmedia {
 HRESULT KmEditEngine::SetInputFile(const std::string& path, bool readHeaders) {
     Close();
     return Guard([&]() -> HRESULT {
-        platform::File file(path, platform::OpenMode::Read);
+        platform::File file = platform::OpenForReading(path);
         if (!file.regular()) return TV_E_FAIL;
         return SetInputFile(path, file, readHeaders);
     });
@@ -132,7 +133,7 @@ HRESULT KmEditEngine::Save() {
         }
         // The file rewrites itself: its packets come from its old content as the write hands it
         // over, which for a file with several names is the undo journal's copy.
-        platform::File input(input_, platform::OpenMode::Read);
+        platform::File input = platform::OpenForReading(input_);
         // The headers again: the file may have changed since it was opened.
         const KmHeaders now = ReadKmHeaders(input);
         platform::RewriteFile(output_, ConvertLayout(input, now, plan, true));

@@ -7,6 +7,7 @@
 
 #include "base/error.h"
 #include "component/managed_component.h"
+#include "kmedia/content_properties.h"
 #include "kmedia/km_codes.h"
 #include "kmedia/stream_summary.h"
 #include "kmedia/trailer.h"
@@ -15,6 +16,7 @@
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
+#include "platform/interrupted_write.h"
 #include "tags/id3v1/id3v1_map.h"
 #include "tags/id3v1/id3v1_tag.h"
 #include "tagvera/vocabulary.h"
@@ -43,9 +45,9 @@ bool HasText(IMPAMetaProperty* tree, const char* path) {
     return !ValueText(ValueOf(node.get())).empty();
 }
 
-HRESULT AddTextIfAbsent(IMPAMetaProperty* tree, const char* path, std::string_view text) {
-    if (text.empty() || HasText(tree, path)) return TV_S_OK;
-    return tree->AddText(path, std::string(text).c_str(), 0, true, nullptr);
+HRESULT AddTextIfAbsent(IMPAMetaProperty* tree, const char* path, const std::string& text) {
+    if (HasText(tree, path)) return TV_S_OK;
+    return tree->AddText(path, text.c_str(), 0, true, nullptr);
 }
 
 }  // namespace
@@ -60,6 +62,7 @@ HRESULT CImportKMJFile::InternalQueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IMPAHandleMetaProperties) return Hand(static_cast<IMPAHandleMetaProperties*>(this), out);
     if (iid == IID_IMPAInterrogateLite) return Hand(static_cast<IMPAInterrogateLite*>(this), out);
     if (iid == IID_IMPAStructureReport) return Hand(static_cast<IMPAStructureReport*>(this), out);
+    if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
     return NoInterface(out);
 }
 
@@ -72,6 +75,7 @@ void CImportKMJFile::Forget() {
     path_.clear();
     extension_.clear();
     jukeboxLoaded_ = jukeboxPresent_ = false;
+    writeReport_.clear();
 }
 
 HRESULT CImportKMJFile::OpenFile(const char* path, OpenForm form) {
@@ -79,7 +83,7 @@ HRESULT CImportKMJFile::OpenFile(const char* path, OpenForm form) {
     const HRESULT result = Guard([&]() -> HRESULT {
         Forget();
         try {
-            file_.emplace(path, platform::OpenMode::Read);
+            file_.emplace(platform::OpenForReading(path));
         } catch (const Error&) {
             return TV_E_FAIL;
         }
@@ -140,25 +144,9 @@ HRESULT CImportKMJFile::SetStatistics(IMPAFileProperties* stats, bool* complete)
 
 HRESULT CImportKMJFile::MergeContent(IMPAFileProperties*) {
     if (!Headers().content || !Headers().content->header.KnownVersion()) return TV_S_OK;
-    const kmedia::ContentObject& c = *Headers().content;
-    IMPAMetaProperty* tree = tree_.get();
     FirstFailure step;
-    // A title of "album/name/genre" is how older rippers filled the one field they had.
-    const std::string_view title = c.title;
-    const size_t first = title.find('/');
-    if (first == std::string_view::npos) {
-        step(AddTextIfAbsent(tree, "Track:Name", title));
-    } else {
-        step(AddTextIfAbsent(tree, "Album:Name", title.substr(0, first)));
-        const size_t second = title.find('/', first + 1);
-        if (second != std::string_view::npos) {
-            step(AddTextIfAbsent(tree, "Track:Name", title.substr(first + 1, second - first - 1)));
-            const std::string_view rest = title.substr(second + 1);
-            step(AddTextIfAbsent(tree, "Track:Genre", rest.substr(0, rest.find('/'))));
-        }
-    }
-    step(AddTextIfAbsent(tree, "Artist:Name", c.author));
-    step(AddTextIfAbsent(tree, "Track:Copyright", c.copyright));
+    for (const auto& [path, text] : kmedia::ContentProperties(*Headers().content))
+        step(AddTextIfAbsent(tree_.get(), path.c_str(), text));
     return step.result();
 }
 
@@ -197,11 +185,7 @@ HRESULT CImportKMJFile::GetSupportedExtensions(char* buffer, uint32_t* size) {
     return CopyListOut(kExtensions.view(), buffer, size);
 }
 
-// Writing comes with the edit engine's save; until then nothing in the file is changed.
-HRESULT CImportKMJFile::Prepare(uint32_t) { return TV_E_NOTIMPL; }
-HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty*, IMPAHandleMetaProperties*, uint32_t) {
-    return TV_E_NOTIMPL;
-}
+HRESULT CImportKMJFile::GetWriteReport(char* buffer, uint32_t* size) { return CopyListOut(writeReport_, buffer, size); }
 
 HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out) {
     return CreateManagedComponent<CImportKMJFile>(package, outer, out);

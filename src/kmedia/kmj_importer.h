@@ -1,7 +1,8 @@
 // CImportKMJFile: the package's component for KorvaMedia files. It reads a file's header objects
 // once when the file is set (never its packets) and fills the host's tree from four sources: the
 // jukebox block (the trailer at the end of the file, else the "KJMDTag" copy in the file-info
-// stream), the ID3v1 tag, the stream headers and the content description "CONT".
+// stream), the ID3v1 tag, the stream headers and the content description "CONT". It writes the
+// tree back into the trailer, the ID3v1 tag and the file-info copy (kmj_importer_write.cpp).
 #ifndef TAGVERA_KMEDIA_KMJ_IMPORTER_H
 #define TAGVERA_KMEDIA_KMJ_IMPORTER_H
 
@@ -21,6 +22,7 @@
 #include "tagvera/com_ptr.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
+#include "tagvera/mp3.h"
 #include "tagvera/structure_report.h"
 
 namespace tagvera {
@@ -31,7 +33,8 @@ class CImportKMJFile : public CUnknownIMP,
                        public SetFilenameOpens<IMPAHandleMetaProperties, OpenForm::Full>,
                        // The light form makes no jukebox parser: the block is never read.
                        public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
-                       public IMPAStructureReport {
+                       public IMPAStructureReport,
+                       public IMPAWriteReport {
 public:
     CImportKMJFile() = default;
     ~CImportKMJFile() override;
@@ -51,7 +54,8 @@ public:
     // IMPAInterrogateLite
     HRESULT TV_STDCALL InterrogateLite(IMPAMetaProperty** tree) override;
 
-    // IMPAHandleMetaProperties (kmj_jukebox_source.cpp for the on-demand data)
+    // IMPAHandleMetaProperties (kmj_jukebox_source.cpp for the on-demand data,
+    // kmj_importer_write.cpp for the writes)
     HRESULT TV_STDCALL Prepare(uint32_t what) override;
     HRESULT TV_STDCALL GetPropertyData(IMPAMetaProperty* property, uint8_t* buffer, uint32_t size) override;
     HRESULT TV_STDCALL SavePropertyData(IMPAMetaProperty* property, const char* path) override;
@@ -61,6 +65,9 @@ public:
     // IMPAStructureReport (kmj_structure_report.cpp)
     HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
                                           IKMABuffer** reason) override;
+
+    // IMPAWriteReport
+    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
 
 private:
     void Forget();
@@ -85,6 +92,7 @@ private:
     ComPtr<IMPAKJMDParser> jukebox_;
     bool jukeboxLoaded_ = false;
     bool jukeboxPresent_ = false;
+    std::string writeReport_;  // kept across the reopen that ends every write
 };
 
 }  // namespace tagvera

@@ -43,7 +43,12 @@ struct Song {
     const char* property;  // one it has, for `rm`
     // Puts the file at path; tagvera makes it where it can, with what art/ holds.
     void (*make)(const std::string& path, const std::string& art);
+    const char* file = "song.mp3";
 };
+
+void CopySample(const std::string& sample, const std::string& path) {
+    WriteAll(path, ReadAll(std::string(TAGVERA_SOURCE_DIR) + "/samples/" + sample));
+}
 
 void Tagvera(const std::vector<std::string>& args) {
     const CliResult r = RunCli(args);
@@ -62,6 +67,10 @@ const Song kSongs[] = {
     {"Id3v1Only", "Track:Name",
      [](const std::string& p, const std::string&) { WriteAll(p, kAudio + Id3v1("First", "Artist", "", "2001")); }},
     {"NoTag", "Track:Name", [](const std::string& p, const std::string&) { WriteAll(p, kAudio); }},
+    // KorvaMedia: a trailer, an ID3v1 tag and a header copy with room (two patches and a cut);
+    // and a file with its content description alone (the trailer appended).
+    {"KmTagged", "Track:Name", [](const std::string& p, const std::string&) { CopySample("06-tagged-song.kmj", p); }, "song.kmj"},
+    {"KmBare", "Track:Name", [](const std::string& p, const std::string&) { CopySample("05-sample-clip.km", p); }, "clip.km"},
 };
 
 struct Command {
@@ -117,7 +126,7 @@ class FaultWalk : public ::testing::TestWithParam<std::tuple<Song, Command>> {
 protected:
     test::ScratchDir dir;
     const std::string music = dir.file("music"), art = dir.file("art");
-    const std::string name = "song.mp3", path = music + "/" + name, log = dir.file("strace.log");
+    const std::string name = std::get<0>(GetParam()).file, path = music + "/" + name, log = dir.file("strace.log");
     Bytes original, clean;
     // The leak checker of a sanitizer build cannot run under a tracer.
     const std::map<std::string, std::string> env = {

@@ -13,6 +13,7 @@
 #include "kmedia/edit/time_text.h"
 #include "kmedia/edit/tools_dll.h"
 #include "kmedia/km_edit.h"
+#include "kmedia/km_checker.h"
 #include "kmedia/km_generator.h"
 #include "kmedia/logical_stream.h"
 #include "package/importer_kit/component_creators.h"
@@ -26,43 +27,7 @@
 namespace tagvera::kmedia::testing {
 namespace {
 
-// Every packet of a file, bytes included.
-std::vector<std::vector<uint8_t>> Packets(const std::vector<uint8_t>& file, const KmHeaders& h) {
-    MemorySource src(file);
-    std::vector<std::vector<uint8_t>> out;
-    PacketScan scan(src, h.dataOffset, *h.data);
-    const PacketScan::Consumer keep = [&](std::span<const uint8_t> b) { out.back().insert(out.back().end(), b.begin(), b.end()); };
-    scan.Walk([&](const ScannedPacket&) { out.emplace_back(); }, &keep);
-    return out;
-}
-
 uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
-
-// The checker: a file whose headers, data object and index objects all agree.
-KmHeaders CheckConsistent(const std::vector<uint8_t>& file) {
-    MemorySource src(file);
-    const KmHeaders h = ReadKmHeaders(src, {.readIndexes = true});
-    EXPECT_TRUE(h.problems.empty());
-    EXPECT_TRUE(h.properties && h.data);
-    if (!h.properties || !h.data) return h;
-    EXPECT_EQ(h.properties->dataOffset, h.dataOffset);
-    EXPECT_EQ(h.properties->numPackets, h.data->numPackets);
-    EXPECT_EQ(h.properties->numStreams, h.streams.size());
-    EXPECT_EQ(h.dataOffset + h.data->header.size + 0u, h.indexes.empty() ? file.size() : h.properties->indexOffset);
-    EXPECT_GE(h.fileHeader.numHeaders, 2 + 2 + h.streams.size());
-    uint64_t end = h.dataOffset + h.data->header.size;
-    for (size_t i = 0; i < h.indexes.size(); ++i) {
-        EXPECT_EQ(h.indexOffsets[i], end);
-        end += h.indexes[i].Size();
-        for (const auto& r : h.indexes[i].records) {
-            // Each record points at a packet of its stream with its timestamp.
-            EXPECT_EQ(file[r.offset + 5], h.indexes[i].streamNumber);
-            EXPECT_EQ(Be32(&file[r.offset + 6]), r.timestampMs);
-        }
-    }
-    EXPECT_EQ(end, file.size());
-    return h;
-}
 
 KmFileSpec Sample() {
     KmFileSpec s;

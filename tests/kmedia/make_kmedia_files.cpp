@@ -25,10 +25,13 @@ int main(int argc, char** argv) {
     video.streams.push_back(VideoStream(1, 450000, "KV40", 320, 240, 0x3000));
     WriteFile(dir + "/05-sample-clip.km", BuildKmFile(video));
 
+    // A header copy with room to spare, so that a new block is refreshed in place there too.
+    std::vector<uint8_t> headerCopy = JukeboxBlock("Header Copy");
+    headerCopy.resize(1024, 0);
     KmFileSpec tagged = audio;
     tagged.streams.push_back(FileInfoStream({NameValueProperty::Text("File ID", "sample"),
                                              NameValueProperty::Number("Indexable", 1),
-                                             NameValueProperty::Buffer("KJMDTag", JukeboxBlock("Header Copy"))}));
+                                             NameValueProperty::Buffer("KJMDTag", headerCopy)}));
     tagged.trailerBlock = JukeboxBlock("Trailer Title");
     tagged.id3v1 = Id3v1Bytes("Id3 Title", "Id3 Artist", 8, 3, "1999");
     WriteFile(dir + "/06-tagged-song.kmj", BuildKmFile(tagged));

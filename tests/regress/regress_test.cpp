@@ -1,6 +1,6 @@
 // One case per bug found so far: the file that shows it (tests/data/regress/<what broke>.mp3, made
-// by tools/make-id3-fixtures.py) through the built library as a host drives it, and the fixed
-// behaviour checked.
+// by tools/make-id3-fixtures.py; a .kmj is a sample that make_kmedia_files writes) through the
+// built library as a host drives it, and the fixed behaviour checked.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -171,9 +171,26 @@ void FailedReadAtTheEndTakenForDamage(const std::string& path) {
     EXPECT_THROW(id3v2::ReadFileTags(source), Error);
 }
 
+// A new cover named by a file that cannot be read (here a folder) fails the write: the jukebox
+// block was written without the cover, and the write reported success.
+void UnreadablePictureLeftOutOfTheTrailer(const std::string& path) {
+    const test::ScratchDir dir;
+    const std::string copy = dir.copy(path);
+    const auto r = Interrogate(copy, CLSID_CImportKMJFile);
+    ComPtr<IMPAMetaProperty> cover;
+    const std::string folder = dir.path();
+    ASSERT_EQ(r.tree->AddProperty("Album:Cover Art", kTypeFileReference, 0, reinterpret_cast<const uint8_t*>(folder.c_str()),
+                                  static_cast<uint32_t>(folder.size() + 1), true, cover.put()),
+              TV_S_OK);
+    cover->SetChanged(kChanged);
+    EXPECT_EQ(r.handler()->WriteMetaProperties(r.tree.get(), r.handler().get(), 0), TV_E_FAIL);
+    EXPECT_EQ(test::ReadAll(copy), test::ReadAll(path));
+}
+
 struct Regression {
-    const char* file;  // tests/data/regress/<file>.mp3
+    const char* file;  // tests/data/regress/<file><extension>
     void (*check)(const std::string& path);
+    const char* extension = ".mp3";
 };
 
 const Regression kRegressions[] = {
@@ -189,6 +206,7 @@ const Regression kRegressions[] = {
     {"unreadable_jukebox_block_replaced", LossRefusedUnlessAllowed},
     {"failed_read_taken_for_a_damaged_tag", FailedReadTakenForADamagedTag},
     {"failed_read_at_the_end_taken_for_damage", FailedReadAtTheEndTakenForDamage},
+    {"unreadable_picture_left_out_of_the_trailer", UnreadablePictureLeftOutOfTheTrailer, ".kmj"},
 };
 
 void PrintTo(const Regression& r, std::ostream* os) { *os << r.file; }
@@ -197,7 +215,7 @@ class Regress : public ::testing::TestWithParam<Regression> {};
 
 TEST_P(Regress, StaysFixed) {
     const PreferencesFile defaults{""};
-    GetParam().check(std::string(TAGVERA_TEST_DATA_DIR "/regress/") + GetParam().file + ".mp3");
+    GetParam().check(std::string(TAGVERA_TEST_DATA_DIR "/regress/") + GetParam().file + GetParam().extension);
 }
 
 INSTANTIATE_TEST_SUITE_P(Bugs, Regress, ::testing::ValuesIn(kRegressions),

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "platform/file.h"
+#include "platform/interrupted_write.h"
 #include "platform/safe_write.h"
 #include "tagvera/kmedia_edit.h"
 
@@ -17,7 +18,7 @@ void ConvertFiles(const std::vector<std::string>& inputs, const std::string& out
         // The copiers' rule that the output is no input holds for another spelling or link of a name.
         if (!created && std::filesystem::equivalent(path, output, ec))
             throw Error(TV_KM_E_OUTPUTISINPUT, output + " is the input " + path);
-        files.emplace_back(path, platform::OpenMode::Read);
+        files.push_back(platform::OpenForReading(path));
         if (!files.back().regular()) throw Error(TV_E_FAIL, path + " is not a regular file");
         headers.push_back(ReadKmHeaders(files.back()));
     }

@@ -6,6 +6,7 @@
 #include "kmedia/file_info_values.h"
 #include "kmedia/logical_stream.h"
 #include "platform/file.h"
+#include "platform/interrupted_write.h"
 
 namespace tagvera::kmedia {
 namespace {
@@ -32,7 +33,7 @@ HRESULT CKMFF2Reader::Open(const char* path) {
     if (!path) return TV_E_POINTER;
     Close();
     return Guard([&]() -> HRESULT {
-        platform::File file(path, platform::OpenMode::Read);
+        platform::File file = platform::OpenForReading(path);
         // Too short for one object header is a short read of the first object.
         if (file.size() < ObjectHeader::kSize) return kKmNotKorvaMedia;
         headers_ = ReadKmHeaders(file);

@@ -1,0 +1,116 @@
+// CImportKMJFile: writing an edited tree back (the trailer, the ID3v1 tag and the file-info copy,
+// in place) and removing every kind of metadata (a whole-file rewrite through the edit engine).
+// Every write ends by opening the file again, so that the importer describes the file on disk.
+#include <algorithm>
+#include <span>
+#include <string>
+
+#include "base/error.h"
+#include "kmedia/content_properties.h"
+#include "kmedia/kmj_importer.h"
+#include "kmedia/metadata_write.h"
+#include "metaprop/node_access.h"
+#include "platform/file_lock.h"
+#include "tags/id3v1/id3v1_map.h"
+
+namespace tagvera {
+namespace {
+
+constexpr char kTagName[] = "KJMDTag";
+
+// The file-info properties that hold the jukebox block: "KJMDSections", "KJMDTag" and the
+// sections "KJMDTag2", "KJMDTag3" ... as long as they follow on.
+void RemoveJukeboxCopy(std::vector<kmedia::NameValueProperty>& info) {
+    const auto remove = [&](const std::string& name) {
+        const auto at = std::find_if(info.begin(), info.end(), [&](const auto& p) { return p.name == name; });
+        if (at == info.end()) return false;
+        info.erase(at);
+        return true;
+    };
+    remove("KJMDSections");
+    remove(kTagName);
+    for (int n = 2; remove(kTagName + std::to_string(n)); ++n) {
+    }
+}
+
+}  // namespace
+
+HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                            uint32_t force) {
+    if (!tree) return TV_S_OK;
+    return Guard([&]() -> HRESULT {
+        writeReport_.clear();
+        if (path_.empty() || !jukebox_) return TV_E_NOTLOADED;
+        const std::string path = path_;
+        // Held from the read of the block the tree's changes apply to until the new one is in
+        // the file: a writer that went first has its change in what is read here.
+        platform::FileWriteLock lock(path);
+        if (const HRESULT hr = OpenFile(path.c_str(), OpenForm::Full); Failed(hr)) return hr;
+        if (const HRESULT hr = LoadJukebox(); Failed(hr)) return hr;
+        if (const HRESULT hr = jukebox_->Build(tree, dataSource, force); Failed(hr)) return hr;
+        ComPtr<IKMABuffer> block;
+        if (const HRESULT hr = jukebox_->GetBlock(block.put()); Failed(hr) || !block) return Failed(hr) ? hr : TV_E_FAIL;
+        uint8_t* data = nullptr;
+        uint32_t size = 0;
+        if (const HRESULT hr = block->Get(&data, &size); Failed(hr) || !data) return Failed(hr) ? hr : TV_E_FAIL;
+        const std::span<const uint8_t> bytes(data, size);
+        // What a reader will still find after the write: the content description is rewritten
+        // only by strip.
+        std::string kept;
+        if (Headers().content && Headers().content->header.KnownVersion()) {
+            for (const auto& [property, text] : kmedia::ContentProperties(*Headers().content)) {
+                ComPtr<IMPAMetaProperty> node;
+                if (Succeeded(tree->FindByPath(property.c_str(), node.put())) && node && ChangedOf(node.get()) == kDeleted)
+                    kept += "kept: " + property + ": the content description holds it (strip removes it)\n";
+            }
+        }
+        // The handles of this importer go first: the edit may shorten the file under them.
+        Forget();
+        kmedia::KmMetadataWritten written;
+        const HRESULT result = Guard([&] {
+            written = kmedia::WriteKmMetadata(lock, bytes, [&](Id3v1Tag& tag) {
+                if (const HRESULT hr = UpdateId3v1FromTree(&tag, tree, force != 0); Failed(hr)) throw Error(hr, "the ID3v1 tag cannot be brought up to date");
+            });
+            return TV_S_OK;
+        });
+        std::string report;
+        if (Succeeded(result)) {
+            report = "jukebox: trailer written, " + std::to_string(written.trailerBytes) + " bytes\n";
+            if (written.copyRefreshed) report += "jukebox: file-info copy refreshed in place\n";
+            report += "id3v1: written\n" + kept;
+        }
+        // A file that no longer opens leaves the importer unloaded; the result stays the write's.
+        OpenFile(path.c_str(), OpenForm::Full);
+        writeReport_ = report;
+        return result;
+    });
+}
+
+HRESULT CImportKMJFile::Prepare(uint32_t) {
+    return Guard([&]() -> HRESULT {
+        writeReport_.clear();
+        if (path_.empty() || !edit_) return TV_E_NOTLOADED;
+        if (jukebox_) {
+            if (const HRESULT hr = LoadJukebox(); Failed(hr)) return hr;
+        }
+        const std::string path = path_;
+        RemoveJukeboxCopy(edit_->FileInfo());
+        edit_->SetTitle({});
+        edit_->SetAuthor({});
+        edit_->SetCopyright({});
+        edit_->SetComment({});
+        // The engine writes the new file beside this one and renames it over it (RewriteFile):
+        // the source stays in place, whole, when the save fails.
+        if (const HRESULT hr = edit_->SetOutputFile(path); Failed(hr)) return hr;
+        tail_.reset();
+        file_.reset();
+        // The new file holds the objects alone: no trailer, no ID3v1 tag is left to remove.
+        const HRESULT result = edit_->Save();
+        const std::string report = Succeeded(result) ? "file rewritten without its metadata\n" : "";
+        OpenFile(path.c_str(), OpenForm::Full);
+        writeReport_ = report;
+        return result;
+    });
+}
+
+}  // namespace tagvera
