@@ -66,7 +66,7 @@ HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMe
         }
         // The handles of this importer go first: the edit may shorten the file under them.
         Forget();
-        kmedia::KmMetadataWritten written;
+        kmedia::KmMetadataEdit written;
         const HRESULT result = Guard([&] {
             written = kmedia::WriteKmMetadata(lock, bytes, [&](Id3v1Tag& tag) {
                 if (const HRESULT hr = UpdateId3v1FromTree(&tag, tree, force != 0); Failed(hr)) throw Error(hr, "the ID3v1 tag cannot be brought up to date");

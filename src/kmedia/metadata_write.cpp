@@ -1,7 +1,5 @@
 #include "kmedia/metadata_write.h"
 
-#include <vector>
-
 #include "base/error.h"
 #include "kmedia/file_info_copy.h"
 #include "kmedia/header_walk.h"
@@ -9,41 +7,46 @@
 #include "platform/safe_write.h"
 
 namespace tagvera::kmedia {
-namespace {
 
-// With the index objects where they read, so that the media's end takes them in; an index chain
-// that does not read leaves the objects before it to say where the media ends.
-KmHeaders ReadForWrite(ByteSource& file) {
-    try {
-        return ReadKmHeaders(file, {.readIndexes = true});
-    } catch (const Error& e) {
-        if (e.code() != TV_E_FAIL) throw;
+KmMetadataEdit PlanKmMetadataWrite(ByteSource& file, std::span<const uint8_t> block,
+                                   const std::function<void(Id3v1Tag&)>& updateTag) {
+    // With the index objects, which the media's end takes in: a chain that does not read leaves
+    // the file's end in doubt, and the write is refused like one of a damaged file.
+    const KmHeaders headers = ReadKmHeaders(file, {.readIndexes = true});
+    KmMetadataEdit edit;
+    edit.mediaEnd = headers.End();
+    // Without its data object, or with objects that claim more than the file holds, what follows
+    // the media cannot be told apart from it: the next reader would walk into a trailer added
+    // there, and the next write would stack a second one.
+    if (!headers.data) throw Error(TV_E_FAIL, "the file has no data object to write the tags after");
+    // Objects that overlap (a data object found where the properties say, inside another) mean a
+    // walk that ran to the end of the file: it would run on into the trailer.
+    uint64_t end = 0;
+    for (const auto& place : headers.places) {
+        if (place.offset < end) throw Error(TV_E_FAIL, "the file's objects overlap");
+        end = place.offset + place.header.size;
     }
-    return ReadKmHeaders(file);
+    if (edit.mediaEnd > file.size()) throw Error(TV_E_FAIL, "the file is shorter than its objects say");
+    const uint64_t cut = MetadataAreaStart(file, edit.mediaEnd);
+    Id3v1Tag tag = MetadataAreaId3v1(file, edit.mediaEnd).value_or(BlankId3v1Tag());
+    updateTag(tag);
+    if (const auto copy = FindFileInfoCopy(file, headers, block.size())) {
+        edit.pieces.push_back({copy->valueOffset, FileInfoCopyBytes(block, *copy)});
+        edit.copyRefreshed = true;
+    }
+    edit.pieces.push_back({cut, RenderTrailer(block, tag)});
+    edit.trailerBytes = edit.pieces.back().bytes.size();
+    edit.length = cut + edit.trailerBytes;
+    return edit;
 }
 
-}  // namespace
-
-KmMetadataWritten WriteKmMetadata(platform::FileWriteLock& lock, std::span<const uint8_t> block,
-                                  const std::function<void(Id3v1Tag&)>& updateTag) {
-    platform::File& file = lock.file();
-    const KmHeaders headers = ReadForWrite(file);
-    const uint64_t mediaEnd = headers.End();
-    const uint64_t cut = MetadataAreaStart(file, mediaEnd);
-    Id3v1Tag tag = MetadataAreaId3v1(file, mediaEnd).value_or(BlankId3v1Tag());
-    updateTag(tag);
-    const std::vector<uint8_t> tail = RenderTrailer(block, tag);
-
+KmMetadataEdit WriteKmMetadata(platform::FileWriteLock& lock, std::span<const uint8_t> block,
+                               const std::function<void(Id3v1Tag&)>& updateTag) {
+    const KmMetadataEdit edit = PlanKmMetadataWrite(lock.file(), block, updateTag);
     std::vector<platform::Patch> patches;
-    std::vector<uint8_t> copyBytes;
-    const auto copy = FindFileInfoCopy(file, headers, block.size());
-    if (copy) {
-        copyBytes = FileInfoCopyBytes(block, *copy);
-        patches.push_back({copy->valueOffset, copyBytes});
-    }
-    patches.push_back({cut, tail});
-    platform::InPlaceEdit(lock).apply(patches, platform::Durability::Synced, {cut + tail.size()});
-    return {tail.size(), copy.has_value()};
+    for (const auto& piece : edit.pieces) patches.push_back({piece.offset, piece.bytes});
+    platform::InPlaceEdit(lock).apply(patches, platform::Durability::Synced, {edit.length});
+    return edit;
 }
 
 }  // namespace tagvera::kmedia

@@ -8,23 +8,37 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <string>
+#include <vector>
 
+#include "base/byte_source.h"
 #include "platform/file_lock.h"
 #include "tags/id3v1/id3v1_tag.h"
 
 namespace tagvera::kmedia {
 
-struct KmMetadataWritten {
+// The edit, worked out from the file as it is: new bytes at offsets, then the file's new length.
+struct KmMetadataEdit {
+    struct Piece {
+        uint64_t offset = 0;
+        std::vector<uint8_t> bytes;
+    };
+    std::vector<Piece> pieces;  // the file-info copy (when refreshed), then the trailer and tag
+    uint64_t length = 0;
+    uint64_t mediaEnd = 0;      // where the last object ends; the trailer starts here or later
     uint64_t trailerBytes = 0;  // "KMMD" to the end of the file
     bool copyRefreshed = false;
 };
 
-// Replaces the metadata area of the locked file with the block and an ID3v1 tag: the file's own
-// tag, or a blank one, as updateTag leaves it. Throws Error (E_FAIL, FileError) with the file
+// The block and an ID3v1 tag (the file's own, or a blank one, as updateTag leaves it) in place of
+// the file's metadata area. Throws Error for a file that is not KorvaMedia or does not read, has
+// no data object, or is shorter than its objects.
+KmMetadataEdit PlanKmMetadataWrite(ByteSource& file, std::span<const uint8_t> block,
+                                   const std::function<void(Id3v1Tag&)>& updateTag);
+
+// Plans and applies the edit on the locked file. Throws Error (E_FAIL, FileError) with the file
 // untouched: a file that is not KorvaMedia, read-only, or whose write fails.
-KmMetadataWritten WriteKmMetadata(platform::FileWriteLock& lock, std::span<const uint8_t> block,
-                                  const std::function<void(Id3v1Tag&)>& updateTag);
+KmMetadataEdit WriteKmMetadata(platform::FileWriteLock& lock, std::span<const uint8_t> block,
+                               const std::function<void(Id3v1Tag&)>& updateTag);
 
 }  // namespace tagvera::kmedia
 

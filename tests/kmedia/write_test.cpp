@@ -204,6 +204,13 @@ TEST(KmWrite, RefusedWritesLeaveTheFileAsItWas) {
         std::function<void(KmFileSpec&)> shape;
         std::function<HRESULT(const std::string& path)> write;
         HRESULT code;
+        std::function<void(Bytes&)> damage = [](Bytes&) {};
+    };
+    // Files whose media's end is in doubt (found by fuzzing: each made a second write stack a
+    // second trailer, or a reader walk into the first).
+    const auto renamed = [](Bytes& b, const char* from, const char* to) {
+        const auto at = std::search(b.begin(), b.end(), from, from + 4);
+        std::copy(to, to + 4, at);
     };
     const auto writeTitle = [](const std::string& path) {
         const auto r = Interrogate(path, CLSID_CImportKMJFile);
@@ -226,11 +233,19 @@ TEST(KmWrite, RefusedWritesLeaveTheFileAsItWas) {
          TV_E_NOTLOADED},
         {"strip of a file whose block does not load", BrokenTrailer,
          [](const std::string& path) { return Interrogate(path, CLSID_CImportKMJFile).handler()->Prepare(0); }, TV_E_FAIL},
+        {"no data object", [](KmFileSpec&) {}, writeTitle, TV_E_FAIL, [&](Bytes& b) { renamed(b, "DATA", "DATX"); }},
+        {"an index object past the end", [](KmFileSpec&) {}, writeTitle, TV_E_FAIL, [](Bytes& b) { b.resize(b.size() - 4); }},
+        {"a content description over the rest of the file", [](KmFileSpec&) {}, writeTitle, TV_E_FAIL,
+         [](Bytes& b) {
+             const uint32_t size = static_cast<uint32_t>(b.size() - 68);  // CONT follows .KMF and PROP
+             for (int i = 0; i < 4; ++i) b[72 + i] = static_cast<uint8_t>(size >> (24 - 8 * i));
+         }},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const KmFileSpec spec = Shaped(c.shape);
-        const std::string path = dir.write("song.kmj", BuildKmFile(spec));
+        Bytes bytes = BuildKmFile(Shaped(c.shape));
+        c.damage(bytes);
+        const std::string path = dir.write("song.kmj", bytes);
         const Bytes original = ReadAll(path);
         EXPECT_EQ(c.write(path), c.code);
         EXPECT_EQ(ReadAll(path), original);
