@@ -20,6 +20,8 @@ struct ScannedPacket {
 class PacketScan {
 public:
     static constexpr size_t kChunk = 1u << 20;
+    // A walk that copies nothing reads the packet headers alone, this much at a time.
+    static constexpr size_t kHeaderWindow = 4096;
 
     // dataOffset/data: the DATA object as the header walk found it.
     PacketScan(ByteSource& file, uint64_t dataOffset, const DataHeaderObject& data);
@@ -32,8 +34,10 @@ public:
     void Walk(const std::function<void(const ScannedPacket&)>& visit, const Consumer* copyTo = nullptr);
 
 private:
-    // Makes the next n bytes (n <= kChunk) available at pos_.
-    std::span<const uint8_t> Take(size_t n);
+    // Throws when fewer than n bytes of the object remain at pos_.
+    void Require(uint64_t n) const;
+    // Makes the next n bytes (n <= window <= kChunk) available at pos_, reading up to window.
+    std::span<const uint8_t> Take(size_t n, size_t window = kChunk);
 
     ByteSource& file_;
     uint64_t begin_, end_;
