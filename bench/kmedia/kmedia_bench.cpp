@@ -5,7 +5,9 @@
 // bench_kmedia interrogate FILE... what a host does per file, through the library's entry points:
 //                                 the importer, SetFilename, Interrogate, release (no printing)
 // bench_kmedia save IN OUT        the edit engine's Save of IN to OUT; prints seconds and peak memory
-// bench_kmedia copy IN OUT        a plain copy with fsync, the yardstick for Save
+// bench_kmedia strip FILE         the importer's Prepare through the entry points (the whole file
+//                                 rewritten without its metadata); prints seconds and peak memory
+// bench_kmedia copy IN OUT        a plain copy with fsync, the yardstick for Save and strip
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -161,6 +163,17 @@ int main(int argc, char** argv) {
         if (tagvera::Succeeded(hr)) hr = edit.SetOutputFile(argv[3]);
         if (tagvera::Succeeded(hr)) hr = edit.Save();
         std::printf("save: %.3f s, peak %ld KB, result %08x\n", Seconds(start), PeakKb(), static_cast<unsigned>(hr));
+        return tagvera::Succeeded(hr) ? 0 : 1;
+    }
+    if (command == "strip" && argc == 3) {
+        const auto start = std::chrono::steady_clock::now();
+        tagvera::host::Host host;
+        const auto* info = host.ImporterForFile(argv[2]);
+        auto importer = info ? host.CreateAs<IMPAHandleMetaProperties>(info->classId, tagvera::IID_IMPAHandleMetaProperties)
+                             : nullptr;
+        HRESULT hr = importer ? importer->SetFilename(argv[2]) : tagvera::TV_E_FAIL;
+        if (tagvera::Succeeded(hr)) hr = importer->Prepare(0);
+        std::printf("strip: %.3f s, peak %ld KB, result %08x\n", Seconds(start), PeakKb(), static_cast<unsigned>(hr));
         return tagvera::Succeeded(hr) ? 0 : 1;
     }
     if (command == "copy" && argc == 4) {

@@ -2,8 +2,9 @@
 # The KorvaMedia benchmark: `tagvera info`, and a host's interrogation loop through the library's
 # entry points, over a corpus of generated files of six kinds (1 to 50 MB), 20 times over in one
 # process, against the floor any reader pays (open, the header objects, the last 140 bytes,
-# close); then the edit engine's Save of a 1 GB file against a plain copy with fsync.
-# Prints files per second (best of 5), bytes read per file, seconds and peak memory.
+# close); a title change on every file of the corpus with one `tagvera set` (the trailer path);
+# then the edit engine's Save and `strip` of a 1 GB file against a plain copy with fsync.
+# Prints files per second (best of 5), bytes read and written per file, seconds and peak memory.
 # Usage: bench/kmedia/run.sh [CORPUS_DIR [COUNT]]   (default: a new corpus of 300 in /tmp)
 # The build folder is $TAGVERA_BENCH_BUILD_DIR, default build-bench (Release, -DTAGVERA_BENCH=ON).
 set -euo pipefail
@@ -45,6 +46,17 @@ bench/mp3_read/bytes_read.py "$log" "$corpus"
 echo "bytes read per file, floor: $("$bench" floor "${files[@]}")"
 rm -f "$log"
 
+# Writes change the corpus, so they come after the reads. Twice: the first run adds a trailer to
+# the files without one, the second replaces the trailer of every file.
+for run in "first write" "second write"; do
+  start=$(date +%s.%N)
+  read -r written cpu < <(bash -c '"$@" >/dev/null; awk "/^wchar/ {printf \"%s \", \$2}" /proc/$$/io; awk "{print \$16 + \$17}" /proc/$$/stat' \
+    _ "$build/cli/tagvera" set "${files[@]}" "Track:Name=Benchmark title $run")
+  end=$(date +%s.%N)
+  awk -v name="$run" -v n="$n" -v s="$start" -v e="$end" -v w="$written" -v c="$cpu" -v hz="$(getconf CLK_TCK)" \
+    'BEGIN { printf "  title change, %s: %6.0f files/s  %6.0f files/s of CPU  %6.0f bytes written per file\n", name, n / (e - s), n * hz / (c > 0 ? c : 1), w / n }'
+done
+
 big=$(mktemp -d "${TMPDIR:-/tmp}/tagvera-km-big.XXXXXX")
 "$bench" big "$big/in.km" 1024
 echo "Save of a $(du -h "$big/in.km" | cut -f1) file, three rounds alternated:"
@@ -52,6 +64,13 @@ for round in 1 2 3; do
   rm -f "$big/out.km" "$big/copy.km"; sync
   "$bench" save "$big/in.km" "$big/out.km"
   rm -f "$big/out.km"; sync
+  "$bench" copy "$big/in.km" "$big/copy.km"
+done
+echo "strip of the same file (rewritten in place), three rounds alternated:"
+for round in 1 2 3; do
+  sync
+  "$bench" strip "$big/in.km"
+  rm -f "$big/copy.km"; sync
   "$bench" copy "$big/in.km" "$big/copy.km"
 done
 rm -rf "$big"
