@@ -33,6 +33,19 @@ void RemoveJukeboxCopy(std::vector<kmedia::NameValueProperty>& info) {
     }
 }
 
+// What a reader will still find after the write: the content description is rewritten only by
+// strip, so a removed property it holds comes back.
+std::string KeptByContent(const kmedia::KmHeaders& headers, IMPAMetaProperty* tree) {
+    std::string kept;
+    if (!headers.content || !headers.content->header.KnownVersion()) return kept;
+    for (const auto& [property, text] : kmedia::ContentProperties(*headers.content)) {
+        ComPtr<IMPAMetaProperty> node;
+        if (Succeeded(tree->FindByPath(property.c_str(), node.put())) && node && ChangedOf(node.get()) == kDeleted)
+            kept += "kept: " + property + ": the content description holds it (strip removes it)\n";
+    }
+    return kept;
+}
+
 }  // namespace
 
 HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
@@ -46,34 +59,37 @@ HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMe
         // the file: a writer that went first has its change in what is read here.
         platform::FileWriteLock lock(path);
         if (const HRESULT hr = OpenFile(path.c_str(), OpenForm::Full); Failed(hr)) return hr;
-        if (const HRESULT hr = LoadJukebox(); Failed(hr)) return hr;
-        if (const HRESULT hr = jukebox_->Build(tree, dataSource, force); Failed(hr)) return hr;
+        if (const HRESULT hr = LoadJukebox(); Failed(hr)) {
+            writeReport_ = "not written: the jukebox block in the file does not read (strip removes it)\n";
+            return hr;
+        }
+        if (const HRESULT hr = jukebox_->Build(tree, dataSource, force); Failed(hr)) {
+            writeReport_ = "not written: the new jukebox block cannot be built (a picture that cannot be read?)\n";
+            return hr;
+        }
         ComPtr<IKMABuffer> block;
         if (const HRESULT hr = jukebox_->GetBlock(block.put()); Failed(hr) || !block) return Failed(hr) ? hr : TV_E_FAIL;
         uint8_t* data = nullptr;
         uint32_t size = 0;
         if (const HRESULT hr = block->Get(&data, &size); Failed(hr) || !data) return Failed(hr) ? hr : TV_E_FAIL;
         const std::span<const uint8_t> bytes(data, size);
-        // What a reader will still find after the write: the content description is rewritten
-        // only by strip.
-        std::string kept;
-        if (Headers().content && Headers().content->header.KnownVersion()) {
-            for (const auto& [property, text] : kmedia::ContentProperties(*Headers().content)) {
-                ComPtr<IMPAMetaProperty> node;
-                if (Succeeded(tree->FindByPath(property.c_str(), node.put())) && node && ChangedOf(node.get()) == kDeleted)
-                    kept += "kept: " + property + ": the content description holds it (strip removes it)\n";
-            }
-        }
+        const std::string kept = KeptByContent(Headers(), tree);
         // The handles of this importer go first: the edit may shorten the file under them.
         Forget();
         kmedia::KmMetadataEdit written;
+        std::string report;
         const HRESULT result = Guard([&] {
-            written = kmedia::WriteKmMetadata(lock, bytes, [&](Id3v1Tag& tag) {
-                if (const HRESULT hr = UpdateId3v1FromTree(&tag, tree, force != 0); Failed(hr)) throw Error(hr, "the ID3v1 tag cannot be brought up to date");
-            });
+            try {
+                written = kmedia::WriteKmMetadata(lock, bytes, [&](Id3v1Tag& tag) {
+                    if (const HRESULT hr = UpdateId3v1FromTree(&tag, tree, force != 0); Failed(hr))
+                        throw Error(hr, "the ID3v1 tag cannot be brought up to date");
+                });
+            } catch (const Error& e) {
+                report = "not written: " + std::string(e.what()) + "\n";
+                throw;
+            }
             return TV_S_OK;
         });
-        std::string report;
         if (Succeeded(result)) {
             report = "jukebox: trailer written, " + std::to_string(written.trailerBytes) + " bytes\n";
             if (written.copyRefreshed) report += "jukebox: file-info copy refreshed in place\n";
