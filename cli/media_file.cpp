@@ -20,7 +20,7 @@ bool ListedByAnImporter(const host::Host& host, const std::string& path) {
     return host::FindByExtension(host.components(), host::ExtensionOf(path)) != nullptr;
 }
 
-void WalkFolder(const host::Host& host, const std::string& folder, std::vector<MediaInput>& out) {
+void WalkFolder(const host::Host& host, const std::string& folder, std::vector<MediaInput>& out, SkippedTypes* skipped) {
     std::vector<std::string> found;
     std::error_code ec;
     fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied, ec);
@@ -31,8 +31,9 @@ void WalkFolder(const host::Host& host, const std::string& folder, std::vector<M
     for (; it != fs::recursive_directory_iterator(); it.increment(ec)) {
         if (ec) break;
         std::error_code typeError;
-        if (it->is_regular_file(typeError) && ListedByAnImporter(host, it->path().string()))
-            found.push_back(it->path().string());
+        if (!it->is_regular_file(typeError)) continue;
+        if (ListedByAnImporter(host, it->path().string())) found.push_back(it->path().string());
+        else if (skipped) ++(*skipped)[it->path().extension().string()];
     }
     std::sort(found.begin(), found.end());
     for (auto& path : found) out.push_back({std::move(path), ""});
@@ -56,7 +57,16 @@ std::string UnreadableReason(const std::string& path) {
     return "";
 }
 
-std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<std::string>& names, bool recursive) {
+std::string SkippedText(const SkippedTypes& skipped) {
+    std::string text;
+    for (const auto& [extension, count] : skipped)
+        text += (text.empty() ? "" : ", ") + (extension.empty() ? std::string("(no extension)") : extension) + " " +
+                std::to_string(count);
+    return text;
+}
+
+std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<std::string>& names, bool recursive,
+                                      SkippedTypes* skipped) {
     std::vector<MediaInput> inputs;
     for (const std::string& name : names) {
         std::error_code ec;
@@ -67,7 +77,7 @@ std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<
         }
         const fs::file_status status = fs::status(name, ec);
         if (fs::is_directory(status)) {
-            if (recursive) WalkFolder(host, name, inputs);
+            if (recursive) WalkFolder(host, name, inputs, skipped);
             else inputs.push_back({name, "is a folder (-r reads the files in it)"});
         } else {
             inputs.push_back({name, ""});

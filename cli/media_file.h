@@ -4,6 +4,7 @@
 #define TAGVERA_CLI_MEDIA_FILE_H
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,9 +25,17 @@ struct MediaInput {
     std::optional<uint64_t> size;  // when collecting it already looked
 };
 
+// Files a folder walk passed over because no importer lists their extension: how many of each
+// extension ("" for none).
+using SkippedTypes = std::map<std::string, size_t>;
+// ".flac 2, .txt 1".
+std::string SkippedText(const SkippedTypes& skipped);
+
 // The names as given, folders replaced (with recursive) by the files below them that an importer
-// lists the extension of, in sorted order. A folder without recursive is an input with an error.
-std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<std::string>& names, bool recursive);
+// lists the extension of, in sorted order; the others are counted in skipped. A folder without
+// recursive is an input with an error.
+std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<std::string>& names, bool recursive,
+                                      SkippedTypes* skipped = nullptr);
 
 // A file read through its importer.
 struct MediaFile {

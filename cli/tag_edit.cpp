@@ -1,5 +1,6 @@
 #include "cli/tag_edit.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -50,6 +51,14 @@ std::string Indented(const std::string& report) {
     return out;
 }
 
+// A file without any write permission bit is read-only even for a user whom the system lets write
+// it anyway, as the library treats it.
+bool WritableByItsMode(const std::string& path) {
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
+           ::access(path.c_str(), W_OK) == 0;
+}
+
 }  // namespace
 
 bool IsPropertyArgument(const std::string& arg) {
@@ -65,36 +74,63 @@ EditRun ParseEditFlags(const ParsedArgs& parsed) {
     run.dryRun = parsed.has("--dry-run") || parsed.has("-n");
     run.recursive = parsed.has("-r") || parsed.has("--recursive");
     run.allowLoss = parsed.has("--allow-loss");
-    run.progress = parsed.has("--progress") || ::isatty(STDERR_FILENO) == 1;
+    run.quiet = parsed.has("-q") || parsed.has("--quiet");
+    run.terminal = ::isatty(STDERR_FILENO) == 1;
+    run.progress = parsed.has("--progress") || (run.terminal && !run.quiet);
     return run;
 }
 
+EditOutcome Unchanged(CommandContext& ctx, const EditRun& run, const std::string& file, const std::string& why) {
+    if (!run.quiet) ctx.out << file << ": " << why << '\n';
+    return EditOutcome::Unchanged;
+}
+
 int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::string>& names,
-                const std::function<void(const std::string&)>& edit) {
+                const std::function<EditOutcome(const std::string&)>& edit) {
     if (names.empty()) throw UsageError("name at least one file");
-    const auto inputs = CollectInputs(ctx.host(), names, run.recursive);
+    SkippedTypes skipped;
+    const auto inputs = CollectInputs(ctx.host(), names, run.recursive, &skipped);
     int status = kExitOk;
+    size_t written = 0, unchanged = 0, previewed = 0, failed = 0;
     const bool showProgress = run.progress && inputs.size() > 1;
+    // On a terminal the line is redrawn in place; in a log, each file is a plain line.
+    const auto clear = [&] {
+        if (showProgress && run.terminal) ctx.err << "\r\033[K";
+    };
     try {
         for (size_t i = 0; i < inputs.size(); ++i) {
             const MediaInput& input = inputs[i];
-            if (showProgress) ctx.err << "\r\033[K[" << i + 1 << "/" << inputs.size() << "] " << input.path << std::flush;
+            if (showProgress) {
+                ctx.err << (run.terminal ? "\r\033[K[" : "[") << i + 1 << "/" << inputs.size() << "] " << input.path
+                        << (run.terminal ? "" : "\n") << std::flush;
+            }
             try {
                 if (!input.error.empty()) throw DataError(input.path, input.error);
-                edit(input.path);
+                switch (edit(input.path)) {
+                    case EditOutcome::Written: ++written; break;
+                    case EditOutcome::Unchanged: ++unchanged; break;
+                    case EditOutcome::Previewed: ++previewed; break;
+                }
             } catch (const DataError& e) {
-                if (showProgress) ctx.err << "\r\033[K";
+                clear();
                 ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
                 status = kExitDataError;
+                ++failed;
             }
         }
     } catch (...) {
         SyncDeferredWrites(ctx);
         throw;
     }
-    if (showProgress) ctx.err << "\r\033[K";
+    clear();
     if (!SyncDeferredWrites(ctx)) status = kExitDataError;
-    if (showProgress) ctx.err << inputs.size() << " files\n";
+    if (run.recursive && !run.quiet) {
+        ctx.out << inputs.size() << (inputs.size() == 1 ? " file: " : " files: ");
+        ctx.out << (run.dryRun ? std::to_string(previewed) + " to change" : std::to_string(written) + " written") << ", "
+                << unchanged << " unchanged, " << failed << " failed";
+        if (!skipped.empty()) ctx.out << "; passed over, no importer reads them: " << SkippedText(skipped);
+        ctx.out << '\n';
+    }
     return status;
 }
 
@@ -142,20 +178,20 @@ void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) 
         std::string cause;  // what the file's state says about the failure
         if (!wouldLose) {
             cause = UnreadableReason(media.path);
-            if (cause.empty() && ::access(media.path.c_str(), W_OK) != 0) cause = "the file is read-only";
+            if (cause.empty() && !WritableByItsMode(media.path)) cause = "the file is read-only";
         }
+        // The cause in words when the file's state gives one; the result code otherwise.
         std::string reason = wouldLose ? "not written: its tags hold what the write would lose (--allow-loss writes anyway)"
-                                       : "not written: " + host::ResultText(hr);
-        if (!cause.empty()) {
-            reason += " (" + cause + ")";
-        } else if (!report.empty()) {
+                             : cause.empty() ? "not written: " + host::ResultText(hr)
+                                             : "not written: " + cause;
+        if (cause.empty() && !report.empty()) {
             // The write's own reason: what it would lose, or a tag larger than its format can hold.
             const std::string lines = Indented(report);
             reason += "\n" + lines.substr(0, lines.size() - 1);
         }
         throw DataError(media.path, reason);
     }
-    ctx.out << media.path << ": written\n" << Indented(report);
+    if (!run.quiet) ctx.out << media.path << ": written\n" << Indented(report);
 }
 
 std::string ShownValue(IMPAMetaProperty* tree, const std::string& path) {

@@ -4,6 +4,7 @@
 #define TAGVERA_CLI_TAG_EDIT_H
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,18 +21,28 @@ bool IsPropertyArgument(const std::string& arg);
 struct EditRun {
     bool dryRun = false;
     bool progress = false;  // a progress line on standard error
+    bool terminal = false;  // standard error is a terminal: the progress line is redrawn in place
     bool recursive = false;
     bool allowLoss = false;  // write even when the file's tags hold what the write would lose
+    bool quiet = false;      // nothing but failures (and a dry run's changes)
 };
 
-// The shared flags: --dry-run, --progress (also on when standard error is a terminal), -r,
-// --allow-loss.
+// The flags every editing command takes: --dry-run, --progress (also on when standard error is a
+// terminal), -r, -q; set and rm add --allow-loss.
+inline const std::set<std::string> kEditFlags = {"--dry-run", "-n", "--progress", "-r", "--recursive", "-q", "--quiet"};
 EditRun ParseEditFlags(const ParsedArgs& parsed);
 
+// What an edit did to one file, for the summary a recursive run ends with.
+enum class EditOutcome { Written, Unchanged, Previewed };
+
 // Runs edit over every file the names give (folders with -r), reporting failures as
-// "tagvera: FILE: REASON" and going on; kExitDataError when any file failed.
+// "tagvera: FILE: REASON" and going on; kExitDataError when any file failed. A recursive run ends
+// with a count of each outcome and of the files it passed over because no importer reads them.
 int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::string>& names,
-                const std::function<void(const std::string& file)>& edit);
+                const std::function<EditOutcome(const std::string& file)>& edit);
+
+// The line a file gets when the edit left it alone, unless the run is quiet.
+EditOutcome Unchanged(CommandContext& ctx, const EditRun& run, const std::string& file, const std::string& why);
 
 // A file opened for writing through its importer (the MP3 importer's Xing repair as asked).
 MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xingRepair = false);

@@ -1,5 +1,6 @@
 // tagvera extract: the bytes of one property of a media file, such as its cover picture, which the
 // importer hands out on demand, into a file or to standard output.
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -40,6 +41,10 @@ int Run(CommandContext& ctx, const Args& args) {
     if (!output || output->empty()) throw UsageError("name the output with -o FILE (or -o - for standard output)");
     const std::string& file = parsed.positional[0];
     const std::string& path = parsed.positional[1];
+    if (const auto folder = std::filesystem::path(*output).parent_path(); *output != "-" && !folder.empty()) {
+        std::error_code ec;
+        if (!std::filesystem::is_directory(folder, ec)) throw DataError(*output, "no such folder: " + folder.string());
+    }
 
     const MediaFile media = ReadMediaFile(ctx.host(), file);
     // A full path ("Album:Cover Art"), or a plain name the tree finds under Track, Album, Artist...

@@ -10,19 +10,21 @@ namespace tagvera::cli {
 namespace {
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--progress", "-r", "--recursive"});
+    const ParsedArgs parsed = ParseArgs(args, {"--progress", "-r", "--recursive", "-q", "--quiet"});
     const EditRun run = ParseEditFlags(parsed);
     return ForEachFile(ctx, run, parsed.positional, [&](const std::string& file) {
         const MediaFile media = OpenForEdit(ctx.host(), file, true);
         const std::string report = WriteReportOf(media);
-        ctx.out << file << ": " << (report.empty() ? "nothing to repair\n" : report);
+        if (report.empty()) return Unchanged(ctx, run, file, "nothing to repair");
+        if (!run.quiet) ctx.out << file << ": " << report;
+        return EditOutcome::Written;
     });
 }
 
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"repair", "write a correct Xing header into VBR MP3 files that lack one",
-                          "repair [--progress] [-r] FILE...\n"
+                          "repair [--progress] [-r] [-q] FILE...\n"
                           "  A VBR stream without a Xing header, or with a wrong frame count, gets a corrected one\n"
                           "  over its first frames; other files are left as they are.",
                           Run});

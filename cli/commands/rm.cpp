@@ -12,7 +12,9 @@ namespace tagvera::cli {
 namespace {
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive", "--allow-loss"});
+    auto flags = kEditFlags;
+    flags.insert("--allow-loss");
+    const ParsedArgs parsed = ParseArgs(args, flags);
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files, properties;
     for (const auto& arg : parsed.positional) (IsPropertyArgument(arg) ? properties : files).push_back(arg);
@@ -23,21 +25,24 @@ int Run(CommandContext& ctx, const Args& args) {
         for (const auto& path : properties) {
             auto node = ChildAt(media.tree.get(), path);
             if (!node) {
-                ctx.out << file << ": " << path << ": not there\n";
+                if (!run.quiet) ctx.out << file << ": " << path << ": not there\n";
                 continue;
             }
             if (run.dryRun) ctx.out << file << ": " << path << ": " << ShownValue(media.tree.get(), path) << " -> (removed)\n";
             node->SetChanged(kDeleted);
             any = true;
         }
-        if (any && !run.dryRun) WriteBack(ctx, media, run);
+        if (!any) return EditOutcome::Unchanged;
+        if (run.dryRun) return EditOutcome::Previewed;
+        WriteBack(ctx, media, run);
+        return EditOutcome::Written;
     });
 }
 
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"rm", "remove properties from the files' tags",
-                          "rm [--dry-run] [--progress] [-r] [--allow-loss] FILE... GROUP:NAME...\n"
+                          "rm [--dry-run] [--progress] [-r] [-q] [--allow-loss] FILE... GROUP:NAME...\n"
                           "  Removes each property (\"Track:Comments\") from every tag that holds it; a file\n"
                           "  whose tags hold what the write would lose is left as it is, unless --allow-loss.",
                           Run});

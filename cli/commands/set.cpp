@@ -1,6 +1,8 @@
 // tagvera set: change properties of media files and write them into the files' tags, as a host
 // does with an edited tree.
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -15,28 +17,40 @@ namespace {
 
 struct Assignment {
     std::string group, name, value;
-    bool picture = false;
+    const char* pictureMime = nullptr;  // a picture from the file named by value
     std::string path() const { return group + ":" + name; }
 };
 
-Assignment ParseAssignment(const std::string& arg, bool picture) {
+Assignment ParseAssignment(const std::string& arg) {
     const size_t eq = arg.find('=');
     const size_t colon = arg.find(':');
     if (eq == std::string::npos || colon == std::string::npos || colon > eq)
         throw UsageError("\"" + arg + "\" is not GROUP:NAME=VALUE");
-    Assignment a{arg.substr(0, colon), arg.substr(colon + 1, eq - colon - 1), arg.substr(eq + 1), picture};
+    Assignment a{arg.substr(0, colon), arg.substr(colon + 1, eq - colon - 1), arg.substr(eq + 1)};
     if (a.group.empty() || a.name.empty()) throw UsageError("\"" + arg + "\" names no property");
     return a;
 }
 
+// The picture's type by its first bytes, whatever its name says; null for anything else.
 const char* PictureMime(const std::string& file) {
-    std::string ext = std::filesystem::path(file).extension().string();
-    for (char& c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    if (ext == ".jpg" || ext == ".jpeg") return "image/jpeg";
-    if (ext == ".png") return "image/png";
-    if (ext == ".gif") return "image/gif";
-    if (ext == ".bmp") return "image/bmp";
-    return "application/octet-stream";
+    char head[8] = {};
+    std::ifstream in(file, std::ios::binary);
+    in.read(head, sizeof head);
+    const auto starts = [&](std::string_view magic) {
+        return static_cast<size_t>(in.gcount()) >= magic.size() && std::memcmp(head, magic.data(), magic.size()) == 0;
+    };
+    if (starts("\xFF\xD8\xFF")) return "image/jpeg";
+    if (starts("\x89PNG\r\n\x1A\n")) return "image/png";
+    if (starts("GIF87a") || starts("GIF89a")) return "image/gif";
+    if (starts("BM")) return "image/bmp";
+    return nullptr;
+}
+
+// True when the file shows the value the assignment asks for already.
+bool HoldsAlready(IMPAMetaProperty* tree, const Assignment& a) {
+    if (a.pictureMime) return false;
+    const std::string shown = ShownValue(tree, a.path());
+    return shown == "\"" + a.value + "\"" || shown == a.value;
 }
 
 // As a host edits: the new node replaces the old one and is marked changed.
@@ -47,11 +61,11 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
             throw DataError(file, "cannot add the group " + a.group);
     }
     ComPtr<IMPAMetaProperty> node;
-    if (a.picture) {
+    if (a.pictureMime) {
         const std::string source = std::filesystem::absolute(a.value).string();
         HRESULT hr = group->AddProperty(a.name.c_str(), kTypeFileReference, 0, reinterpret_cast<const uint8_t*>(source.c_str()),
                                         static_cast<uint32_t>(source.size() + 1), true, node.put());
-        if (Succeeded(hr) && node) hr = node->AddText("MimeType", PictureMime(a.value), 0, true, nullptr);
+        if (Succeeded(hr) && node) hr = node->AddText("MimeType", a.pictureMime, 0, true, nullptr);
         if (Failed(hr) || !node) throw DataError(file, "cannot set " + a.path());
     } else if (Failed(group->AddText(a.name.c_str(), a.value.c_str(), 0, true, node.put())) || !node) {
         throw DataError(file, "cannot set " + a.path());
@@ -60,44 +74,56 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
 }
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive", "--allow-loss"}, {"--picture"});
+    auto flags = kEditFlags;
+    flags.insert("--allow-loss");
+    const ParsedArgs parsed = ParseArgs(args, flags, {"--picture"});
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files;
     std::vector<Assignment> changes;
     for (const auto& arg : parsed.positional) {
-        if (arg.find('=') != std::string::npos && IsPropertyArgument(arg)) changes.push_back(ParseAssignment(arg, false));
+        if (arg.find('=') != std::string::npos && IsPropertyArgument(arg)) changes.push_back(ParseAssignment(arg));
         else files.push_back(arg);
     }
     if (auto picture = parsed.option("--picture")) {
-        Assignment a = ParseAssignment(*picture, true);
+        Assignment a = ParseAssignment(*picture);
         std::error_code ec;
         if (!std::filesystem::is_regular_file(a.value, ec)) throw UsageError("no picture file \"" + a.value + "\"");
         // The library takes no larger reference: an ID3v2 frame cannot hold more.
         if (std::filesystem::file_size(a.value, ec) > (uintmax_t(256) << 20))
             throw UsageError("picture file \"" + a.value + "\" is larger than 256 MB");
+        a.pictureMime = PictureMime(a.value);
+        if (!a.pictureMime) throw UsageError("\"" + a.value + "\" is not a picture (a JPEG, PNG, GIF or BMP file)");
         changes.push_back(a);
     }
     if (changes.empty()) throw UsageError("name what to set: GROUP:NAME=VALUE or --picture GROUP:NAME=FILE");
     return ForEachFile(ctx, run, files, [&](const std::string& file) {
         const MediaFile media = OpenForEdit(ctx.host(), file);
+        std::vector<const Assignment*> changing;
+        for (const auto& a : changes)
+            if (!HoldsAlready(media.tree.get(), a)) changing.push_back(&a);
+        // Nothing to change: the file and its time stamps stay as they are.
+        if (changing.empty()) return Unchanged(ctx, run, file, "unchanged (it holds these values already)");
         if (run.dryRun) {
-            for (const auto& a : changes)
-                ctx.out << file << ": " << a.path() << ": " << ShownValue(media.tree.get(), a.path()) << " -> "
-                        << (a.picture ? "picture from " + a.value : "\"" + a.value + "\"") << '\n';
-            return;
+            for (const Assignment* a : changing)
+                ctx.out << file << ": " << a->path() << ": " << ShownValue(media.tree.get(), a->path()) << " -> "
+                        << (a->pictureMime ? "picture from " + a->value : "\"" + a->value + "\"") << '\n';
+            return EditOutcome::Previewed;
         }
-        for (const auto& a : changes) Apply(media.tree.get(), a, file);
+        for (const Assignment* a : changing) Apply(media.tree.get(), *a, file);
         WriteBack(ctx, media, run);
+        return EditOutcome::Written;
     });
 }
 
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the files' tags",
-                          "set [--dry-run] [--progress] [-r] [--allow-loss] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
+                          "set [--dry-run] [--progress] [-r] [-q] [--allow-loss] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
                           "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\") and writes the\n"
                           "  tags as a host does; --picture takes the bytes of a picture file (\"Album:Cover Art=c.jpg\").\n"
-                          "  --dry-run shows old and new values without writing; -r takes the files in folders.\n"
+                          "  --dry-run shows old and new values without writing; -r takes the files in folders and\n"
+                          "  ends with a count; -q prints failures only. A file that holds the values already is\n"
+                          "  left untouched.\n"
                           "  A file whose tags hold what the write would lose (frames that cannot be read) is\n"
                           "  left as it is, unless --allow-loss.",
                           Run});

@@ -10,27 +10,28 @@ namespace tagvera::cli {
 namespace {
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--dry-run", "-n", "--progress", "-r", "--recursive"});
+    const ParsedArgs parsed = ParseArgs(args, kEditFlags);
     const EditRun run = ParseEditFlags(parsed);
     return ForEachFile(ctx, run, parsed.positional, [&](const std::string& file) {
         const MediaFile media = OpenForEdit(ctx.host(), file);
         if (run.dryRun) {
             ctx.out << file << ": would remove its tags\n";
-            return;
+            return EditOutcome::Previewed;
         }
         auto handler = media.handler();
         const HRESULT hr = handler ? handler->Prepare(0) : TV_E_NOINTERFACE;
         if (hr == TV_E_NOTIMPL) throw DataError(file, "removing tags of this kind of file is not built yet");
         if (Failed(hr)) throw DataError(file, "tags not removed: " + host::ResultText(hr));
-        const std::string report = WriteReportOf(media);
-        ctx.out << file << ": " << (report.empty() ? "no tags to remove\n" : "tags removed\n");
+        if (WriteReportOf(media).empty()) return Unchanged(ctx, run, file, "no tags to remove");
+        if (!run.quiet) ctx.out << file << ": tags removed\n";
+        return EditOutcome::Written;
     });
 }
 
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"strip", "remove the files' tags",
-                          "strip [--dry-run] [--progress] [-r] FILE...\n"
+                          "strip [--dry-run] [--progress] [-r] [-q] FILE...\n"
                           "  Removes every tag the file holds. MP3: the ID3v2 tags go and the ID3v1 record is\n"
                           "  blanked (its 128 bytes stay). KorvaMedia: the file is rewritten without its\n"
                           "  jukebox trailer, ID3v1 tag, jukebox copy and content description.",
