@@ -75,6 +75,9 @@ EditRun ParseEditFlags(const ParsedArgs& parsed) {
     run.recursive = parsed.has("-r") || parsed.has("--recursive");
     run.allowLoss = parsed.has("--allow-loss");
     run.quiet = parsed.has("-q") || parsed.has("--quiet");
+    if (parsed.has("--no-id3v1")) run.leftOut |= kMp3WriteNoId3v1;
+    if (parsed.has("--no-id3v2")) run.leftOut |= kMp3WriteNoId3v2;
+    if (parsed.has("--no-jukebox")) run.leftOut |= kMp3WriteNoJukebox;
     run.terminal = ::isatty(STDERR_FILENO) == 1;
     run.progress = parsed.has("--progress") || (run.terminal && !run.quiet);
     return run;
@@ -147,6 +150,13 @@ MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xing
     return media;
 }
 
+std::string PreviewWrite(const MediaFile& media, const EditRun& run) {
+    auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2);
+    if (!writer) return {};
+    writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, kMp3WriteDryRun | run.leftOut);
+    return Indented(WriteReportOf(media));
+}
+
 std::string WriteReportOf(const MediaFile& media) {
     auto report = QueryAs<IMPAWriteReport>(media.importer.get(), IID_IMPAWriteReport);
     if (!report) return {};
@@ -162,7 +172,7 @@ void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) 
     HRESULT hr = TV_E_NOINTERFACE;
     if (auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2)) {
         // Many files in a row: their file systems are synced once when the run ends.
-        const uint32_t options = kMp3WriteDeferSync | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
+        const uint32_t options = kMp3WriteDeferSync | run.leftOut | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
         hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, options);
         if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
     } else if (auto plain = media.handler()) {

@@ -3,6 +3,7 @@
 #ifndef TAGVERA_CLI_TAG_EDIT_H
 #define TAGVERA_CLI_TAG_EDIT_H
 
+#include <cstdint>
 #include <functional>
 #include <set>
 #include <string>
@@ -25,11 +26,14 @@ struct EditRun {
     bool recursive = false;
     bool allowLoss = false;  // write even when the file's tags hold what the write would lose
     bool quiet = false;      // nothing but failures (and a dry run's changes)
+    uint32_t leftOut = 0;    // kinds of tag this run leaves as they are (--no-id3v1 ...: kMp3WriteNo*)
 };
 
 // The flags every editing command takes: --dry-run, --progress (also on when standard error is a
 // terminal), -r, -q; set and rm add --allow-loss.
 inline const std::set<std::string> kEditFlags = {"--dry-run", "-n", "--progress", "-r", "--recursive", "-q", "--quiet"};
+// The flags of the commands that write properties: set and rm.
+inline const std::set<std::string> kWriteFlags = {"--allow-loss", "--no-id3v1", "--no-id3v2", "--no-jukebox"};
 EditRun ParseEditFlags(const ParsedArgs& parsed);
 
 // What an edit did to one file, for the summary a recursive run ends with.
@@ -50,6 +54,10 @@ MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xing
 // Writes tree back (the importer itself serves on-demand data) and prints what the write did.
 // Unless run.allowLoss, a file whose tags hold what the write would lose is left as it is.
 void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run);
+
+// What the write of the edited tree would change, as the importer plans it (side effects
+// included), as indented lines; "" when the importer cannot say.
+std::string PreviewWrite(const MediaFile& media, const EditRun& run);
 
 // The importer's IMPAWriteReport text, "" when it has none.
 std::string WriteReportOf(const MediaFile& media);

@@ -13,7 +13,7 @@ namespace {
 
 int Run(CommandContext& ctx, const Args& args) {
     auto flags = kEditFlags;
-    flags.insert("--allow-loss");
+    flags.insert(kWriteFlags.begin(), kWriteFlags.end());
     const ParsedArgs parsed = ParseArgs(args, flags);
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files, properties;
@@ -33,7 +33,11 @@ int Run(CommandContext& ctx, const Args& args) {
             any = true;
         }
         if (!any) return EditOutcome::Unchanged;
-        if (run.dryRun) return EditOutcome::Previewed;
+        if (run.dryRun) {
+            // One property may stand for several frames (a comment in each language): all go.
+            ctx.out << PreviewWrite(media, run);
+            return EditOutcome::Previewed;
+        }
         WriteBack(ctx, media, run);
         return EditOutcome::Written;
     });
@@ -42,9 +46,11 @@ int Run(CommandContext& ctx, const Args& args) {
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"rm", "remove properties from the files' tags",
-                          "rm [--dry-run] [--progress] [-r] [-q] [--allow-loss] FILE... GROUP:NAME...\n"
-                          "  Removes each property (\"Track:Comments\") from every tag that holds it; a file\n"
-                          "  whose tags hold what the write would lose is left as it is, unless --allow-loss.",
+                          "rm [--dry-run] [--progress] [-r] [-q] [--allow-loss] [--no-id3v1] [--no-id3v2] [--no-jukebox]\n"
+                          "    FILE... GROUP:NAME...\n"
+                          "  Removes each property (\"Track:Comments\") from every tag that holds it; --dry-run lists\n"
+                          "  every frame that would go. A file whose tags hold what the write would lose is left as\n"
+                          "  it is, unless --allow-loss.",
                           Run});
 
 }  // namespace tagvera::cli

@@ -75,7 +75,7 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
 
 int Run(CommandContext& ctx, const Args& args) {
     auto flags = kEditFlags;
-    flags.insert("--allow-loss");
+    flags.insert(kWriteFlags.begin(), kWriteFlags.end());
     const ParsedArgs parsed = ParseArgs(args, flags, {"--picture"});
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files;
@@ -107,9 +107,12 @@ int Run(CommandContext& ctx, const Args& args) {
             for (const Assignment* a : changing)
                 ctx.out << file << ": " << a->path() << ": " << ShownValue(media.tree.get(), a->path()) << " -> "
                         << (a->pictureMime ? "picture from " + a->value : "\"" + a->value + "\"") << '\n';
-            return EditOutcome::Previewed;
         }
         for (const Assignment* a : changing) Apply(media.tree.get(), *a, file);
+        if (run.dryRun) {
+            ctx.out << PreviewWrite(media, run);
+            return EditOutcome::Previewed;
+        }
         WriteBack(ctx, media, run);
         return EditOutcome::Written;
     });
@@ -118,10 +121,14 @@ int Run(CommandContext& ctx, const Args& args) {
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the files' tags",
-                          "set [--dry-run] [--progress] [-r] [-q] [--allow-loss] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
+                          "set [--dry-run] [--progress] [-r] [-q] [--allow-loss] [--no-id3v1] [--no-id3v2] [--no-jukebox]\n"
+                          "    [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
                           "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\") and writes the\n"
                           "  tags as a host does; --picture takes the bytes of a picture file (\"Album:Cover Art=c.jpg\").\n"
-                          "  --dry-run shows old and new values without writing; -r takes the files in folders and\n"
+                          "  --dry-run shows old and new values and every change the write would make to the\n"
+                          "  file's tags (frames added or removed, a version change, an ID3v1 record created),\n"
+                          "  without writing; --no-id3v1, --no-id3v2 and --no-jukebox leave that kind of tag as\n"
+                          "  it is for this run, whatever the preferences say; -r takes the files in folders and\n"
                           "  ends with a count; -q prints failures only. A file that holds the values already is\n"
                           "  left untouched.\n"
                           "  A file whose tags hold what the write would lose (frames that cannot be read) is\n"

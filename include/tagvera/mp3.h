@@ -29,6 +29,16 @@ inline constexpr uint32_t kMp3WriteDeferSync = 0x2;
 // read), it fails with E_FAIL, nothing is written, and the write report lists each such thing
 // as a "would lose:" line. Without this option the write goes ahead and lists them as "lost:".
 inline constexpr uint32_t kMp3WriteKeepEverything = 0x4;
+// Nothing is written: the write is planned as it would be, and the write report says what it
+// would change, side effects included, a line each ("id3v2: TIT2 \"Old\" -> \"New\"", "id3v2:
+// COMM [deu] [] \"Text\" removed", "id3v2: the v2.4 tag is written as v2.3", "id3v1: created",
+// "would lose: ..."). The result is the plan's.
+inline constexpr uint32_t kMp3WriteDryRun = 0x8;
+// For this write only, leave out one kind of tag whatever the preferences say ("TagEditID3V1",
+// "TagEditID3V2", "TagEditKorvaOne"): what the file holds of it stays as it is.
+inline constexpr uint32_t kMp3WriteNoId3v1 = 0x10;
+inline constexpr uint32_t kMp3WriteNoId3v2 = 0x20;
+inline constexpr uint32_t kMp3WriteNoJukebox = 0x40;
 
 }  // namespace tagvera
 

@@ -5,6 +5,7 @@
 #include "mp3/mp3_importer.h"
 #include "mp3/mp3_tag_writer.h"
 #include "platform/file_lock.h"
+#include "tagvera/mp3.h"
 
 namespace tagvera {
 
@@ -19,7 +20,8 @@ HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
     return Guard([&]() -> HRESULT {
         writeReport_.clear();
         if (path_.empty()) return TV_E_NOTLOADED;
-        const Mp3EditPreferences prefs = ReadMp3EditPreferences();
+        const Mp3EditPreferences prefs = ApplyWriteOptions(ReadMp3EditPreferences(), options);
+        const bool dryRun = (options & kMp3WriteDryRun) != 0;
         // Held from the read of the tags the tree is mapped onto until they are written: a writer
         // that went first has its change in what is read here, and the tree's changes (not its
         // stale copies of the rest) land on top of it.
@@ -31,7 +33,7 @@ HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
         // The loaded tags stay while the tree is mapped: a host may hand the importer itself in
         // as the data source.
         const HRESULT planned = Guard([&] {
-            plan = PlanMp3Write({tree, dataSource, force}, prefs,
+            plan = PlanMp3Write({tree, dataSource, force, dryRun}, prefs,
                                 {id3v2_.get(), jukebox_.get(), &ProbedFile(), classFactory(), jukeboxUnreadable_});
             return TV_S_OK;
         });
@@ -39,6 +41,10 @@ HRESULT CImportMP3File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
         ReleaseTags();
         CloseFile();
         if (Failed(planned)) return planned;
+        if (dryRun) {
+            writeReport_ = DescribeMp3Plan(plan);
+            return plan.mapped;
+        }
         Mp3WriteOutcome outcome = WriteMp3Plan(lock, std::move(plan), options);
         writeReport_ = std::move(outcome.report);
         return outcome.result;

@@ -10,6 +10,7 @@
 #include "platform/safe_write.h"
 #include "tags/id3v1/id3v1_map.h"
 #include "tags/id3v2/file_write.h"
+#include "tags/id3v2/frame_changes.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/mp3.h"
 #include "tagvera/values.h"
@@ -105,12 +106,43 @@ platform::Durability DurabilityOf(uint32_t options) {
     return (options & kMp3WriteDeferSync) ? platform::Durability::Deferred : platform::Durability::Synced;
 }
 
+// The frames before and after the mapping, and the tag's version, as report lines.
+void DescribeFrames(const std::vector<id3v2::Frame>& before, uint8_t sourceMajor, IMPAID3v2Parser* id3v2,
+                    std::vector<std::string>& changes) {
+    std::vector<id3v2::Frame> after;
+    uint8_t major = 0;
+    if (Failed(id3v2->GetFrames(&after, &major))) return;
+    const std::vector<std::string> lines = id3v2::FrameChanges(before, after);
+    if (lines.empty()) return;
+    if (sourceMajor == 0) changes.push_back("id3v2: a v2.3 tag is added at the start of the file");
+    else if (sourceMajor != 3)
+        changes.push_back("id3v2: the v2." + std::to_string(sourceMajor) + " tag is written as v2.3" +
+                          (sourceMajor == 4 ? " (a date goes into TYER, TDAT and TIME)" : ""));
+    for (const auto& line : lines) changes.push_back("id3v2: " + line);
+}
+
 }  // namespace
+
+Mp3EditPreferences ApplyWriteOptions(Mp3EditPreferences prefs, uint32_t options) {
+    if (options & kMp3WriteNoId3v1) prefs.id3v1 = false;
+    if (options & kMp3WriteNoId3v2) prefs.id3v2 = false;
+    if (options & kMp3WriteNoJukebox) prefs.jukebox = false;
+    return prefs;
+}
+
+std::string DescribeMp3Plan(const Mp3WritePlan& plan) {
+    std::string report;
+    for (const auto& line : plan.changes) report += line + "\n";
+    return report + LossLines("would lose: ", plan.losses);
+}
 
 Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& prefs, const Mp3LoadedTags& tags) {
     Mp3WritePlan plan;
     // Worked out before the ID3v2 tag so that both go into the file in one write.
     if (prefs.id3v1) plan.id3v1Record = UpdatedId3v1Record(*tags.file, edit.tree, edit.force);
+    std::vector<id3v2::Frame> before;
+    uint8_t sourceMajor = 0;
+    if (edit.describe && (prefs.id3v2 || prefs.jukebox)) tags.id3v2->GetFrames(&before, &sourceMajor);
     bool mapped = false;
     HRESULT hr = TV_S_OK;
     if (prefs.id3v2) {
@@ -126,10 +158,12 @@ Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& 
         if (Succeeded(hr)) hr = tags.id3v2->WriteProperties(container.get(), edit.dataSource, true, true, true);
     }
     if (mapped && Succeeded(hr)) {
+        if (edit.describe) DescribeFrames(before, sourceMajor, tags.id3v2, plan.changes);
         id3v2::RenderedTag tag;
         hr = tags.id3v2->RenderTag(&tag);
         if (Succeeded(hr)) plan.id3v2Tag = std::move(tag);
     }
+    if (edit.describe && plan.id3v1Record) plan.changes.push_back(EndsWithId3v1Tag(*tags.file) ? "id3v1: changed" : "id3v1: created");
     plan.mapped = hr;
     return plan;
 }

@@ -33,6 +33,7 @@ struct Mp3EditRequest {
     IMPAMetaProperty* tree = nullptr;
     IMPAHandleMetaProperties* dataSource = nullptr;
     uint32_t force = 0;
+    bool describe = false;  // a dry run: the plan says what it changes (Mp3WritePlan::changes)
 };
 
 // The file's tags as the importer loaded them.
@@ -52,6 +53,8 @@ struct Mp3WritePlan {
     // What the file holds that the plan cannot carry over (the ID3v2 tags' own are found when
     // the tag is written, from the file as it is then).
     std::vector<std::string> losses;
+    // When asked to describe: a report line for each change the write would make.
+    std::vector<std::string> changes;
 };
 
 struct Mp3WriteOutcome {
@@ -61,6 +64,12 @@ struct Mp3WriteOutcome {
 
 // Throws Error when the file's ID3v1 record cannot be read.
 Mp3WritePlan PlanMp3Write(const Mp3EditRequest& edit, const Mp3EditPreferences& prefs, const Mp3LoadedTags& tags);
+
+// The preferences as the options of one write leave them (kMp3WriteNo*).
+Mp3EditPreferences ApplyWriteOptions(Mp3EditPreferences prefs, uint32_t options);
+
+// The report of a dry run: the plan's changes, then what it would lose.
+std::string DescribeMp3Plan(const Mp3WritePlan& plan);
 
 // options: the kMp3Write* flags of WriteMetaProperties2. lock: held since the tags the plan was
 // made from were read, so that no other writer's change comes between.

@@ -4,15 +4,19 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
+#include "mp3_importer/mp3_builder.h"
 #include "mp3_importer/preferences_file.h"
 #include "platform/scratch_dir.h"
 #include "run_cli.h"
 
 namespace tagvera::testing {
 namespace {
+
+constexpr char kJukeboxName[] = "KorvaJukebox:Metadata";
 
 class Trips : public ::testing::Test {
 protected:
@@ -76,6 +80,37 @@ TEST_F(Trips, AReadOnlyFileOrAMissingFolderIsSaidInWords) {
     const CliResult noFolder = RunCli({"extract", Song(), "Track:Name", "-o", dir_.file("nodir/x.txt")});
     EXPECT_EQ(noFolder.status, 1);
     EXPECT_NE(noFolder.err.find("no such folder"), std::string::npos) << noFolder.err;
+}
+
+// A v2.4 tag with a date and three comments, and no ID3v1 record.
+Bytes V24Song() {
+    const auto comment = [](const char* lang, const char* text) { return Frame24("COMM", Bytes{0} + B(lang) + Bytes{0} + B(text)); };
+    return Tag(4, 0, Frame24("TIT2", Latin1Text("Old")) + Frame24("TDRC", Latin1Text("2020-05-17")) + comment("eng", "English") +
+                         comment("deu", "Deutsch") + comment("fra", "Francais")) +
+           PlainAudio();
+}
+
+TEST_F(Trips, ADryRunListsEveryChangeTheWriteWouldMake) {
+    const std::string song = dir_.file("v24.mp3");
+    test::WriteAll(song, V24Song());
+    const CliResult set = RunCli({"set", "--dry-run", song, "Track:Name=New"});
+    ASSERT_EQ(set.status, 0) << set.err;
+    for (const char* line : {"id3v2: the v2.4 tag is written as v2.3", "id3v2: TIT2 \"Old\" -> \"New\"",
+                             "[KorvaJukebox:Metadata]", "id3v1: created"})
+        EXPECT_NE(set.out.find(line), std::string::npos) << line << " in\n" << set.out;
+    const CliResult rm = RunCli({"rm", "--dry-run", song, "Track:Comments"});
+    for (const char* lang : {"eng", "deu", "fra"})
+        EXPECT_NE(rm.out.find("COMM [" + std::string(lang) + "]"), std::string::npos) << rm.out;
+    EXPECT_EQ(test::ReadAll(song), V24Song());
+
+    // One run without the jukebox frame and the ID3v1 record: neither is planned nor written.
+    const CliResult without = RunCli({"set", "--dry-run", "--no-jukebox", "--no-id3v1", song, "Track:Name=New"});
+    EXPECT_EQ(without.out.find("KorvaJukebox"), std::string::npos) << without.out;
+    EXPECT_EQ(without.out.find("id3v1"), std::string::npos) << without.out;
+    ASSERT_EQ(RunCli({"set", "--no-jukebox", "--no-id3v1", song, "Track:Name=New"}).status, 0);
+    const Bytes written = test::ReadAll(song);
+    EXPECT_EQ(std::search(written.begin(), written.end(), kJukeboxName, kJukeboxName + 21), written.end());
+    EXPECT_NE(std::string(written.end() - 128, written.end() - 125), "TAG");
 }
 
 }  // namespace

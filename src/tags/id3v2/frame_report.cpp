@@ -14,8 +14,9 @@ std::string Join(const std::vector<std::string>& values) {
     return out;
 }
 
-// What a frame's fields say, on one line.
-std::string Summary(const Frame& frame) {
+}  // namespace
+
+std::string FrameSummary(const Frame& frame) {
     std::string why;
     const std::optional<Fields> decoded = TryDecodeFields(frame, &why);
     if (!decoded) return "unreadable: " + why;
@@ -50,8 +51,10 @@ std::string Summary(const Frame& frame) {
     return {};
 }
 
+namespace {
+
 void AppendFrames(std::string& out, const std::vector<Frame>& frames) {
-    for (const auto& f : frames) out += "  " + f.id + "  " + Summary(f) + "\n";
+    for (const auto& f : frames) out += "  " + f.id + "  " + FrameSummary(f) + "\n";
 }
 
 }  // namespace

@@ -15,6 +15,9 @@ namespace tagvera::id3v2 {
 // ("warning: ..."). A file without tags is "NAME: no ID3 tags".
 std::string FramesText(const FileTags& tags, std::string_view name);
 
+// What one frame's fields say, on one line ("\"Title\"", "[eng] [] \"Comment\"").
+std::string FrameSummary(const Frame& frame);
+
 }  // namespace tagvera::id3v2
 
 #endif

@@ -266,6 +266,16 @@ public:
         });
     }
 
+    HRESULT TV_STDCALL GetFrames(std::vector<Frame>* frames, uint8_t* sourceMajor) override {
+        return Guard([&]() -> HRESULT {
+            if (!frames || !sourceMajor) return TV_E_POINTER;
+            if (!linked()) return TV_E_FAIL;
+            *frames = Library().Frames();
+            *sourceMajor = sourceMajor_;
+            return TV_S_OK;
+        });
+    }
+
     HRESULT TV_STDCALL SaveFrameDataToFile(IMPAMetaProperty* property, const char* path) override {
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;
@@ -284,6 +294,7 @@ private:
         buffer_.clear();
         frames_.clear();
         tagSize_ = 0;
+        sourceMajor_ = 0;
         library_.reset();
     }
 
@@ -294,6 +305,7 @@ private:
         id3v2::NormalizeOptions options;
         options.trailingFields = (flags & kLinkTrailingTags) != 0;
         frames_ = id3v2::NormalizeToV23(tags, options).frames;
+        sourceMajor_ = tags.first() ? tags.first()->major : 0;
         // The ID3v2 tags at the start are at most 8 tags of 256 MB: this fits 32 bits.
         tagSize_ = static_cast<uint32_t>(tags.prependedSize);
     }
@@ -408,6 +420,7 @@ private:
     std::vector<uint8_t> buffer_;
     std::vector<Frame> frames_;
     uint32_t tagSize_ = 0;
+    uint8_t sourceMajor_ = 0;
     uint32_t linkFlags_ = 0;
     std::unique_ptr<id3v2::Id3libTag> library_;
 };

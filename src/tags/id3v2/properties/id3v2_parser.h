@@ -48,6 +48,9 @@ struct IMPAID3v2Parser : IUnknown {
     // (tags/id3v2/file_write.h plans the padding, copies that data, and can put an ID3v1 record
     // into the same write). Package-internal (a C++ object).
     TV_METHOD(RenderTag)(tagvera::id3v2::RenderedTag* tag) = 0;  // 18
+    // The frames as a render would now write them, and the major version of the file's first
+    // ID3v2 tag as it was read (0 without one): what a dry run compares. Package-internal.
+    TV_METHOD(GetFrames)(std::vector<tagvera::id3v2::Frame>* frames, uint8_t* sourceMajor) = 0;  // 19
 };
 
 namespace tagvera {
