@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <ostream>
 
+#include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tool_services.h"
 #include "host/result_text.h"
@@ -64,7 +65,7 @@ bool WritableByItsMode(const std::string& path) {
 bool IsPropertyArgument(const std::string& arg) {
     const std::string name = arg.substr(0, arg.find('='));
     const size_t colon = name.find(':');
-    if (colon == std::string::npos || colon == 0 || colon + 1 == name.size()) return false;
+    if (!IsAlias(name) && (colon == std::string::npos || colon == 0 || colon + 1 == name.size())) return false;
     std::error_code ec;
     return !std::filesystem::exists(arg, ec);
 }

@@ -16,7 +16,7 @@
 namespace tagvera::cli {
 
 // "Track:Name" in "Track:Name=Blue in Green" or in rm's "Track:Comments": a group, a colon and a
-// name, and no file of that name.
+// name, or an alias ("title=Blue in Green"), and no file of that name.
 bool IsPropertyArgument(const std::string& arg);
 
 struct EditRun {
@@ -33,7 +33,7 @@ struct EditRun {
 // terminal), -r, -q; set and rm add --allow-loss.
 inline const std::set<std::string> kEditFlags = {"--dry-run", "-n", "--progress", "-r", "--recursive", "-q", "--quiet"};
 // The flags of the commands that write properties: set and rm.
-inline const std::set<std::string> kWriteFlags = {"--allow-loss", "--no-id3v1", "--no-id3v2", "--no-jukebox"};
+inline const std::set<std::string> kWriteFlags = {"--allow-loss", "--no-id3v1", "--no-id3v2", "--no-jukebox", "--custom"};
 EditRun ParseEditFlags(const ParsedArgs& parsed);
 
 // What an edit did to one file, for the summary a recursive run ends with.

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/command_registry.h"
+#include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tag_edit.h"
 #include "tagvera/vocabulary.h"
@@ -17,7 +18,11 @@ int Run(CommandContext& ctx, const Args& args) {
     const ParsedArgs parsed = ParseArgs(args, flags);
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files, properties;
-    for (const auto& arg : parsed.positional) (IsPropertyArgument(arg) ? properties : files).push_back(arg);
+    const PropertyNames names(ctx.host());
+    for (const auto& arg : parsed.positional) {
+        if (IsPropertyArgument(arg)) properties.push_back(names.Resolve(arg, parsed.has("--custom")));
+        else files.push_back(arg);
+    }
     if (properties.empty()) throw UsageError("name the properties to remove (Track:Comments)");
     return ForEachFile(ctx, run, files, [&](const std::string& file) {
         const MediaFile media = OpenForEdit(ctx.host(), file);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/command_registry.h"
+#include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tag_edit.h"
 #include "tagvera/vocabulary.h"
@@ -18,16 +19,21 @@ namespace {
 struct Assignment {
     std::string group, name, value;
     const char* pictureMime = nullptr;  // a picture from the file named by value
+    bool number = false;                // stored as a number (a year), as the files' readers give it
     std::string path() const { return group + ":" + name; }
 };
 
-Assignment ParseAssignment(const std::string& arg) {
+// NAME=VALUE with NAME a GROUP:NAME or an alias, checked against what the library knows.
+Assignment ParseAssignment(const std::string& arg, const PropertyNames& names, bool custom) {
     const size_t eq = arg.find('=');
-    const size_t colon = arg.find(':');
-    if (eq == std::string::npos || colon == std::string::npos || colon > eq)
-        throw UsageError("\"" + arg + "\" is not GROUP:NAME=VALUE");
-    Assignment a{arg.substr(0, colon), arg.substr(colon + 1, eq - colon - 1), arg.substr(eq + 1)};
-    if (a.group.empty() || a.name.empty()) throw UsageError("\"" + arg + "\" names no property");
+    if (eq == std::string::npos) throw UsageError("\"" + arg + "\" is not GROUP:NAME=VALUE");
+    const std::string path = names.Resolve(arg.substr(0, eq), custom);
+    const size_t colon = path.find(':');
+    if (colon == std::string::npos || colon == 0 || colon + 1 == path.size())
+        throw UsageError("\"" + arg + "\" names no property");
+    Assignment a{path.substr(0, colon), path.substr(colon + 1), arg.substr(eq + 1)};
+    const KnownProperty* known = names.Find(path);
+    a.number = known && known->type == "year";
     return a;
 }
 
@@ -67,6 +73,9 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
                                         static_cast<uint32_t>(source.size() + 1), true, node.put());
         if (Succeeded(hr) && node) hr = node->AddText("MimeType", a.pictureMime, 0, true, nullptr);
         if (Failed(hr) || !node) throw DataError(file, "cannot set " + a.path());
+    } else if (a.number) {
+        if (Failed(group->AddNumber(a.name.c_str(), static_cast<uint32_t>(std::stoul(a.value)), 0, true, node.put())) || !node)
+            throw DataError(file, "cannot set " + a.path());
     } else if (Failed(group->AddText(a.name.c_str(), a.value.c_str(), 0, true, node.put())) || !node) {
         throw DataError(file, "cannot set " + a.path());
     }
@@ -80,12 +89,19 @@ int Run(CommandContext& ctx, const Args& args) {
     const EditRun run = ParseEditFlags(parsed);
     std::vector<std::string> files;
     std::vector<Assignment> changes;
+    const PropertyNames names(ctx.host());
+    const bool custom = parsed.has("--custom");
     for (const auto& arg : parsed.positional) {
-        if (arg.find('=') != std::string::npos && IsPropertyArgument(arg)) changes.push_back(ParseAssignment(arg));
-        else files.push_back(arg);
+        if (arg.find('=') == std::string::npos || !IsPropertyArgument(arg)) {
+            files.push_back(arg);
+            continue;
+        }
+        Assignment a = ParseAssignment(arg, names, custom);
+        names.CheckValue(a.path(), a.value);
+        changes.push_back(a);
     }
     if (auto picture = parsed.option("--picture")) {
-        Assignment a = ParseAssignment(*picture);
+        Assignment a = ParseAssignment(*picture, names, custom);
         std::error_code ec;
         if (!std::filesystem::is_regular_file(a.value, ec)) throw UsageError("no picture file \"" + a.value + "\"");
         // The library takes no larger reference: an ID3v2 frame cannot hold more.
@@ -122,9 +138,12 @@ int Run(CommandContext& ctx, const Args& args) {
 
 TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the files' tags",
                           "set [--dry-run] [--progress] [-r] [-q] [--allow-loss] [--no-id3v1] [--no-id3v2] [--no-jukebox]\n"
-                          "    [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
-                          "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\") and writes the\n"
-                          "  tags as a host does; --picture takes the bytes of a picture file (\"Album:Cover Art=c.jpg\").\n"
+                          "    [--custom] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
+                          "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\", or by its short\n"
+                          "  name: \"title=Blue in Green\", \"track=3/12\"; tagvera names lists them) and writes the\n"
+                          "  tags as a host does; --picture takes the bytes of a picture file (\"cover=c.jpg\"). A\n"
+                          "  name tagvera does not know, or a value its property cannot take, is refused; --custom\n"
+                          "  writes a GROUP:NAME of your own into the jukebox block.\n"
                           "  --dry-run shows old and new values and every change the write would make to the\n"
                           "  file's tags (frames added or removed, a version change, an ID3v1 record created),\n"
                           "  without writing; --no-id3v1, --no-id3v2 and --no-jukebox leave that kind of tag as\n"

@@ -50,6 +50,7 @@ static_assert(kIsInterface<IMPAMetaPropertySerialize> && kIsInterface<IMPAMetaPr
 static_assert(kIsInterface<IMPAMetaPropertyBuffer> && kIsInterface<IMPAWriteReport>);
 static_assert(kIsInterface<IKMAXMLParser> && kIsInterface<IKMAXMLParserResponse>);
 static_assert(kIsInterface<IKMAToolServices> && kIsInterface<IMPAStructureReport>);
+static_assert(kIsInterface<IMPAPropertyCatalog>);
 static_assert(kIsInterface<IKMAKMEdit3> && kIsInterface<IKMAKMEdit2> && kIsInterface<IKMAKMFileHeader>);
 static_assert(kIsInterface<IKMAKMFF4Reader> && kIsInterface<IKMAKMMetaInformation> && kIsInterface<IKMAKMFFCopy2>);
 static_assert(kIsInterface<IKMAProgressSink>);

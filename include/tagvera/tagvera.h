@@ -13,6 +13,7 @@
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/mp3.h"
 #include "tagvera/plugin.h"
+#include "tagvera/property_catalog.h"
 #include "tagvera/structure_report.h"
 #include "tagvera/tool_services.h"
 #include "tagvera/values.h"

@@ -27,4 +27,12 @@ std::vector<std::pair<std::string, std::string>> ContentProperties(const Content
     return out;
 }
 
+std::vector<CatalogEntry> ContentCatalog() {
+    return {{"Track:Name", "text", false, "CONT title"},
+            {"Album:Name", "text", false, "CONT title (album/name/genre)"},
+            {"Track:Genre", "text", false, "CONT title (album/name/genre)"},
+            {"Artist:Name", "text", false, "CONT author"},
+            {"Track:Copyright", "text", false, "CONT copyright"}};
+}
+
 }  // namespace tagvera::kmedia

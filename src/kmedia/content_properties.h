@@ -8,11 +8,15 @@
 #include <vector>
 
 #include "kmedia/content.h"
+#include "metaprop/property_catalog.h"
 
 namespace tagvera::kmedia {
 
 // (path, text) for every non-empty property, in the order they are merged.
 std::vector<std::pair<std::string, std::string>> ContentProperties(const ContentObject& content);
+
+// The same as catalog entries: read, never written (only a whole-file rewrite changes "CONT").
+std::vector<CatalogEntry> ContentCatalog();
 
 }  // namespace tagvera::kmedia
 

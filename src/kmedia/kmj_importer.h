@@ -23,6 +23,7 @@
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/mp3.h"
+#include "tagvera/property_catalog.h"
 #include "tagvera/structure_report.h"
 
 namespace tagvera {
@@ -34,6 +35,7 @@ class CImportKMJFile : public CUnknownIMP,
                        // The light form makes no jukebox parser: the block is never read.
                        public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
                        public IMPAStructureReport,
+                       public IMPAPropertyCatalog,
                        public IMPAWriteReport {
 public:
     CImportKMJFile() = default;
@@ -65,6 +67,9 @@ public:
     // IMPAStructureReport (kmj_structure_report.cpp)
     HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
                                           IKMABuffer** reason) override;
+
+    // IMPAPropertyCatalog
+    HRESULT TV_STDCALL GetPropertyCatalog(char* buffer, uint32_t* size) override;
 
     // IMPAWriteReport
     HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;

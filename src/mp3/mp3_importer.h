@@ -28,6 +28,7 @@
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/mp3.h"
+#include "tagvera/property_catalog.h"
 #include "tagvera/structure_report.h"
 
 namespace tagvera {
@@ -39,7 +40,8 @@ class CImportMP3File : public CUnknownIMP,
                        public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
                        public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
                        public IMPAWriteReport,
-                       public IMPAStructureReport {
+                       public IMPAStructureReport,
+                       public IMPAPropertyCatalog {
 public:
     // The statistics' "MimeType".
     static constexpr const char* kMimeType = "audio/mp3";
@@ -70,6 +72,9 @@ public:
     // IMPAStructureReport (mp3_structure_report.cpp)
     HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
                                           IKMABuffer** reason) override;
+
+    // IMPAPropertyCatalog
+    HRESULT TV_STDCALL GetPropertyCatalog(char* buffer, uint32_t* size) override;
 
     // IMPAHandleMetaProperties2
     HRESULT TV_STDCALL Prepare(uint32_t what) override;

@@ -82,6 +82,25 @@ TEST_F(Trips, AReadOnlyFileOrAMissingFolderIsSaidInWords) {
     EXPECT_NE(noFolder.err.find("no such folder"), std::string::npos) << noFolder.err;
 }
 
+TEST_F(Trips, NamesCanBeFoundAndTyposAndBadValuesAreRefused) {
+    const CliResult names = RunCli({"names", "mp3"});
+    ASSERT_EQ(names.status, 0) << names.err;
+    EXPECT_NE(names.out.find("Track:Name"), std::string::npos);
+    EXPECT_NE(names.out.find("ID3v2 TIT2"), std::string::npos);
+    const std::pair<const char*, const char*> refused[] = {
+        {"Track:Title=X", "did you mean Track:Name?"},         {"track:name=X", "did you mean Track:Name?"},
+        {"Track:CD Track #=abc", "not a value for Track:CD Track #"}, {"Track:Year=notayear", "not a year"}};
+    for (const auto& [arg, why] : refused) {
+        const CliResult run = RunCli({"set", Song(), arg});
+        EXPECT_EQ(run.status, 2) << arg;
+        EXPECT_NE(run.err.find(why), std::string::npos) << arg << ": " << run.err;
+    }
+    ASSERT_EQ(RunCli({"set", Song(), "title=Short", "year=2021", "track=3/12", "--custom", "Mine:Mood=calm"}).status, 0);
+    const std::string json = RunCli({"info", "--json", Song()}).out;
+    for (const char* held : {"\"Name\": \"Short\"", "\"Year\": 2021", "\"CD Track #\": \"3/12\"", "\"Mood\": \"calm\""})
+        EXPECT_NE(json.find(held), std::string::npos) << held;
+}
+
 // A v2.4 tag with a date and three comments, and no ID3v1 record.
 Bytes V24Song() {
     const auto comment = [](const char* lang, const char* text) { return Frame24("COMM", Bytes{0} + B(lang) + Bytes{0} + B(text)); };

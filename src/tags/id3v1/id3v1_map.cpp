@@ -194,4 +194,11 @@ HRESULT UpdateId3v1FromTree(Id3v1Tag* record, IMPAMetaProperty* tree, bool force
     });
 }
 
+std::vector<CatalogEntry> Id3v1Catalog() {
+    return {{"Track:Name", "text", true, "ID3v1 title"},     {"Artist:Name", "text", true, "ID3v1 artist"},
+            {"Album:Name", "text", true, "ID3v1 album"},     {"Track:Comments", "text", true, "ID3v1 comment"},
+            {"Track:Year", "year", true, "ID3v1 year"},      {"Track:Genre", "text", true, "ID3v1 genre"},
+            {"Track:CD Track #", "track", true, "ID3v1.1 track"}};
+}
+
 }  // namespace tagvera

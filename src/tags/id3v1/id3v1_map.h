@@ -4,8 +4,10 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "base/byte_source.h"
+#include "metaprop/property_catalog.h"
 #include "tags/id3v1/lyrics3.h"
 #include "tags/id3v1/id3v1_tag.h"
 #include "tagvera/metaprop.h"
@@ -32,6 +34,9 @@ HRESULT PropertyToTagText(IMPAMetaProperty* property, uint8_t* field, size_t cap
 // Genre: deleted 255; changed a known name's index, else 255. Track: changed sets the ID3v1.1
 // byte for 1 to 100 and clears it otherwise; deleted clears it.
 HRESULT UpdateId3v1FromTree(Id3v1Tag* record, IMPAMetaProperty* tree, bool force);
+
+// The properties the record holds, for an importer's catalog.
+std::vector<CatalogEntry> Id3v1Catalog();
 
 }  // namespace tagvera
 

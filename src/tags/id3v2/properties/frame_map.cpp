@@ -1,6 +1,7 @@
 #include "tags/id3v2/properties/frame_map.h"
 
 #include <array>
+#include <string>
 
 namespace tagvera::id3v2 {
 
@@ -108,6 +109,40 @@ const PictureTypeRow* FindPictureType(uint8_t type) {
     for (const auto& row : PictureTypes())
         if (type >= row.firstType && type <= row.lastType) return &row;
     return nullptr;
+}
+
+namespace {
+
+const char* CatalogType(const FrameMapRow& row) {
+    const std::string_view id = row.frameId;
+    if (id == "TRCK" || id == "TPOS") return "track";
+    if (row.read == ReadRule::Year) return "year";
+    switch (row.write) {
+        case WriteRule::Url: return "url";
+        case WriteRule::Picture: return "picture";
+        case WriteRule::Object:
+        case WriteRule::CdToc:
+        case WriteRule::Gracenote: return "data";
+        case WriteRule::Text: break;
+    }
+    return "text";
+}
+
+}  // namespace
+
+std::vector<CatalogEntry> Id3v2Catalog() {
+    std::vector<CatalogEntry> out;
+    for (const auto& row : kFrameMap) {
+        // Pictures are listed by their types below; the Gracenote rows are written for hosts only.
+        if (row.write == WriteRule::Picture || row.write == WriteRule::Gracenote) continue;
+        out.push_back({std::string(row.parent) + ":" + row.property, CatalogType(row), true, std::string("ID3v2 ") + row.frameId});
+    }
+    for (const auto& row : kPictureTypes) {
+        std::string where = "ID3v2 APIC type " + std::to_string(row.firstType);
+        if (row.lastType != row.firstType) where += " or " + std::to_string(row.lastType);
+        out.push_back({std::string(row.parent) + ":" + row.property, "picture", true, where});
+    }
+    return out;
 }
 
 }  // namespace tagvera::id3v2

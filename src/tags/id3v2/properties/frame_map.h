@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <vector>
+
+#include "metaprop/property_catalog.h"
 
 namespace tagvera::id3v2 {
 
@@ -43,6 +46,9 @@ const FrameMapRow* FindReadRow(std::string_view frameId);
 std::span<const PictureTypeRow> PictureTypes();
 // Row of a picture type 1..20; null for 0 and above 20.
 const PictureTypeRow* FindPictureType(uint8_t type);
+
+// The properties the frame map reads or writes and the picture types, for an importer's catalog.
+std::vector<CatalogEntry> Id3v2Catalog();
 
 }  // namespace tagvera::id3v2
 
