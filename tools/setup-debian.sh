@@ -11,7 +11,7 @@ packages=(
   zlib1g-dev libid3-3.8.3-dev libexpat1-dev libexiv2-dev
   libavformat-dev libavcodec-dev libavutil-dev
   libtag1-dev libbenchmark-dev
-  ffmpeg lame id3v2 python3 python3-mutagen libimage-exiftool-perl libxml2-utils
+  ffmpeg lame id3v2 python3 python3-mutagen libimage-exiftool-perl libxml2-utils imagemagick
   strace
 )
 

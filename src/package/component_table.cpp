@@ -50,7 +50,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kExtensions, advertised::kMp4Extensions),
 
     // 5: still images
-    ComponentRow(CLSID_CImageMetadataPlugin, CreateNotBuiltComponent),
+    ComponentRow(CLSID_CImageMetadataPlugin, CreateImageMetadataPlugin),
     NumberRow(kLoadMultiple, 1),
     StringRow(kMimeTypes, advertised::kImageMimeTypes),
     StringRow(kExtensions, advertised::kImageExtensions),

@@ -1,0 +1,167 @@
+// CImageMetadataPlugin: naming a file, loading it, and interrogation.
+#include "image/image_importer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+
+#include "base/byte_reader.h"
+#include "base/error.h"
+#include "component/managed_component.h"
+#include "image/exif_map.h"
+#include "image/probe.h"
+#include "package/importer_kit/list_copy.h"
+#include "package/importer_kit/property_tree.h"
+#include "package/importer_kit/statistics.h"
+#include "platform/interrupted_write.h"
+#include "tagvera/vocabulary.h"
+
+namespace tagvera {
+namespace {
+
+// The headers and metadata of a picture: a file whose metadata alone is larger is not read for
+// EXIF (its size, resolution and depth still are).
+constexpr uint64_t kMostMetadataBytes = 256u << 20;
+
+std::string ExtensionOf(const std::string& path) {
+    const size_t slash = path.find_last_of("/\\");
+    const size_t dot = path.find_last_of('.');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
+    return path.substr(dot);
+}
+
+// The metadata ranges of the file, one after the other or at their own offsets. A laid-out
+// buffer comes from calloc: the pixel data's share of it stays untouched zero pages.
+using MetadataBuffer = std::unique_ptr<uint8_t, decltype(&std::free)>;
+
+MetadataBuffer MetadataBytes(ByteSource& file, const image::ImageFacts& facts, size_t* size) {
+    uint64_t total = facts.metadataEnd.size();
+    for (const auto& range : facts.metadata) total = CheckedSum(total, range.length, TV_E_FAIL, "metadata size");
+    const bool laidOut = facts.metadataLayoutSize != 0;
+    const uint64_t bufferSize = laidOut ? facts.metadataLayoutSize : total;
+    if (bufferSize > kMostMetadataBytes || total > bufferSize) throw Error(TV_E_FAIL, "metadata too large");
+    MetadataBuffer bytes(static_cast<uint8_t*>(std::calloc(std::max<size_t>(1, bufferSize), 1)), &std::free);
+    if (!bytes) throw std::bad_alloc();
+    size_t at = 0;
+    for (const auto& range : facts.metadata) {
+        if (laidOut) at = size_t(range.offset);
+        if (file.readAt(range.offset, {bytes.get() + at, size_t(range.length)}) != range.length)
+            throw Error(TV_E_FAIL, "metadata cut short");
+        at += size_t(range.length);
+    }
+    if (!laidOut) std::copy(facts.metadataEnd.begin(), facts.metadataEnd.end(), bytes.get() + at);
+    *size = size_t(bufferSize);
+    return bytes;
+}
+
+}  // namespace
+
+CImageMetadataPlugin::~CImageMetadataPlugin() = default;
+
+HRESULT CImageMetadataPlugin::InternalQueryInterface(const GUID& iid, void** out) {
+    if (!out) return TV_E_POINTER;
+    if (iid == IID_IUnknown) return Hand(static_cast<IUnknown*>(static_cast<CUnknownIMP*>(this)), out);
+    if (iid == IID_IKNContextUser) return Hand(static_cast<IKNContextUser*>(this), out);
+    if (iid == IID_IMPAInterrogateFile) return Hand(static_cast<IMPAInterrogateFile*>(this), out);
+    if (iid == IID_IMPAInterrogateLite) return Hand(static_cast<IMPAInterrogateLite*>(this), out);
+    if (iid == IID_IMPAHandleMetaProperties) return Hand(static_cast<IMPAHandleMetaProperties*>(this), out);
+    if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
+    return NoInterface(out);
+}
+
+HRESULT CImageMetadataPlugin::OpenFile(const char* path, OpenForm) {
+    if (!path || !*path) return TV_E_INVALIDARG;
+    return Guard([&]() -> HRESULT {
+        path_ = path;
+        loaded_.reset();
+        problem_.clear();
+        writeReport_.clear();
+        return TV_S_OK;
+    });
+}
+
+CImageMetadataPlugin::Loaded CImageMetadataPlugin::LoadFile() const {
+    platform::File file = platform::OpenForReading(path_);
+    if (!file.regular()) throw Error(TV_E_FAIL, "not a regular file");
+    Loaded loaded;
+    loaded.fileSize = file.size();
+    loaded.facts = image::ProbeImage(file);
+    if (loaded.facts.metadata.empty()) return loaded;
+    try {
+        size_t size = 0;
+        const MetadataBuffer bytes = MetadataBytes(file, loaded.facts, &size);
+        loaded.exif = image::ReadExifItems({bytes.get(), size});
+    } catch (const Error&) {
+        // EXIF that does not read leaves the picture's own figures, as a viewer would show them.
+    }
+    return loaded;
+}
+
+HRESULT CImageMetadataPlugin::Load() {
+    if (loaded_) return TV_S_OK;
+    if (path_.empty()) {
+        problem_ = "no file named";
+        return TV_E_FAIL;
+    }
+    try {
+        loaded_.emplace(LoadFile());
+        return TV_S_OK;
+    } catch (const std::bad_alloc&) {
+        problem_ = "out of memory";
+        return TV_E_OUTOFMEMORY;
+    } catch (const std::exception& e) {
+        problem_ = e.what();
+        return TV_E_FAIL;
+    }
+}
+
+HRESULT CImageMetadataPlugin::Fill(IMPAMetaProperty** out) {
+    if (!out) return TV_E_INVALIDARG;
+    *out = nullptr;
+    return Guard([&]() -> HRESULT {
+        if (const HRESULT hr = Load(); Failed(hr)) return hr;
+        ComPtr<IMPAMetaProperty> tree;
+        if (const HRESULT hr = NewPropertyTree(classFactory(), tree); Failed(hr)) return hr;
+        auto stats = QueryAs<IMPAFileProperties>(tree.get(), IID_IMPAFileProperties);
+        if (!stats) return TV_E_NOINTERFACE;
+        const image::ImageFacts& facts = loaded_->facts;
+        const auto number = [&](const char* path, uint32_t value) {
+            return tree->AddNumber(path, value, kFlagReadOnly, true, nullptr);
+        };
+        FirstFailure step;
+        step(stats->SetFileSize(StatisticValue(loaded_->fileSize)));
+        step(stats->SetFilename(path_.c_str()));
+        step(tree->AddText("Statistics:Extension", ExtensionOf(path_).c_str(), kFlagReadOnly, true, nullptr));
+        step(number("Statistics:Width", facts.width));
+        step(number("Statistics:Height", facts.height));
+        step(number("Statistics:HorizontalResolution", uint32_t(std::lround(facts.xDpi))));
+        step(number("Statistics:VerticalResolution", uint32_t(std::lround(facts.yDpi))));
+        step(number("Statistics:BitDepth", facts.bitsPerPixel));
+        step(tree->AddFlag("Statistics:Image", 1, kFlagReadOnly, true, nullptr));
+        step(image::AddExifProperties(tree.get(), loaded_->exif));
+        if (Failed(step.result())) return step.result();
+        return tree->QueryInterface(IID_IMPAMetaProperty, reinterpret_cast<void**>(out));
+    });
+}
+
+HRESULT CImageMetadataPlugin::Interrogate(IMPAMetaProperty** tree) { return Fill(tree); }
+HRESULT CImageMetadataPlugin::InterrogateLite(IMPAMetaProperty** tree) { return Fill(tree); }
+
+HRESULT CImageMetadataPlugin::SetOption(uintptr_t, uintptr_t) { return TV_E_NOTIMPL; }
+HRESULT CImageMetadataPlugin::SetOption2(uintptr_t, uintptr_t) { return TV_E_NOTIMPL; }
+HRESULT CImageMetadataPlugin::GetSupportedMimeTypes(char*, uint32_t*) { return TV_E_NOTIMPL; }
+HRESULT CImageMetadataPlugin::GetSupportedExtensions(char*, uint32_t*) { return TV_E_NOTIMPL; }
+HRESULT CImageMetadataPlugin::Prepare(uint32_t) { return TV_E_NOTIMPL; }
+HRESULT CImageMetadataPlugin::GetPropertyData(IMPAMetaProperty*, uint8_t*, uint32_t) { return TV_E_NOTIMPL; }
+HRESULT CImageMetadataPlugin::SavePropertyData(IMPAMetaProperty*, const char*) { return TV_E_NOTIMPL; }
+
+HRESULT CImageMetadataPlugin::GetWriteReport(char* buffer, uint32_t* size) {
+    return CopyListOut(writeReport_, buffer, size);
+}
+
+HRESULT CreateImageMetadataPlugin(IKCAPackage_* package, IUnknown* outer, IUnknown** out) {
+    return CreateManagedComponent<CImageMetadataPlugin>(package, outer, out);
+}
+
+}  // namespace tagvera

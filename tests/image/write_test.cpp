@@ -1,0 +1,181 @@
+// Writing EXIF back: exiftool reads exactly what was written and every tag left alone (GPS,
+// thumbnail, XMP, IPTC, ICC), the decoded pixels and the compressed image data are unchanged,
+// formats without EXIF are refused, and a failure at any file call leaves the old file or the new.
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <map>
+
+#include "image/image_bytes.h"
+#include "image/image_support.h"
+#include "image/probe.h"
+#include "platform/fault_injection.h"
+#include "platform/file.h"
+#include "platform/scratch_dir.h"
+
+namespace tagvera::image::testing {
+namespace {
+
+namespace fault = platform::fault;
+
+// exiftool's view of the metadata, "[group] tag" -> value, offsets left out (a rewrite moves them).
+std::map<std::string, std::string> ExiftoolTags(const std::string& path) {
+    std::map<std::string, std::string> tags;
+    std::stringstream lines(RunCommand("exiftool -n -a -G1 -S " + path));
+    for (std::string line; std::getline(lines, line);) {
+        const size_t colon = line.find(": ");
+        if (colon == std::string::npos || line.rfind("[ExifTool]", 0) == 0 || line.rfind("[System]", 0) == 0 ||
+            line.rfind("[File]", 0) == 0 || line.rfind("[PNG]", 0) == 0 || line.find("Offset") < colon)
+            continue;
+        tags[line.substr(0, colon)] = line.substr(colon + 2);
+    }
+    return tags;
+}
+
+// The compressed picture: a JPEG's scan onwards, a PNG's IDAT bodies, a TIFF's strips.
+Bytes ImageData(const std::string& path) {
+    const Bytes all = test::ReadAll(path);
+    MemorySource source(all);
+    const ImageFacts facts = ProbeImage(source);
+    if (facts.format == ImageFormat::Jpeg) return Bytes(all.begin() + long(facts.metadata[0].length), all.end());
+    Bytes data;
+    if (facts.format == ImageFormat::Png) {
+        for (size_t pos = 8; pos + 12 <= all.size();) {
+            const size_t length = size_t(all[pos]) << 24 | all[pos + 1] << 16 | all[pos + 2] << 8 | all[pos + 3];
+            if (std::string(all.begin() + long(pos) + 4, all.begin() + long(pos) + 8) == "IDAT")
+                data.insert(data.end(), all.begin() + long(pos) + 8, all.begin() + long(pos + 8 + length));
+            pos += length + 12;
+        }
+        return data;
+    }
+    std::stringstream strips(RunCommand("exiftool -n -T -StripOffsets -StripByteCounts " + path));
+    size_t offset = 0, count = 0;
+    strips >> offset >> count;
+    return Bytes(all.begin() + long(offset), all.begin() + long(offset + count));
+}
+
+class ImageWrite : public ::testing::TestWithParam<const char*> {
+protected:
+    test::ScratchDir dir;
+};
+
+TEST_P(ImageWrite, ExiftoolReadsTheEditAndEverythingElseKept) {
+    if (!HaveTool("/usr/bin/exiftool")) GTEST_SKIP() << "exiftool missing";
+    const std::string path = dir.copy(FixturePath(GetParam()));
+    const auto before = ExiftoolTags(path);
+    const Bytes data = ImageData(path);
+    const std::string pixels = HaveTool("/usr/bin/convert") ? RunCommand("/usr/bin/convert '" + path + "[0]' rgba:- | md5sum") : "";
+    {
+        const auto s = OpenImage(path);
+        s.set("Statistics:EquipmentMake", "NEWCO");
+        s.set("Statistics:DateTimeOriginal", "2024:05:06 07:08:09");
+        s.set("Statistics:ExposureTime", "1/250");
+        s.set("Statistics:Orientation", "3");
+        s.remove("Statistics:EquipmentModel");
+        ASSERT_EQ(s.write(), TV_S_OK) << s.report();
+        EXPECT_EQ(s.report(), "set: Statistics:DateTimeOriginal\nset: Statistics:EquipmentMake\n"
+                              "removed: Statistics:EquipmentModel\nset: Statistics:ExposureTime\nset: Statistics:Orientation\n");
+    }
+    auto expected = before;
+    expected["[IFD0] Make"] = "NEWCO";
+    expected["[ExifIFD] DateTimeOriginal"] = "2024:05:06 07:08:09";
+    expected["[ExifIFD] ExposureTime"] = "0.004";
+    expected["[IFD0] Orientation"] = "3";
+    expected.erase("[IFD0] Model");
+    auto after = ExiftoolTags(path);
+    expected.erase("[Composite] ShutterSpeed");  // derived from the exposure time
+    after.erase("[Composite] ShutterSpeed");
+    EXPECT_EQ(after, expected);
+    EXPECT_EQ(ImageData(path), data);
+    if (!pixels.empty()) {
+        EXPECT_EQ(RunCommand("/usr/bin/convert '" + path + "[0]' rgba:- | md5sum"), pixels);
+    }
+    const auto again = OpenImage(path);
+    EXPECT_EQ(again.value("Statistics:EquipmentMake"), Bytes({'N', 'E', 'W', 'C', 'O', 0}));
+    EXPECT_FALSE(again.node("Statistics:EquipmentModel"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, ImageWrite,
+                         ::testing::Values("jpeg-rgb-be.jpg", "jpeg-rgb-le.jpg", "png-rgb.png", "tiff-rgb-le.tif"),
+                         [](const auto& test) {
+                             std::string name = test.param;
+                             for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
+                             return name;
+                         });
+
+TEST(ImageWriteRefusal, FormatsWithoutExifAndValuesOfTheWrongType) {
+    test::ScratchDir dir;
+    const struct {
+        const char* fixture;
+        const char* property;
+        const char* value;
+        HRESULT result;
+        const char* report;
+    } rows[] = {
+        {"bmp-rgb24.bmp", "Statistics:EquipmentMake", "ACME", TV_E_FAIL, "not written: a BMP file cannot hold EXIF\n"},
+        {"gif.gif", "Statistics:EquipmentMake", "ACME", TV_E_FAIL, "not written: a GIF file cannot hold EXIF\n"},
+        {"jpeg-cmyk.jpg", "Track:Name", "x", TV_E_FAIL, "not written: no EXIF property of the picture was changed\n"},
+        {"jpeg-cmyk.jpg", "Statistics:Orientation", "upside down", TV_E_INVALIDARG,
+         "not written: Orientation: \"upside down\" is not a value of its type Short\n"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.fixture) + " " + row.property);
+        const std::string path = dir.copy(FixturePath(row.fixture));
+        const Bytes original = test::ReadAll(path);
+        const auto s = OpenImage(path);
+        s.set(row.property, row.value);
+        EXPECT_EQ(s.write(), row.result);
+        EXPECT_EQ(s.report(), row.report);
+        EXPECT_EQ(test::ReadAll(path), original);
+    }
+}
+
+// Every file call of the write failed in turn: the old file or the new one, never a mix, the
+// failure reported, nothing left beside the file.
+TEST(ImageWriteFaults, AFailureAtAnyCallLeavesTheOldFileOrTheNewOne) {
+    test::ScratchDir dir;
+    const std::string path = dir.copy(FixturePath("jpeg-rgb-be.jpg"), "photo.jpg");
+    const Bytes original = test::ReadAll(path);
+    // Counts the write's calls of step, or fails its nth one; the reading before it is not armed.
+    const auto write = [&](fault::Step step, unsigned nth, unsigned* calls) {
+        const auto s = OpenImage(path);
+        s.set("Statistics:EquipmentMake", "NEWCO");
+        HRESULT hr;
+        if (calls) {
+            fault::StartCounting();
+            hr = s.write();
+            *calls = fault::Calls(step);
+            fault::Reset();
+        } else {
+            fault::Scoped armed(step, nth, step == fault::Step::Write ? ENOSPC : EIO);
+            hr = s.write();
+        }
+        return std::make_pair(hr, s.report());
+    };
+    for (fault::Step step : {fault::Step::Open, fault::Step::Read, fault::Step::Write, fault::Step::Fsync,
+                             fault::Step::Rename, fault::Step::Dirsync, fault::Step::Link}) {
+        test::WriteAll(path, original);
+        unsigned calls = 0;
+        ASSERT_EQ(write(step, 0, &calls).first, TV_S_OK);
+        const Bytes written = test::ReadAll(path);
+        ASSERT_NE(written, original);
+        if (step != fault::Step::Link && step != fault::Step::Dirsync) {
+            EXPECT_GE(calls, 1u) << fault::StepName(step);
+        }
+        for (unsigned n = 1; n <= calls; ++n) {
+            SCOPED_TRACE(std::string(fault::StepName(step)) + " call " + std::to_string(n));
+            test::WriteAll(path, original);
+            const auto result = write(step, n, nullptr);
+            const Bytes bytes = test::ReadAll(path);
+            EXPECT_TRUE(bytes == original || bytes == written);
+            if (Failed(result.first)) {
+                EXPECT_EQ(bytes, original);
+                EXPECT_EQ(result.second.rfind("not written: ", 0), 0u) << result.second;
+            }
+            EXPECT_EQ(dir.entries(), std::set<std::string>{"photo.jpg"});
+        }
+    }
+}
+
+}  // namespace
+}  // namespace tagvera::image::testing
