@@ -151,10 +151,10 @@ MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xing
     return media;
 }
 
-std::string PreviewWrite(const MediaFile& media, const EditRun& run) {
+std::string PreviewWrite(const MediaFile& media, const EditRun& run, IMPAHandleMetaProperties* dataSource) {
     auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2);
     if (!writer) return {};
-    writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, kMp3WriteDryRun | run.leftOut);
+    writer->WriteMetaProperties2(media.tree.get(), dataSource ? dataSource : writer.get(), 0, kMp3WriteDryRun | run.leftOut);
     return Indented(WriteReportOf(media));
 }
 
@@ -169,16 +169,16 @@ std::string WriteReportOf(const MediaFile& media) {
     return text;
 }
 
-void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run) {
+void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run, IMPAHandleMetaProperties* dataSource) {
     HRESULT hr = TV_E_NOINTERFACE;
     if (auto writer = QueryAs<IMPAHandleMetaProperties2>(media.importer.get(), IID_IMPAHandleMetaProperties2)) {
         // Many files in a row: their file systems are synced once when the run ends.
         const uint32_t options = kMp3WriteDeferSync | run.leftOut | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
-        hr = writer->WriteMetaProperties2(media.tree.get(), writer.get(), 0, options);
+        hr = writer->WriteMetaProperties2(media.tree.get(), dataSource ? dataSource : writer.get(), 0, options);
         if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
     } else if (auto plain = media.handler()) {
         // An importer without write options syncs each write itself.
-        hr = plain->WriteMetaProperties(media.tree.get(), plain.get(), 0);
+        hr = plain->WriteMetaProperties(media.tree.get(), dataSource ? dataSource : plain.get(), 0);
     } else {
         throw DataError(media.path, "its importer cannot write tags");
     }

@@ -51,13 +51,15 @@ EditOutcome Unchanged(CommandContext& ctx, const EditRun& run, const std::string
 // A file opened for writing through its importer (the MP3 importer's Xing repair as asked).
 MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xingRepair = false);
 
-// Writes tree back (the importer itself serves on-demand data) and prints what the write did.
-// Unless run.allowLoss, a file whose tags hold what the write would lose is left as it is.
-void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run);
+// Writes tree back and prints what the write did; the bytes of on-demand properties come from
+// dataSource (the importer itself when null: another file's importer when they were copied from
+// there). Unless run.allowLoss, a file whose tags hold what the write would lose is left as it is.
+void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run,
+               IMPAHandleMetaProperties* dataSource = nullptr);
 
 // What the write of the edited tree would change, as the importer plans it (side effects
 // included), as indented lines; "" when the importer cannot say.
-std::string PreviewWrite(const MediaFile& media, const EditRun& run);
+std::string PreviewWrite(const MediaFile& media, const EditRun& run, IMPAHandleMetaProperties* dataSource = nullptr);
 
 // The importer's IMPAWriteReport text, "" when it has none.
 std::string WriteReportOf(const MediaFile& media);

@@ -34,6 +34,9 @@ struct IKMAToolServices : IUnknown {
     // S_OK when the store held the preference, S_FALSE when it did not. A null name removes the
     // whole store: every preference is its default again.
     TV_METHOD(RemovePreference)(const char* name, IKMABuffer** reason) = 0;  // 9
+    // Gives the file from the name to, never replacing a file: fails when to exists (or cannot be
+    // made), and from then keeps its name. The folder is synced.
+    TV_METHOD(RenameFile)(const char* from, const char* to, IKMABuffer** reason) = 0;  // 10
 };
 
 namespace tagvera {

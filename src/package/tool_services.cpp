@@ -112,4 +112,12 @@ HRESULT PackageToolServices::RemovePreference(const char* name, IKMABuffer** rea
     });
 }
 
+HRESULT PackageToolServices::RenameFile(const char* from, const char* to, IKMABuffer** reason) {
+    if (!from || !to || !*from || !*to) return TV_E_INVALIDARG;
+    return Explained(reason, [&]() -> HRESULT {
+        platform::RenameWithoutReplacing(from, to);
+        return TV_S_OK;
+    });
+}
+
 }  // namespace tagvera

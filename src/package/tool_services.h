@@ -18,6 +18,7 @@ public:
     HRESULT TV_STDCALL SetPreferenceNumber(const char* name, uint32_t value, IKMABuffer** reason) override;
     HRESULT TV_STDCALL SetPreferenceText(const char* name, const char* value, IKMABuffer** reason) override;
     HRESULT TV_STDCALL RemovePreference(const char* name, IKMABuffer** reason) override;
+    HRESULT TV_STDCALL RenameFile(const char* from, const char* to, IKMABuffer** reason) override;
 
 protected:
     ~PackageToolServices() = default;

@@ -1,6 +1,7 @@
 #include "platform/file.h"
 
 #include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -206,6 +207,21 @@ bool RemoveFile(const std::string& path) {
     if (::unlink(path.c_str()) == 0) return true;
     if (errno == ENOENT) return false;
     throw FileError("remove", path, errno);
+}
+
+void RenameWithoutReplacing(const std::string& from, const std::string& to) {
+    if (const int err = Injected(fault::Step::Rename)) throw FileError("rename", from, err);
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) != 0) {
+        // A file system without the flag: a second name fails where one exists, then the first goes.
+        if (errno != EINVAL && errno != ENOSYS) throw FileError("rename to '" + to + "' from", from, errno);
+        if (::link(from.c_str(), to.c_str()) != 0) throw FileError("rename to '" + to + "' from", from, errno);
+        if (::unlink(from.c_str()) != 0) {
+            const int err = errno;
+            ::unlink(to.c_str());
+            throw FileError("rename", from, err);
+        }
+    }
+    SyncFolder(DirectoryOf(to));
 }
 
 void SyncFolder(const std::string& dir) {

@@ -106,6 +106,9 @@ bool IsRegularFile(const std::string& path);
 uint64_t FileSize(const std::string& path);
 // True when the file was removed, false when it did not exist; FileError on any other failure.
 bool RemoveFile(const std::string& path);
+// Gives the file a new name, never replacing another file: FileError (EEXIST) when to exists, and
+// from keeps its name after any failure. The folder holding both is synced.
+void RenameWithoutReplacing(const std::string& from, const std::string& to);
 // Puts the folder's entries (a file created, renamed or removed in it) on stable storage. A file
 // system that cannot sync a folder at all is no failure.
 void SyncFolder(const std::string& dir);

@@ -101,6 +101,25 @@ TEST_F(Trips, NamesCanBeFoundAndTyposAndBadValuesAreRefused) {
         EXPECT_NE(json.find(held), std::string::npos) << held;
 }
 
+TEST_F(Trips, CopyCarriesEveryPropertyAcrossFormatsAndRenameNeverReplaces) {
+    const std::string kmj = music_ + "/06-tagged-song.kmj";
+    ASSERT_EQ(RunCli({"set", Song(), "title=Copied", "artist=Someone"}).status, 0);
+    const CliResult copy = RunCli({"copy", Song(), kmj});
+    ASSERT_EQ(copy.status, 0) << copy.err;
+    const std::string json = RunCli({"info", "--json", kmj}).out;
+    for (const char* held : {"\"Name\": \"Copied\"", "\"Name\": \"Someone\"", "\"Publisher\": \"tagvera samples\""})
+        EXPECT_NE(json.find(held), std::string::npos) << held << " in " << json;
+    EXPECT_NE(RunCli({"copy", Song(), kmj}).out.find("unchanged"), std::string::npos);
+
+    // Both files now carry the same name: the second rename fails and both files stay.
+    std::filesystem::copy_file(Song(), kmj + ".mp3");
+    const CliResult twice = RunCli({"rename", "{artist} - {title}", Song(), kmj + ".mp3"});
+    EXPECT_EQ(twice.status, 1);
+    EXPECT_NE(twice.err.find("exists already"), std::string::npos) << twice.err;
+    EXPECT_TRUE(std::filesystem::exists(music_ + "/Someone - Copied.mp3"));
+    EXPECT_TRUE(std::filesystem::exists(kmj + ".mp3"));
+}
+
 // A v2.4 tag with a date and three comments, and no ID3v1 record.
 Bytes V24Song() {
     const auto comment = [](const char* lang, const char* text) { return Frame24("COMM", Bytes{0} + B(lang) + Bytes{0} + B(text)); };

@@ -165,8 +165,18 @@ TEST(PathHelpers, QuestionsAboutPaths) {
     EXPECT_EQ(FileSize(dir.file("x.mp3")), 42u);
     EXPECT_THROW(FileSize(dir.file("nope")), FileError);
     EXPECT_THROW(FileSize(dir.path()), FileError);
-    EXPECT_TRUE(RemoveFile(dir.file("x.mp3")));
-    EXPECT_FALSE(RemoveFile(dir.file("x.mp3")));
+    WriteAll(dir.file("y.mp3"), test::Pattern(7));
+    try {
+        RenameWithoutReplacing(dir.file("x.mp3"), dir.file("y.mp3"));
+        ADD_FAILURE() << "renamed over an existing file";
+    } catch (const FileError& e) {
+        EXPECT_EQ(e.osError(), EEXIST);
+    }
+    EXPECT_EQ(ReadAll(dir.file("y.mp3")), test::Pattern(7));
+    RenameWithoutReplacing(dir.file("x.mp3"), dir.file("z.mp3"));
+    EXPECT_EQ(ReadAll(dir.file("z.mp3")), test::Pattern(42));
+    EXPECT_TRUE(RemoveFile(dir.file("z.mp3")));
+    EXPECT_FALSE(RemoveFile(dir.file("z.mp3")));
     EXPECT_THROW(RemoveFile(dir.path()), FileError);
 
     EXPECT_EQ(DirectoryOf("a/b/c.mp3"), "a/b");
