@@ -270,7 +270,9 @@ int Run(CommandContext& ctx, const Args& args) {
     const bool xml = parsed.has("--xml");
     if (json && xml) throw UsageError("--json and --xml exclude each other");
     host::Host& host = ctx.host();
-    const auto inputs = CollectInputs(host, parsed.positional, parsed.has("-r") || parsed.has("--recursive"));
+    const bool recursive = parsed.has("-r") || parsed.has("--recursive");
+    SkippedTypes skipped;
+    const auto inputs = CollectInputs(host, parsed.positional, recursive, &skipped);
 
     int failures = 0;
     std::optional<JsonWriter> writer;
@@ -290,6 +292,12 @@ int Run(CommandContext& ctx, const Args& args) {
         }
     }
     if (json) writer->endArray().endObject();
+    // The count goes to the error stream: standard output stays the files' own text or document.
+    if (recursive) {
+        ctx.err << inputs.size() - failures << " read, " << failures << " failed";
+        if (!skipped.empty()) ctx.err << "; passed over, no importer reads them: " << SkippedText(skipped);
+        ctx.err << '\n';
+    }
     return failures ? kExitDataError : kExitOk;
 }
 

@@ -197,6 +197,7 @@ TEST_F(CliInfo, FoldersAreReadWithRecursion) {
     EXPECT_NE(run.out.find("Name: Morning Light"), std::string::npos);
     EXPECT_NE(run.out.find("Name: Old Radio"), std::string::npos);
     EXPECT_EQ(run.out.find("cover.txt"), std::string::npos);
+    EXPECT_EQ(run.err, "2 read, 0 failed; passed over, no importer reads them: .txt 1\n");
 }
 
 TEST_F(CliInfo, SaysWhenA32BitFigureWasClipped) {
