@@ -71,7 +71,7 @@ std::vector<ExifItem> ReadExifItems(std::span<const uint8_t> image) {
     });
 }
 
-std::vector<uint8_t> ApplyExifEdits(std::span<const uint8_t> image, std::span<const ExifEdit> edits) {
+std::vector<uint8_t> ApplyExifEdits(std::vector<uint8_t> image, std::span<const ExifEdit> edits) {
     return Guarded("EXIF cannot be written", [&] {
         Exiv2::Image::AutoPtr opened = OpenInMemory(image);
         // The XMP packet goes back as it was read instead of through exiv2's re-encoding.

@@ -33,8 +33,9 @@ struct ExifEdit {
 };
 
 // The image with the edits applied to its EXIF; every other byte exiv2 keeps (compressed image
-// data, other metadata).
-std::vector<uint8_t> ApplyExifEdits(std::span<const uint8_t> image, std::span<const ExifEdit> edits);
+// data, other metadata). The bytes are taken over: an edit that fits, exiv2 makes in the buffer
+// it was given (TIFF), so a caller's copy would change under it.
+std::vector<uint8_t> ApplyExifEdits(std::vector<uint8_t> image, std::span<const ExifEdit> edits);
 
 }  // namespace tagvera::image
 

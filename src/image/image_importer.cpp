@@ -66,6 +66,7 @@ HRESULT CImageMetadataPlugin::InternalQueryInterface(const GUID& iid, void** out
     if (iid == IID_IMPAInterrogateFile) return Hand(static_cast<IMPAInterrogateFile*>(this), out);
     if (iid == IID_IMPAInterrogateLite) return Hand(static_cast<IMPAInterrogateLite*>(this), out);
     if (iid == IID_IMPAHandleMetaProperties) return Hand(static_cast<IMPAHandleMetaProperties*>(this), out);
+    if (iid == IID_IMPAPropertyCatalog) return Hand(static_cast<IMPAPropertyCatalog*>(this), out);
     if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
     return NoInterface(out);
 }

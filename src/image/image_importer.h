@@ -18,6 +18,7 @@
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/mp3.h"
+#include "tagvera/property_catalog.h"
 
 namespace tagvera {
 
@@ -26,6 +27,7 @@ class CImageMetadataPlugin : public CUnknownIMP,
                              public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
                              public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
                              public SetFilenameOpens<IMPAHandleMetaProperties, OpenForm::Full>,
+                             public IMPAPropertyCatalog,
                              public IMPAWriteReport {
 public:
     CImageMetadataPlugin() = default;
@@ -53,6 +55,9 @@ public:
     HRESULT TV_STDCALL SavePropertyData(IMPAMetaProperty* property, const char* path) override;
     HRESULT TV_STDCALL WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
                                            uint32_t force) override;
+
+    // IMPAPropertyCatalog (image_property_catalog.cpp)
+    HRESULT TV_STDCALL GetPropertyCatalog(char* buffer, uint32_t* size) override;
 
     // IMPAWriteReport
     HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;

@@ -64,8 +64,7 @@ HRESULT CImageMetadataPlugin::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHa
         platform::FileWriteLock lock(path_);
         platform::File& file = lock.file();
         if (file.size() > kMostWrittenBytes) throw Error(TV_E_FAIL, "the file is too large to edit");
-        const std::vector<uint8_t> original = file.readExact(0, size_t(file.size()));
-        std::vector<uint8_t> written = image::ApplyExifEdits(original, edits);
+        std::vector<uint8_t> written = image::ApplyExifEdits(file.readExact(0, size_t(file.size())), edits);
         CheckSamePicture(written, loaded_->facts);
         std::string report;
         for (const auto& edit : edits) report += (edit.remove ? "removed: " : "set: ") + PropertyOf(edit.tag) + "\n";

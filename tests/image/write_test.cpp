@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <map>
 
+#include "image/exif_table.h"
 #include "image/image_bytes.h"
 #include "image/image_support.h"
 #include "image/probe.h"
@@ -102,6 +103,28 @@ INSTANTIATE_TEST_SUITE_P(Formats, ImageWrite,
                              for (char& c : name) c = std::isalnum(static_cast<unsigned char>(c)) ? c : '_';
                              return name;
                          });
+
+// Every row at once into a picture without EXIF, each typed as a person would type it, and read
+// back by its own item type.
+TEST(ImageWriteRows, EveryRowTakesAValueOfItsType) {
+    test::ScratchDir dir;
+    const std::string path = dir.copy(FixturePath("jpeg-cmyk.jpg"));
+    const std::map<uint32_t, std::pair<std::string, Bytes>> typed = {
+        {kExifAscii, {"text", Text(std::string("text\0", 5))}}, {kExifShort, {"7", Le32(7)}},
+        {kExifLong, {"70000", Le32(70000)}},                   {kExifRational, {"1/3", Le32(1) + Le32(3)}},
+        {kExifSRational, {"-1/3", Le32(uint32_t(-1)) + Le32(3)}}, {kExifUndefined, {"48 50 51 48", Text("0230")}},
+    };
+    {
+        const auto s = OpenImage(path);
+        for (const auto& row : kExifRows) s.set((std::string(row.group) + ":" + row.property).c_str(), typed.at(row.type).first);
+        ASSERT_EQ(s.write(), TV_S_OK) << s.report();
+    }
+    const auto s = OpenImage(path);
+    for (const auto& row : kExifRows) {
+        const std::string property = std::string(row.group) + ":" + row.property;
+        EXPECT_EQ(s.value(property.c_str()), typed.at(row.type).second) << property;
+    }
+}
 
 TEST(ImageWriteRefusal, FormatsWithoutExifAndValuesOfTheWrongType) {
     test::ScratchDir dir;
