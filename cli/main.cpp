@@ -6,6 +6,7 @@
 
 #include "cli/command.h"
 #include "cli/command_registry.h"
+#include "cli/result_words.h"
 #include "host/library.h"
 
 namespace tagvera::cli {
@@ -16,7 +17,7 @@ void PrintCommandUsage(std::ostream& os, const CommandSpec& spec) {
 }
 
 void PrintHelp(std::ostream& os) {
-    os << "usage: tagvera [--library PATH] COMMAND [ARGS...]\n"
+    os << "usage: tagvera [--library PATH] [--verbose] COMMAND [ARGS...]\n"
           "       tagvera --help | --version\n"
           "\n"
           "Reads and writes the metadata of media files through the tagvera plug-in package.\n"
@@ -29,6 +30,7 @@ void PrintHelp(std::ostream& os) {
     os << "\n"
           "Options:\n"
           "  --library PATH  the libtagvera to load (default: $TAGVERA_LIBRARY, else the installed one)\n"
+          "  --verbose, -v   the library's result code after a failure's words\n"
           "  --help          this text; COMMAND --help for a command's own\n"
           "  --version       the command's version and the library's\n"
           "\n"
@@ -62,7 +64,9 @@ int Main(int argc, char** argv) {
             CommandContext ctx(std::cout, std::cerr, libraryPath);
             return PrintVersion(ctx);
         }
-        if (a == "--library" && i + 1 < args.size()) {
+        if (a == "--verbose" || a == "-v") {
+            ShowResultCodes(true);
+        } else if (a == "--library" && i + 1 < args.size()) {
             libraryPath = args[++i];
         } else if (a.rfind("--library=", 0) == 0) {
             libraryPath = a.substr(10);

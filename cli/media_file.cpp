@@ -1,4 +1,5 @@
 #include "cli/media_file.h"
+#include "cli/result_words.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -45,7 +46,7 @@ std::string OpenFailure(HRESULT hr, const host::ComponentInfo& importer) {
         if (importer.classId == CLSID_CImportMP3File) return "not an MP3 file: no MPEG audio frames found";
         return std::string("not a file the ") + importer.className() + " importer can read";
     }
-    return "cannot be read: " + host::ResultText(hr);
+    return "cannot be read: " + Why(hr);
 }
 
 }  // namespace
@@ -120,7 +121,7 @@ MediaFile ReadMediaFile(const host::Host& host, const MediaInput& input) {
         throw DataError(path, "the importer for " + std::string(info->known ? info->known->handles : "such files") +
                                   " (" + info->className() + ") is not built yet");
     }
-    if (!media.importer) throw DataError(path, "cannot create its importer: " + host::ResultText(hr));
+    if (!media.importer) throw DataError(path, "cannot create its importer: " + Why(hr));
     // A viewer leaves files as they are; the MP3 importer would otherwise mend a VBR header.
     if (info->classId == CLSID_CImportMP3File) media.importer->SetOption(kMp3OptionXingRepair, 0);
 
@@ -131,7 +132,7 @@ MediaFile ReadMediaFile(const host::Host& host, const MediaInput& input) {
     }
     media.result = media.importer->Interrogate(media.tree.put());
     if (Failed(media.result) || !media.tree)
-        throw DataError(path, "cannot be interrogated: " + host::ResultText(media.result));
+        throw DataError(path, "cannot be interrogated: " + Why(media.result));
     return media;
 }
 

@@ -1,4 +1,5 @@
 #include "cli/tag_edit.h"
+#include "cli/result_words.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -144,10 +145,10 @@ MediaFile OpenForEdit(const host::Host& host, const std::string& path, bool xing
     // Opened again, this time allowing the one change reading may make.
     media.importer->SetOption(kMp3OptionXingRepair, 1);
     if (const HRESULT hr = media.importer->SetFilename(path.c_str()); Failed(hr))
-        throw DataError(path, "cannot be opened: " + host::ResultText(hr));
+        throw DataError(path, "cannot be opened: " + Why(hr));
     media.tree.reset();
     media.result = media.importer->Interrogate(media.tree.put());
-    if (Failed(media.result)) throw DataError(path, "cannot be interrogated: " + host::ResultText(media.result));
+    if (Failed(media.result)) throw DataError(path, "cannot be interrogated: " + Why(media.result));
     return media;
 }
 
@@ -191,11 +192,14 @@ void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run, 
             cause = UnreadableReason(media.path);
             if (cause.empty() && !WritableByItsMode(media.path)) cause = "the file is read-only";
         }
-        // The cause in words when the file's state gives one; the result code otherwise.
-        std::string reason = wouldLose ? "not written: its tags hold what the write would lose (--allow-loss writes anyway)"
-                             : cause.empty() ? "not written: " + host::ResultText(hr)
-                                             : "not written: " + cause;
-        if (cause.empty() && !report.empty()) {
+        // The cause in words when the file's state gives one, else the importer's own reason
+        // when it gave one line of it, else the result in words.
+        const bool ownReason = report.rfind("not written: ", 0) == 0 && report.find('\n') + 1 == report.size();
+        std::string reason = wouldLose      ? "not written: its tags hold what the write would lose (--allow-loss writes anyway)"
+                             : !cause.empty() ? "not written: " + cause
+                             : ownReason      ? report.substr(0, report.size() - 1)
+                                              : "not written: " + Why(hr);
+        if (cause.empty() && !ownReason && !report.empty()) {
             // The write's own reason: what it would lose, or a tag larger than its format can hold.
             const std::string lines = Indented(report);
             reason += "\n" + lines.substr(0, lines.size() - 1);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/args.h"
+#include "cli/result_words.h"
 #include "cli/command_registry.h"
 #include "cli/media_file.h"
 #include "cli/property_view.h"
@@ -62,7 +63,7 @@ int Run(CommandContext& ctx, const Args& args) {
     if (!handler) throw DataError(file, "its importer does not hand out property data");
     if (*output != "-") {
         if (const HRESULT hr = handler->SavePropertyData(node.get(), output->c_str()); Failed(hr))
-            throw DataError(file, "cannot save \"" + path + "\" into " + *output + ": " + host::ResultText(hr));
+            throw DataError(file, "cannot save \"" + path + "\" into " + *output + ": " + Why(hr));
         return kExitOk;
     }
     auto size = ChildAt(node.get(), kPropDataSize);
@@ -74,7 +75,7 @@ int Run(CommandContext& ctx, const Args& args) {
         return kExitOk;
     }
     if (const HRESULT hr = handler->GetPropertyData(node.get(), buffer.data(), *bytes); Failed(hr))
-        throw DataError(file, "cannot read \"" + path + "\": " + host::ResultText(hr));
+        throw DataError(file, "cannot read \"" + path + "\": " + Why(hr));
     WriteBytes(ctx, *output, buffer, file);
     return kExitOk;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/args.h"
+#include "cli/result_words.h"
 #include "cli/command_registry.h"
 #include "cli/json.h"
 #include "cli/media_file.h"
@@ -249,7 +250,7 @@ void PrintXml(std::ostream& out, const MediaFile& media, bool several) {
     char* text = nullptr;
     uint32_t length = 0;
     if (const HRESULT hr = serialize->WriteXML(&text, &length, true); Failed(hr) || !text)
-        throw DataError(media.path, "its tree cannot be written as XML: " + host::ResultText(hr));
+        throw DataError(media.path, "its tree cannot be written as XML: " + Why(hr));
     std::string document(text, length && text[length - 1] == '\0' ? length - 1 : length);
     delete[] text;
     if (several) {

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/command_registry.h"
+#include "cli/result_words.h"
 #include "cli/tag_edit.h"
 #include "host/result_text.h"
 
@@ -21,7 +22,7 @@ int Run(CommandContext& ctx, const Args& args) {
         auto handler = media.handler();
         const HRESULT hr = handler ? handler->Prepare(0) : TV_E_NOINTERFACE;
         if (hr == TV_E_NOTIMPL) throw DataError(file, "removing tags of this kind of file is not built yet");
-        if (Failed(hr)) throw DataError(file, "tags not removed: " + host::ResultText(hr));
+        if (Failed(hr)) throw DataError(file, "tags not removed: " + Why(hr));
         if (WriteReportOf(media).empty()) return Unchanged(ctx, run, file, "no tags to remove");
         if (!run.quiet) ctx.out << file << ": tags removed\n";
         return EditOutcome::Written;
