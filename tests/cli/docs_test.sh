@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The man page renders without warnings and covers every command, and the bash completion offers
-# commands, options and property names in the form the shell reads back:
-# docs_test.sh TAGVERA MANPAGE COMPLETION
+# The man page renders without warnings and covers every command, the bash completion offers
+# commands, options and property names in the form the shell reads back, and docs/json.md names
+# every key the --json forms print: docs_test.sh TAGVERA MANPAGE COMPLETION
 set -euo pipefail
 tagvera=$1 manpage=$2 completion=$3
 fail() { echo "docs_test: $*" >&2; exit 1; }
@@ -29,6 +29,33 @@ set f.mp3 Track:CD\ Tr|default|CD\ Track\ #=
 rm f.mp3 "Track:CD Tr|default|Track:CD Track #
 set --picture co|default|cover=
 ROWS
+
+# Every key of every --json form, but the property names of info and the short names of names.
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+source_dir=$(cd "$(dirname "$0")/../.." && pwd)
+"$tagvera" info --xml "$source_dir/samples/01-morning-light.mp3" >"$work/tree.xml"
+export TAGVERA_PREFERENCES=$work/preferences
+python3 - "$tagvera" "$source_dir" "$work/tree.xml" <<'PYTHON' || fail "docs/json.md lacks keys"
+import json, re, subprocess, sys
+tagvera, source, tree = sys.argv[1:]
+documented = set(re.findall(r"`(?:[\w\[\]]+[.\]]+)*(\w+)`", open(source + "/docs/json.md").read()))
+runs = [(["info", "--json", "01-morning-light.mp3", "02-harbour-lights.mp3", "04-sample-song.kmj", "none.mp3"], "properties"),
+        (["components", "--json"], None), (["names", "--json"], "aliases"), (["frames", "--json", "02-harbour-lights.mp3"], None),
+        (["km", "--json", "06-tagged-song.kmj"], None), (["tree", "show", "--json", tree], None), (["prefs", "list", "--json"], None)]
+def keys(doc, skip):
+    if isinstance(doc, dict):
+        for k, v in doc.items():
+            yield k
+            if k != skip: yield from keys(v, skip)
+    elif isinstance(doc, list):
+        for v in doc: yield from keys(v, skip)
+missing = {(args[0], k) for args, skip in runs
+           for k in keys(json.loads(subprocess.run([tagvera] + args, capture_output=True, text=True, cwd=source + "/samples").stdout), skip)
+           if k not in documented}
+for command, key in sorted(missing): print(f"docs_test: {command} --json prints \"{key}\", which docs/json.md does not name")
+sys.exit(1 if missing else 0)
+PYTHON
 
 command -v man >/dev/null || { echo "docs_test: no man, skipped"; exit 77; }
 warnings=$(MANWIDTH=80 man --warnings -l "$manpage" 2>&1 >/dev/null)
