@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <memory>
 
 #include "base/byte_reader.h"
 #include "base/error.h"
@@ -15,6 +13,7 @@
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
 #include "platform/interrupted_write.h"
+#include "platform/zeroed_memory.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera {
@@ -31,28 +30,31 @@ std::string ExtensionOf(const std::string& path) {
     return path.substr(dot);
 }
 
-// The metadata ranges of the file, one after the other or at their own offsets. A laid-out
-// buffer comes from calloc: the pixel data's share of it stays untouched zero pages.
-using MetadataBuffer = std::unique_ptr<uint8_t, decltype(&std::free)>;
+// The metadata ranges of the file, one after the other or at their own offsets (the pixel data
+// between them left as zero pages that are never touched).
+std::vector<uint8_t> Concatenated(ByteSource& file, const image::ImageFacts& facts, uint64_t total) {
+    std::vector<uint8_t> bytes;
+    bytes.reserve(size_t(total));
+    for (const auto& range : facts.metadata) {
+        const auto part = file.readExact(range.offset, size_t(range.length));
+        bytes.insert(bytes.end(), part.begin(), part.end());
+    }
+    bytes.insert(bytes.end(), facts.metadataEnd.begin(), facts.metadataEnd.end());
+    return bytes;
+}
 
-MetadataBuffer MetadataBytes(ByteSource& file, const image::ImageFacts& facts, size_t* size) {
+std::vector<image::ExifItem> ReadExif(ByteSource& file, const image::ImageFacts& facts) {
     uint64_t total = facts.metadataEnd.size();
     for (const auto& range : facts.metadata) total = CheckedSum(total, range.length, TV_E_FAIL, "metadata size");
-    const bool laidOut = facts.metadataLayoutSize != 0;
-    const uint64_t bufferSize = laidOut ? facts.metadataLayoutSize : total;
-    if (bufferSize > kMostMetadataBytes || total > bufferSize) throw Error(TV_E_FAIL, "metadata too large");
-    MetadataBuffer bytes(static_cast<uint8_t*>(std::calloc(std::max<size_t>(1, bufferSize), 1)), &std::free);
-    if (!bytes) throw std::bad_alloc();
-    size_t at = 0;
-    for (const auto& range : facts.metadata) {
-        if (laidOut) at = size_t(range.offset);
-        if (file.readAt(range.offset, {bytes.get() + at, size_t(range.length)}) != range.length)
+    const uint64_t size = std::max(total, facts.metadataLayoutSize);
+    if (size > kMostMetadataBytes) throw Error(TV_E_FAIL, "metadata too large");
+    if (facts.metadataLayoutSize == 0) return image::ReadExifItems(Concatenated(file, facts, total));
+    const platform::ZeroedMemory laidOut{size_t(size)};
+    const std::span<uint8_t> bytes = laidOut.bytes();
+    for (const auto& range : facts.metadata)
+        if (file.readAt(range.offset, bytes.subspan(size_t(range.offset), size_t(range.length))) != range.length)
             throw Error(TV_E_FAIL, "metadata cut short");
-        at += size_t(range.length);
-    }
-    if (!laidOut) std::copy(facts.metadataEnd.begin(), facts.metadataEnd.end(), bytes.get() + at);
-    *size = size_t(bufferSize);
-    return bytes;
+    return image::ReadExifItems(bytes);
 }
 
 }  // namespace
@@ -90,9 +92,7 @@ CImageMetadataPlugin::Loaded CImageMetadataPlugin::LoadFile() const {
     loaded.facts = image::ProbeImage(file);
     if (loaded.facts.metadata.empty()) return loaded;
     try {
-        size_t size = 0;
-        const MetadataBuffer bytes = MetadataBytes(file, loaded.facts, &size);
-        loaded.exif = image::ReadExifItems({bytes.get(), size});
+        loaded.exif = ReadExif(file, loaded.facts);
     } catch (const Error&) {
         // EXIF that does not read leaves the picture's own figures, as a viewer would show them.
     }
