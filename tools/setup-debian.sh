@@ -1,19 +1,24 @@
 #!/usr/bin/env bash
-# Installs the Debian 12 packages that building, testing, fuzzing and benchmarking tagvera need.
+# Installs the Debian 12 packages that building, testing, fuzzing and benchmarking tagvera need;
+# with --build-only, those that building the library and the command needs.
 # Only missing packages are installed; nothing is fetched from anywhere but Debian's archive.
 set -euo pipefail
 
+build_packages=(
+  build-essential cmake pkg-config
+  zlib1g-dev libid3-3.8.3-dev libexpat1-dev libexiv2-dev
+  libavformat-dev libavcodec-dev libavutil-dev
+)
 packages=(
-  build-essential cmake pkg-config git
+  "${build_packages[@]}" git
   g++-multilib
   clang-14 libclang-rt-14-dev
   libgtest-dev googletest
-  zlib1g-dev libid3-3.8.3-dev libexpat1-dev libexiv2-dev
-  libavformat-dev libavcodec-dev libavutil-dev
-  libtag1-dev libbenchmark-dev
+  libtag1-dev libbenchmark-dev man-db
   ffmpeg lame id3v2 python3 python3-mutagen libimage-exiftool-perl libxml2-utils imagemagick
   strace
 )
+[ "${1-}" = --build-only ] && packages=("${build_packages[@]}")
 
 missing=()
 for p in "${packages[@]}"; do
