@@ -128,9 +128,11 @@ std::string PropertyNames::Resolve(const std::string& name, bool custom) const {
     // "Track:Title": the name part may be an alias a tagger user knows.
     if (const size_t colon = name.find(':'); colon != std::string::npos) {
         const std::string part = Lower(name.substr(colon + 1));
-        for (const auto& [alias, path] : PropertyAliases())
-            if (part == alias && std::none_of(close.begin(), close.end(), [&](const auto& c) { return c.second == path; }))
-                close.emplace_back(1, path);
+        for (const auto& alias : PropertyAliases()) {
+            const std::string target = alias.second;
+            if (part == alias.first && std::none_of(close.begin(), close.end(), [&](const auto& c) { return c.second == target; }))
+                close.emplace_back(1, target);
+        }
     }
     std::sort(close.begin(), close.end());
     std::string message = "\"" + name + "\" is not a property tagvera knows";
