@@ -13,13 +13,14 @@ roff() { sed -e 's/\\/\\e/g' -e 's/-/\\-/g' -e "s/^\\([.']\\)/\\\\\\&\\1/"; }
 # The lines of a section of `tagvera --help`: from the line HEADER to the next blank line.
 help_section() { awk -v h="$1" '$0 == h { f = 1; next } /^$/ { f = 0 } f'; }
 
-# "  term   text" lines as tagged paragraphs, any other line as running text.
+# "  term   text" lines (a short term from an option or a word, then two blanks or more) as
+# tagged paragraphs, any other line as running text.
 terms_and_text() {
-    awk '/^ +[^ ]+(  +| [A-Z]+  +)/ {
-             match($0, /^ +[^ ]+( [A-Z]+)?/); term = substr($0, 1, RLENGTH); sub(/^ +/, "", term)
-             text = substr($0, RLENGTH + 1); sub(/^ +/, "", text)
-             print "\001"; print "\002" term; print text; next }
-         { sub(/^ +/, ""); print }' | roff | sed -e 's/^\x01$/.TP/' -e 's/^\x02\(.*\)$/.B "\1"/'
+    awk '{ sub(/^ +/, ""); gap = index($0, "  ") }
+         gap > 1 && gap <= 30 && /^[-a-z]/ {
+             text = substr($0, gap); sub(/^ +/, "", text)
+             print "\001"; print "\002" substr($0, 1, gap - 1); print text; next }
+         { print }' | roff | sed -e 's/^\x01$/.TP/' -e 's/^\x02\(.*\)$/.B "\1"/'
 }
 
 # A usage text's synopsis: its first line and those that continue it, each new form (a line that

@@ -17,6 +17,13 @@ _tagvera_commands() {
     _tagvera_ask --help | awk '/^Commands:/ { f = 1; next } /^$/ { f = 0 } f { print $1 }'
 }
 
+# The options that come before the command: the terms of the "Options:" lines of --help.
+_tagvera_global_options() {
+    _tagvera_ask --help | awk '/^Options:/ { f = 1; next } /^$/ { f = 0 }
+                               f { sub(/^ +/, ""); g = index($0, "  "); print g ? substr($0, 1, g - 1) : $0 }' |
+        grep -oE -- '(^|[ ,])--?[a-zA-Z][-a-zA-Z0-9]*' | sed 's/^[ ,]//'
+}
+
 # A command's options, from its synopsis (the usage lines before the text that explains them).
 _tagvera_options() {
     _tagvera_ask "$1" --help | awk '/^  [^ ]/ { exit } { print }' |
@@ -132,7 +139,8 @@ _tagvera() {
         if [[ $prev == --library ]]; then
             _tagvera_offer_files
         elif [[ $cur == -* ]]; then
-            _tagvera_offer --library --help --version
+            mapfile -t options < <(_tagvera_global_options)
+            _tagvera_offer "${options[@]}"
         else
             mapfile -t commands < <(_tagvera_commands)
             _tagvera_offer "${commands[@]}"
