@@ -87,9 +87,11 @@ std::vector<uint8_t> ApplyExifEdits(std::vector<uint8_t> image, std::span<const 
             Exiv2::Value::AutoPtr value = Exiv2::Value::create(static_cast<Exiv2::TypeId>(edit.type));
             const int bad = edit.fromText ? value->read(edit.text)
                                           : value->read(edit.bytes.data(), long(edit.bytes.size()), Exiv2::littleEndian);
-            if (bad != 0 || value->count() == 0)
-                throw Error(TV_E_INVALIDARG, key.tagName() + ": \"" + edit.text + "\" is not a value of its type " +
+            if (bad != 0 || value->count() == 0) {
+                const std::string given = edit.fromText ? "\"" + edit.text + "\"" : std::to_string(edit.bytes.size()) + " bytes";
+                throw Error(TV_E_INVALIDARG, key.tagName() + ": " + given + " is not a value of its type " +
                                                  Exiv2::TypeInfo::typeName(value->typeId()));
+            }
             if (at != exif.end()) at->setValue(value.get());
             else exif.add(key, value.get());
         }
