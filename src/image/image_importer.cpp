@@ -12,6 +12,7 @@
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
+#include "platform/file.h"
 #include "platform/interrupted_write.h"
 #include "platform/zeroed_memory.h"
 #include "tagvera/vocabulary.h"
@@ -22,13 +23,6 @@ namespace {
 // The headers and metadata of a picture: a file whose metadata alone is larger is not read for
 // EXIF (its size, resolution and depth still are).
 constexpr uint64_t kMostMetadataBytes = 256u << 20;
-
-std::string ExtensionOf(const std::string& path) {
-    const size_t slash = path.find_last_of("/\\");
-    const size_t dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
-    return path.substr(dot);
-}
 
 // The metadata ranges of the file, one after the other or at their own offsets (the pixel data
 // between them left as zero pages that are never touched).
@@ -133,7 +127,7 @@ HRESULT CImageMetadataPlugin::Fill(IMPAMetaProperty** out) {
         FirstFailure step;
         step(stats->SetFileSize(StatisticValue(loaded_->fileSize)));
         step(stats->SetFilename(path_.c_str()));
-        step(tree->AddText("Statistics:Extension", ExtensionOf(path_).c_str(), kFlagReadOnly, true, nullptr));
+        step(tree->AddText("Statistics:Extension", platform::ExtensionOf(path_).c_str(), kFlagReadOnly, true, nullptr));
         step(number("Statistics:Width", facts.width));
         step(number("Statistics:Height", facts.height));
         step(number("Statistics:HorizontalResolution", uint32_t(std::lround(facts.xDpi))));

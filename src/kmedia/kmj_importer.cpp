@@ -16,6 +16,7 @@
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
+#include "platform/file.h"
 #include "platform/interrupted_write.h"
 #include "tags/id3v1/id3v1_map.h"
 #include "tags/id3v1/id3v1_tag.h"
@@ -31,13 +32,6 @@ constexpr auto kExtensions =
 
 // "Extension", "MimeType" and "HasVideo" are read-only and private; the other statistics read-only.
 constexpr uint32_t kFileTypeFlags = kFlagReadOnly | kFlagPrivate;
-
-std::string ExtensionOf(const std::string& path) {
-    const size_t slash = path.find_last_of("/\\");
-    const size_t dot = path.find_last_of('.');
-    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) return {};
-    return path.substr(dot);
-}
 
 bool HasText(IMPAMetaProperty* tree, const char* path) {
     ComPtr<IMPAMetaProperty> node;
@@ -94,7 +88,7 @@ HRESULT CImportKMJFile::OpenFile(const char* path, OpenForm form) {
             if (Failed(CreateJukeboxParser(classFactory(), jukebox_.put())) || !jukebox_) return TV_E_OUTOFMEMORY;
         }
         path_ = path;
-        extension_ = ExtensionOf(path_);
+        extension_ = platform::ExtensionOf(path_);
         // The trailer and the ID3v1 tag share the file's last bytes: one read serves both.
         tail_.emplace(*file_, 0, kmedia::kTrailerTailSize);
         edit_.emplace();
