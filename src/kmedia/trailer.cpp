@@ -27,20 +27,26 @@ std::optional<TrailerPlace> FindTrailer(ByteSource& file) {
     return t;
 }
 
+namespace {
+
+// An ID3v1 tag at the end counts only where it cannot be the last bytes of the media.
+bool TagAfterMedia(uint64_t size, uint64_t mediaEnd) { return size >= kId3v1Size && size - kId3v1Size >= mediaEnd; }
+
+}  // namespace
+
 uint64_t MetadataAreaStart(ByteSource& file, uint64_t mediaEnd) {
     const uint64_t size = file.size();
     if (const auto trailer = FindTrailer(file)) {
         const uint64_t start = trailer->hasHeader ? trailer->blockOffset - kTrailerHeaderSize : trailer->blockOffset;
         if (start >= mediaEnd) return start;
     }
-    if (size >= kId3v1Size && size - kId3v1Size >= mediaEnd && EndsWithId3v1Tag(file)) return size - kId3v1Size;
+    if (TagAfterMedia(size, mediaEnd) && EndsWithId3v1Tag(file)) return size - kId3v1Size;
     return size;
 }
 
 std::optional<Id3v1Tag> MetadataAreaId3v1(ByteSource& file, uint64_t mediaEnd) {
     Id3v1Tag tag;
-    if (file.size() < kId3v1Size || file.size() - kId3v1Size < mediaEnd || Failed(ReadId3v1Tag(file, &tag)))
-        return std::nullopt;
+    if (!TagAfterMedia(file.size(), mediaEnd) || Failed(ReadId3v1Tag(file, &tag))) return std::nullopt;
     return tag;
 }
 
