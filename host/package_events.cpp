@@ -26,12 +26,14 @@ public:
     HRESULT TV_STDCALL Reserved6() override { return TV_E_NOTIMPL; }
     HRESULT TV_STDCALL Reserved7() override { return TV_E_NOTIMPL; }
     HRESULT TV_STDCALL Idle() override {
+        std::lock_guard lock(events_->mutex);
         events_->calls.push_back("Idle");
         events_->busy = false;
         ++events_->idleCount;
         return TV_S_OK;
     }
     HRESULT TV_STDCALL Busy() override {
+        std::lock_guard lock(events_->mutex);
         events_->calls.push_back("Busy");
         events_->busy = true;
         ++events_->busyCount;

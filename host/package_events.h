@@ -5,6 +5,7 @@
 #define TAGVERA_HOST_PACKAGE_EVENTS_H
 
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ struct PackageEvents {
     // Lifetime objects created and not yet released.
     int liveLifetimeObjects = 0;
     int liveRegistrationObjects = 0;
+    // Busy and Idle may come from whichever thread released or created a component.
+    std::mutex mutex;
 };
 
 // New objects writing into events, each with one reference.

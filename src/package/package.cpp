@@ -184,15 +184,24 @@ HRESULT TV_STDCALL AKCAPackage::GetPluginNamespace(IKMABuffer** uri) {
 
 HRESULT TV_STDCALL AKCAPackage::ComponentCreated() {
     InternalAddRef();
+    std::lock_guard lock(liveMutex_);
     if (++liveComponents_ == 1 && lifetime_) lifetime_->Busy();
     return TV_S_OK;
 }
 
 HRESULT TV_STDCALL AKCAPackage::ComponentDestroyed() {
-    if (liveComponents_-- == 1 && lifetime_) lifetime_->Idle();
+    {
+        std::lock_guard lock(liveMutex_);
+        if (liveComponents_-- == 1 && lifetime_) lifetime_->Idle();
+    }
     // May destroy the package when the host let go of it before this component.
     InternalRelease();
     return TV_S_OK;
+}
+
+int32_t AKCAPackage::liveComponents() const {
+    std::lock_guard lock(liveMutex_);
+    return liveComponents_;
 }
 
 void AKCAPackage::NotifyShutdown() {

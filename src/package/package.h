@@ -6,6 +6,7 @@
 #define TAGVERA_PACKAGE_PACKAGE_H
 
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -63,7 +64,7 @@ public:
 
     // What KMAShutdown tells the lifetime object before it drops the process-wide reference.
     void NotifyShutdown();
-    int32_t liveComponents() const { return liveComponents_; }
+    int32_t liveComponents() const;
 
 private:
     template <class Itf>
@@ -79,7 +80,10 @@ private:
     IKMAClassFactory* factory_ = nullptr;
     IKCAPackageRegistration* registration_ = nullptr;
     std::string name_;
-    int32_t liveComponents_ = 0;  // plain: the host calls one component from one thread at a time
+    // Components live on any thread; the count and the Busy/Idle call it triggers change together,
+    // so the host never hears Idle after a Busy that a later component caused.
+    mutable std::mutex liveMutex_;
+    int32_t liveComponents_ = 0;
     IKCAPackageLifetime* lifetime_ = nullptr;
     const uint32_t busyValue_ = kBusyValue;
     const char* namespaceUri_;
