@@ -1,9 +1,11 @@
 #include "cli/structure_report.h"
 
+#include <algorithm>
 #include <string>
 
 #include "cli/args.h"
 #include "cli/tool_services.h"
+#include "tagvera/buffer_text.h"
 #include "tagvera/structure_report.h"
 
 namespace tagvera::cli {
@@ -24,6 +26,25 @@ int PrintStructureReport(CommandContext& ctx, const Args& args, const GUID& impo
     uint32_t size = 0;
     if (Succeeded(report->Get(&bytes, &size)) && bytes) ctx.out.write(reinterpret_cast<const char*>(bytes), size);
     return kExitOk;
+}
+
+std::vector<LeftOutPart> LeftOutOf(const MediaFile& media) {
+    auto structure = QueryAs<IMPAStructureReport>(media.importer.get(), IID_IMPAStructureReport);
+    ComPtr<IKMABuffer> report;
+    if (!structure || Failed(structure->GetStructureReport(media.path.c_str(), kStructureLeftOut, report.put(), nullptr)))
+        return {};
+    std::vector<LeftOutPart> parts;
+    const std::string text = BufferText(report.get());
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = std::min(text.find('\n', start), text.size());
+        const std::string line = text.substr(start, end - start);
+        const size_t tab1 = line.find('\t');
+        const size_t tab2 = tab1 == std::string::npos ? tab1 : line.find('\t', tab1 + 1);
+        if (tab2 != std::string::npos)
+            parts.push_back({line.substr(0, tab1), line.substr(tab1 + 1, tab2 - tab1 - 1), line.substr(tab2 + 1)});
+        start = end + 1;
+    }
+    return parts;
 }
 
 }  // namespace tagvera::cli

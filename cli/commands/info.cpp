@@ -12,6 +12,7 @@
 #include "cli/json.h"
 #include "cli/media_file.h"
 #include "cli/property_view.h"
+#include "cli/structure_report.h"
 #include "host/result_text.h"
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/vocabulary.h"
@@ -154,6 +155,10 @@ void PrintText(std::ostream& out, const MediaFile& media) {
         else PrintNode(out, child.get(), 1, false, media);
     }
     if (statistics) PrintNode(out, statistics.get(), 1, false, media);
+    if (const auto leftOut = LeftOutOf(media); !leftOut.empty()) {
+        out << "  Also in the file, left out of the tree\n";
+        for (const auto& part : leftOut) out << "    " << part.property << ": " << part.part << " " << part.holds << '\n';
+    }
 }
 
 // ---- JSON ----
@@ -239,6 +244,10 @@ void WriteJsonFile(JsonWriter& json, const MediaFile& media) {
     json.endObject();
     json.key("properties");
     WriteJsonGroup(json, media.tree.get(), "");
+    json.key("left_out").beginArray();
+    for (const auto& part : LeftOutOf(media))
+        json.beginObject().field("property", part.property).field("part", part.part).field("holds", part.holds).endObject();
+    json.endArray();
     json.endObject();
 }
 

@@ -28,6 +28,11 @@ enum : uint32_t {
     // One JSON document for tools. MP3: {"version", "frames": [{"id", and the fields the frame
     // has}], "second_tag", "warnings"}, the form of the ID3 fixtures' expected reports.
     kStructureJson = 1,
+    // What the file holds that its property tree leaves out, where several parts of the file name
+    // one property and the tree shows the first: one line each, "PROPERTY\tPART\tWHAT IT HOLDS\n"
+    // (MP3: "Track:Comments\tCOMM\t[deu] [] \"Kommentar\""); empty when nothing is left out. An
+    // importer whose trees show everything its files hold answers E_INVALIDARG.
+    kStructureLeftOut = 2,
 };
 
 }  // namespace tagvera

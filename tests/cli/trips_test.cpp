@@ -151,5 +151,17 @@ TEST_F(Trips, ADryRunListsEveryChangeTheWriteWouldMake) {
     EXPECT_NE(std::string(written.end() - 128, written.end() - 125), "TAG");
 }
 
+TEST_F(Trips, InfoShowsTheCommentsAndCoversTheTreeLeavesOut) {
+    const std::string song = dir_.file("v24.mp3");
+    test::WriteAll(song, V24Song());
+    const CliResult text = RunCli({"info", song});
+    ASSERT_EQ(text.status, 0) << text.err;
+    EXPECT_NE(text.out.find("Comments: English"), std::string::npos) << text.out;
+    for (const char* line : {"Track:Comments: COMM [deu] [] \"Deutsch\"", "Track:Comments: COMM [fra] [] \"Francais\""})
+        EXPECT_NE(text.out.find(line), std::string::npos) << line << " in\n" << text.out;
+    const CliResult json = RunCli({"info", "--json", song});
+    EXPECT_NE(json.out.find("\"holds\": \"[fra] [] \\\"Francais\\\"\""), std::string::npos) << json.out;
+}
+
 }  // namespace
 }  // namespace tagvera::testing

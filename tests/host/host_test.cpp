@@ -101,13 +101,14 @@ TEST(Host, ToolServicesAndStructureReportsExplainTheirFailures) {
         {[&](IKMABuffer** why) { return tools->WriteFileSafely(dir.path().c_str(), bytes.data(), 3, why); }, dir.path()},
         {[&](IKMABuffer** why) { return tools->SyncFiles(&missing, 1, why); }, missing},
         {[&](IKMABuffer** why) { return report->GetStructureReport(missing, kStructureText, text.put(), why); }, missing},
+        {[&](IKMABuffer** why) { return report->GetStructureReport(missing, kStructureLeftOut, text.put(), why); }, missing},
     };
     for (const auto& [call, named] : failures) {
         ComPtr<IKMABuffer> why;
         EXPECT_EQ(call(why.put()), TV_E_FAIL) << named;
         EXPECT_NE(BufferText(why.get()).find(named), std::string::npos) << BufferText(why.get());
     }
-    EXPECT_EQ(report->GetStructureReport(missing, 2, text.put(), nullptr), TV_E_INVALIDARG) << "no third form";
+    EXPECT_EQ(report->GetStructureReport(missing, 3, text.put(), nullptr), TV_E_INVALIDARG) << "no fourth form";
     EXPECT_EQ(tools->WriteFileSafely(nullptr, bytes.data(), 3, nullptr), TV_E_POINTER);
 }
 

@@ -21,7 +21,11 @@ std::string FrameSummary(const Frame& frame) {
     const std::optional<Fields> decoded = TryDecodeFields(frame, &why);
     if (!decoded) return "unreadable: " + why;
     const Fields& f = *decoded;
-    auto data = [&] { return std::to_string(f.data.size()) + " bytes, sha1 " + Sha1Hex(f.data); };
+    // Data left in the file (a large picture read for its fields only) is counted, not hashed.
+    auto data = [&] {
+        return std::to_string(f.data.size() + frame.deferredBytes()) + " bytes" +
+               (frame.deferred ? "" : ", sha1 " + Sha1Hex(f.data));
+    };
     switch (f.kind) {
         case FrameKind::Text:
         case FrameKind::PeopleList:

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/error.h"
@@ -19,6 +20,7 @@
 #include "tags/id3v2/tag_reader.h"
 #include "tags/id3v2/file_write.h"
 #include "tags/id3v2/properties/frame_map.h"
+#include "tags/id3v2/properties/left_out.h"
 #include "tags/id3v2/properties/read_rules.h"
 #include "tags/id3v2/properties/tree_writer.h"
 #include "platform/file.h"
@@ -139,12 +141,16 @@ public:
         return Guard([&]() -> HRESULT {
             if (!root) return TV_E_POINTER;
             if (!linked()) return TV_E_FAIL;
-            for (const Frame& frame : frames_) {
-                const auto spec = id3v2::ReadFrameProperty(frame);
+            leftOut_.clear();
+            treeRead_ = false;
+            for (size_t i = 0; i < frames_.size(); ++i) {
+                const auto spec = id3v2::ReadFrameProperty(frames_[i]);
                 if (!spec) continue;
                 const HRESULT hr = AddToTree(root, *spec);
                 if (Failed(hr)) return hr;
+                if (hr == TV_S_PROP_EXISTS) leftOut_.push_back({spec->path(), i});
             }
+            treeRead_ = true;
             return TV_S_OK;
         });
     }
@@ -276,6 +282,18 @@ public:
         });
     }
 
+    HRESULT TV_STDCALL GetLeftOutLines(std::string* lines) override {
+        return Guard([&]() -> HRESULT {
+            if (!lines) return TV_E_POINTER;
+            if (!linked() || !treeRead_) return TV_E_FAIL;
+            std::vector<id3v2::LeftOutFrame> frames;
+            for (const auto& [property, index] : leftOut_)
+                if (index < frames_.size()) frames.push_back({property, &frames_[index]});
+            *lines = id3v2::LeftOutLines(frames);
+            return TV_S_OK;
+        });
+    }
+
     HRESULT TV_STDCALL SaveFrameDataToFile(IMPAMetaProperty* property, const char* path) override {
         return Guard([&]() -> HRESULT {
             if (!property || !path) return TV_E_POINTER;
@@ -293,6 +311,8 @@ private:
         path_.clear();
         buffer_.clear();
         frames_.clear();
+        leftOut_.clear();
+        treeRead_ = false;
         tagSize_ = 0;
         sourceMajor_ = 0;
         library_.reset();
@@ -369,7 +389,7 @@ private:
         }
         // The first frame that names a property wins; later ones leave it as it is.
         hr = parent->AddChild(node.get(), false, nullptr, 0);
-        if (Failed(hr) || hr == TV_S_PROP_EXISTS) return Failed(hr) ? hr : TV_S_OK;
+        if (Failed(hr) || hr == TV_S_PROP_EXISTS) return hr;
         // Children go in once the node has its place, so that their paths are made once.
         for (const auto& c : spec.children) {
             hr = node->AddProperty(c.name.c_str(), c.type, c.flags, c.value.data(), static_cast<uint32_t>(c.value.size()),
@@ -421,6 +441,8 @@ private:
     std::vector<Frame> frames_;
     uint32_t tagSize_ = 0;
     uint8_t sourceMajor_ = 0;
+    std::vector<std::pair<std::string, size_t>> leftOut_;  // property and frame the last tree read left out
+    bool treeRead_ = false;
     uint32_t linkFlags_ = 0;
     std::unique_ptr<id3v2::Id3libTag> library_;
 };

@@ -5,6 +5,7 @@
 #define TAGVERA_TAGS_ID3V2_PROPERTIES_ID3V2_PARSER_H
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "base/byte_source.h"
@@ -51,6 +52,10 @@ struct IMPAID3v2Parser : IUnknown {
     // The frames as a render would now write them, and the major version of the file's first
     // ID3v2 tag as it was read (0 without one): what a dry run compares. Package-internal.
     TV_METHOD(GetFrames)(std::vector<tagvera::id3v2::Frame>* frames, uint8_t* sourceMajor) = 0;  // 19
+    // The frames the last ReadProperties left out of its tree because an earlier frame named the
+    // same property, as the lines of kStructureLeftOut; E_FAIL when no tree was read since the
+    // tag was linked. Package-internal.
+    TV_METHOD(GetLeftOutLines)(std::string* lines) = 0;  // 20
 };
 
 namespace tagvera {
