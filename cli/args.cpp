@@ -23,7 +23,9 @@ ParsedArgs ParseArgs(const Args& args, const std::set<std::string>& flags, const
         }
         const size_t eq = a.find('=');
         const std::string name = a.substr(0, eq);
-        if (valueOptions.count(name)) {
+        if (a.size() > 2 && a[1] != '-' && valueOptions.count(a.substr(0, 2))) {
+            out.options[a.substr(0, 2)] = a.substr(2);  // -j4, as make takes it
+        } else if (valueOptions.count(name)) {
             if (eq != std::string::npos) {
                 out.options[name] = a.substr(eq + 1);
             } else if (i + 1 < args.size()) {

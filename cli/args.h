@@ -1,5 +1,5 @@
-// The one argument parser for subcommands: flags (--json), options with a value (--out FILE or
-// --out=FILE) and positional arguments; anything unknown is a usage error.
+// The one argument parser for subcommands: flags (--json), options with a value (--out FILE,
+// --out=FILE, and a short one attached: -j4) and positional arguments; anything unknown is a usage error.
 #ifndef TAGVERA_CLI_ARGS_H
 #define TAGVERA_CLI_ARGS_H
 

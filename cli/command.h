@@ -53,6 +53,10 @@ class CommandContext {
 public:
     CommandContext(std::ostream& output, std::ostream& errors, std::string libraryPath)
         : out(output), err(errors), libraryPath_(std::move(libraryPath)) {}
+    // Writes to its own streams and uses parent's host, which must be open already: what one file
+    // of a batch run on several threads sees.
+    CommandContext(std::ostream& output, std::ostream& errors, CommandContext& parent)
+        : out(output), err(errors), libraryPath_(parent.libraryPath_), parent_(&parent) {}
     ~CommandContext();
 
     std::ostream& out;
@@ -66,6 +70,7 @@ public:
 private:
     std::string libraryPath_;
     std::unique_ptr<host::Host> host_;
+    CommandContext* parent_ = nullptr;
 };
 
 struct CommandSpec {

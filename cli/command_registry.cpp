@@ -38,6 +38,7 @@ std::vector<const CommandSpec*> CommandRegistry::All() const {
 CommandContext::~CommandContext() = default;
 
 host::Host& CommandContext::host() {
+    if (parent_) return parent_->host();
     if (!host_) {
         host::HostOptions options;
         options.libraryPath = libraryPath_;

@@ -68,7 +68,7 @@ std::string JsonQuote(std::string_view text) {
 
 void JsonWriter::indent() {
     out_ << '\n';
-    for (size_t i = 0; i < levels_.size(); ++i) out_ << "  ";
+    for (size_t i = 0; i < depth(); ++i) out_ << "  ";
 }
 
 void JsonWriter::beforeValue() {
@@ -101,7 +101,7 @@ void JsonWriter::close(char bracket) {
     levels_.pop_back();
     if (hadItems) indent();
     out_ << bracket;
-    if (levels_.empty()) out_ << '\n';
+    if (levels_.empty() && baseDepth_ == 0) out_ << '\n';
 }
 
 JsonWriter& JsonWriter::endObject() {
@@ -142,6 +142,11 @@ JsonWriter& JsonWriter::value(int64_t n) {
 JsonWriter& JsonWriter::value(uint64_t n) {
     beforeValue();
     out_ << n;
+    return *this;
+}
+
+JsonWriter& JsonWriter::next() {
+    beforeValue();
     return *this;
 }
 

@@ -22,6 +22,14 @@ std::string JsonQuote(std::string_view text);
 class JsonWriter {
 public:
     explicit JsonWriter(std::ostream& out) : out_(out) {}
+    // Writes one value that sits depth levels deep in another writer's document, after that
+    // writer's next(): its lines are indented to match and it ends without a line break.
+    JsonWriter(std::ostream& out, size_t depth) : out_(out), baseDepth_(depth) {}
+
+    size_t depth() const { return baseDepth_ + levels_.size(); }
+    // Makes room for the next value of the array or object being written (its comma and line),
+    // which a writer made with this one's depth() then writes to the same stream.
+    JsonWriter& next();
 
     JsonWriter& beginObject();
     JsonWriter& endObject();
@@ -56,6 +64,7 @@ private:
     void indent();
 
     std::ostream& out_;
+    size_t baseDepth_ = 0;
     std::vector<Level> levels_;
     bool afterKey_ = false;
 };

@@ -5,8 +5,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <mutex>
+#include <optional>
 #include <ostream>
 
+#include "cli/jobs.h"
 #include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tool_services.h"
@@ -21,15 +24,29 @@ namespace {
 
 // The files this run wrote with their sync left for later (kMp3WriteDeferSync): one sync per file
 // system at the end instead of one per file, done before the command reports that it is done.
-std::vector<std::string>& DeferredSyncs() {
-    static std::vector<std::string> paths;
-    return paths;
+struct DeferredSyncList {
+    std::mutex mutex;
+    std::vector<std::string> paths;
+};
+DeferredSyncList& DeferredSyncs() {
+    static DeferredSyncList list;
+    return list;
+}
+
+void DeferSync(const std::string& path) {
+    DeferredSyncList& list = DeferredSyncs();
+    std::lock_guard lock(list.mutex);
+    list.paths.push_back(path);
 }
 
 // False (after saying so) when what was written may not be on disk.
 bool SyncDeferredWrites(CommandContext& ctx) {
     std::vector<std::string> paths;
-    std::swap(paths, DeferredSyncs());
+    {
+        DeferredSyncList& list = DeferredSyncs();
+        std::lock_guard lock(list.mutex);
+        std::swap(paths, list.paths);
+    }
     if (paths.empty()) return true;
     std::vector<const char*> names;
     for (const auto& p : paths) names.push_back(p.c_str());
@@ -71,7 +88,7 @@ bool IsPropertyArgument(const std::string& arg) {
     return !std::filesystem::exists(arg, ec);
 }
 
-EditRun ParseEditFlags(const ParsedArgs& parsed) {
+EditRun ParseEditFlags(const ParsedArgs& parsed, bool parallel) {
     EditRun run;
     run.dryRun = parsed.has("--dry-run") || parsed.has("-n");
     run.recursive = parsed.has("-r") || parsed.has("--recursive");
@@ -80,6 +97,7 @@ EditRun ParseEditFlags(const ParsedArgs& parsed) {
     if (parsed.has("--no-id3v1")) run.leftOut |= kMp3WriteNoId3v1;
     if (parsed.has("--no-id3v2")) run.leftOut |= kMp3WriteNoId3v2;
     if (parsed.has("--no-jukebox")) run.leftOut |= kMp3WriteNoJukebox;
+    if (parallel) run.jobs = JobsOf(parsed);
     run.terminal = ::isatty(STDERR_FILENO) == 1;
     run.progress = parsed.has("--progress") || (run.terminal && !run.quiet);
     return run;
@@ -91,43 +109,48 @@ EditOutcome Unchanged(CommandContext& ctx, const EditRun& run, const std::string
 }
 
 int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::string>& names,
-                const std::function<EditOutcome(const std::string&)>& edit) {
+                const std::function<EditOutcome(CommandContext&, const std::string&)>& edit) {
     if (names.empty()) throw UsageError("name at least one file");
     SkippedTypes skipped;
     const auto inputs = CollectInputs(ctx.host(), names, run.recursive, &skipped);
-    int status = kExitOk;
-    size_t written = 0, unchanged = 0, previewed = 0, failed = 0;
+    std::vector<std::optional<EditOutcome>> outcomes(inputs.size());  // none: failed
     const bool showProgress = run.progress && inputs.size() > 1;
-    // On a terminal the line is redrawn in place; in a log, each file is a plain line.
+    // On a terminal the line is redrawn in place; in a log, each file is a plain line. With jobs
+    // the line names the file whose lines come next.
     const auto clear = [&] {
         if (showProgress && run.terminal) ctx.err << "\r\033[K";
     };
-    try {
-        for (size_t i = 0; i < inputs.size(); ++i) {
-            const MediaInput& input = inputs[i];
-            if (showProgress) {
-                ctx.err << (run.terminal ? "\r\033[K[" : "[") << i + 1 << "/" << inputs.size() << "] " << input.path
-                        << (run.terminal ? "" : "\n") << std::flush;
-            }
-            try {
-                if (!input.error.empty()) throw DataError(input.path, input.error);
-                switch (edit(input.path)) {
-                    case EditOutcome::Written: ++written; break;
-                    case EditOutcome::Unchanged: ++unchanged; break;
-                    case EditOutcome::Previewed: ++previewed; break;
-                }
-            } catch (const DataError& e) {
-                clear();
-                ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
-                status = kExitDataError;
-                ++failed;
-            }
+    const auto shown = [&](size_t i) {
+        if (!showProgress) return;
+        ctx.err << (run.terminal ? "\r\033[K[" : "[") << i + 1 << "/" << inputs.size() << "] " << inputs[i].path
+                << (run.terminal ? "" : "\n") << std::flush;
+    };
+    const auto work = [&](size_t i, std::ostream& out, std::ostream& err) {
+        const MediaInput& input = inputs[i];
+        CommandContext file(out, err, ctx);
+        try {
+            if (!input.error.empty()) throw DataError(input.path, input.error);
+            outcomes[i] = edit(file, input.path);
+        } catch (const DataError& e) {
+            if (showProgress && run.terminal) err << "\r\033[K";
+            err << "tagvera: " << e.file() << ": " << e.what() << '\n';
         }
+    };
+    try {
+        RunInOrder(inputs.size(), run.jobs, ctx.out, ctx.err, work, shown);
     } catch (...) {
         SyncDeferredWrites(ctx);
         throw;
     }
     clear();
+    size_t written = 0, unchanged = 0, previewed = 0, failed = 0;
+    for (const auto& outcome : outcomes) {
+        if (!outcome) ++failed;
+        else if (*outcome == EditOutcome::Written) ++written;
+        else if (*outcome == EditOutcome::Unchanged) ++unchanged;
+        else ++previewed;
+    }
+    int status = failed ? kExitDataError : kExitOk;
     if (!SyncDeferredWrites(ctx)) status = kExitDataError;
     if (run.recursive && !run.quiet) {
         ctx.out << inputs.size() << (inputs.size() == 1 ? " file: " : " files: ");
@@ -176,7 +199,7 @@ void WriteBack(CommandContext& ctx, const MediaFile& media, const EditRun& run, 
         // Many files in a row: their file systems are synced once when the run ends.
         const uint32_t options = kMp3WriteDeferSync | run.leftOut | (run.allowLoss ? 0 : kMp3WriteKeepEverything);
         hr = writer->WriteMetaProperties2(media.tree.get(), dataSource ? dataSource : writer.get(), 0, options);
-        if (Succeeded(hr)) DeferredSyncs().push_back(media.path);
+        if (Succeeded(hr)) DeferSync(media.path);
     } else if (auto plain = media.handler()) {
         // An importer without write options syncs each write itself.
         hr = plain->WriteMetaProperties(media.tree.get(), dataSource ? dataSource : plain.get(), 0);

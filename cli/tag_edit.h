@@ -27,23 +27,29 @@ struct EditRun {
     bool allowLoss = false;  // write even when the file's tags hold what the write would lose
     bool quiet = false;      // nothing but failures (and a dry run's changes)
     uint32_t leftOut = 0;    // kinds of tag this run leaves as they are (--no-id3v1 ...: kMp3WriteNo*)
+    unsigned jobs = 1;       // files worked on at once (-j)
 };
 
 // The flags every editing command takes: --dry-run, --progress (also on when standard error is a
-// terminal), -r, -q; set and rm add --allow-loss.
+// terminal), -r, -q; set and rm add --allow-loss. Those that may work on several files at once
+// take kJobsOptions (cli/jobs.h) too.
 inline const std::set<std::string> kEditFlags = {"--dry-run", "-n", "--progress", "-r", "--recursive", "-q", "--quiet"};
 // The flags of the commands that write properties: set and rm.
 inline const std::set<std::string> kWriteFlags = {"--allow-loss", "--no-id3v1", "--no-id3v2", "--no-jukebox", "--custom"};
-EditRun ParseEditFlags(const ParsedArgs& parsed);
+// parallel: the command took kJobsOptions, its files may be worked on at once (several files
+// edited from one source, or renamed into one folder, are not).
+EditRun ParseEditFlags(const ParsedArgs& parsed, bool parallel = false);
 
 // What an edit did to one file, for the summary a recursive run ends with.
 enum class EditOutcome { Written, Unchanged, Previewed };
 
-// Runs edit over every file the names give (folders with -r), reporting failures as
-// "tagvera: FILE: REASON" and going on; kExitDataError when any file failed. A recursive run ends
-// with a count of each outcome and of the files it passed over because no importer reads them.
+// Runs edit over every file the names give (folders with -r), run.jobs of them at once, each with
+// a context of its own whose output is printed in the files' order; failures are reported as
+// "tagvera: FILE: REASON" and the run goes on; kExitDataError when any file failed. A recursive
+// run ends with a count of each outcome and of the files it passed over because no importer reads
+// them.
 int ForEachFile(CommandContext& ctx, const EditRun& run, const std::vector<std::string>& names,
-                const std::function<EditOutcome(const std::string& file)>& edit);
+                const std::function<EditOutcome(CommandContext& fileCtx, const std::string& file)>& edit);
 
 // The line a file gets when the edit left it alone, unless the run is quiet.
 EditOutcome Unchanged(CommandContext& ctx, const EditRun& run, const std::string& file, const std::string& why);

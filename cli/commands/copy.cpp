@@ -53,14 +53,14 @@ int Run(CommandContext& ctx, const Args& args) {
     const std::vector<SourceProperty> properties = PropertiesOf(source.tree.get());
     const auto sourceData = source.handler();
     const std::vector<std::string> targets(parsed.positional.begin() + 1, parsed.positional.end());
-    return ForEachFile(ctx, run, targets, [&](const std::string& file) {
-        if (file == from) return Unchanged(ctx, run, file, "is the file copied from");
-        const MediaFile media = OpenForEdit(ctx.host(), file);
+    return ForEachFile(ctx, run, targets, [&](CommandContext& fileCtx, const std::string& file) {
+        if (file == from) return Unchanged(fileCtx, run, file, "is the file copied from");
+        const MediaFile media = OpenForEdit(fileCtx.host(), file);
         size_t changed = 0;
         for (const auto& p : properties) {
             if (HoldsAlready(media.tree.get(), source.tree.get(), p)) continue;
             if (run.dryRun)
-                ctx.out << file << ": " << p.path << ": " << ShownValue(media.tree.get(), p.path) << " -> "
+                fileCtx.out << file << ": " << p.path << ": " << ShownValue(media.tree.get(), p.path) << " -> "
                         << ShownValue(source.tree.get(), p.path) << '\n';
             ComPtr<IMPAMetaProperty> copy;
             if (Failed(p.node->Clone(copy.put())) || !copy ||
@@ -69,13 +69,13 @@ int Run(CommandContext& ctx, const Args& args) {
             copy->SetChanged(kChanged);
             ++changed;
         }
-        if (changed == 0) return Unchanged(ctx, run, file, "unchanged (it holds these values already)");
+        if (changed == 0) return Unchanged(fileCtx, run, file, "unchanged (it holds these values already)");
         if (run.dryRun) {
-            ctx.out << PreviewWrite(media, run, sourceData.get());
+            fileCtx.out << PreviewWrite(media, run, sourceData.get());
             return EditOutcome::Previewed;
         }
         // Pictures and other on-demand data are read from the file they are copied from.
-        WriteBack(ctx, media, run, sourceData.get());
+        WriteBack(fileCtx, media, run, sourceData.get());
         return EditOutcome::Written;
     });
 }

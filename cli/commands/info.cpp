@@ -1,5 +1,6 @@
 // tagvera info: what a host sees in media files, the property tree their importer builds and the
 // statistics, as text, as JSON (--json) or as the tree's own "KJMETADATA" document (--xml).
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <ostream>
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "cli/args.h"
+#include "cli/jobs.h"
 #include "cli/result_words.h"
 #include "cli/command_registry.h"
 #include "cli/json.h"
@@ -218,7 +220,7 @@ void WriteJsonValue(JsonWriter& json, IMPAMetaProperty* node, const std::string&
     }
 }
 
-void WriteJsonFile(JsonWriter& json, const MediaFile& media) {
+void WriteJsonFile(JsonWriter&& json, const MediaFile& media) {
     const Statistics s = ReadStatistics(media);
     json.beginObject().field("path", media.path).field("importer", media.importerClass);
     json.field("result", host::ResultText(media.result)).field("statistics_complete", media.result == TV_S_OK);
@@ -274,7 +276,7 @@ void PrintXml(std::ostream& out, const MediaFile& media, bool several) {
 }
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, {"--json", "--xml", "-r", "--recursive"});
+    const ParsedArgs parsed = ParseArgs(args, {"--json", "--xml", "-r", "--recursive"}, kJobsOptions);
     if (parsed.positional.empty()) throw UsageError("name at least one file");
     const bool json = parsed.has("--json");
     const bool xml = parsed.has("--xml");
@@ -284,23 +286,31 @@ int Run(CommandContext& ctx, const Args& args) {
     SkippedTypes skipped;
     const auto inputs = CollectInputs(host, parsed.positional, recursive, &skipped);
 
-    int failures = 0;
     std::optional<JsonWriter> writer;
     if (json) writer.emplace(ctx.out).beginObject().key("files").beginArray();
-    for (const MediaInput& input : inputs) {
+    const size_t fileDepth = writer ? writer->depth() : 0;
+    std::vector<char> failed(inputs.size(), 0);
+    const auto work = [&](size_t i, std::ostream& out, std::ostream& err) {
+        const MediaInput& input = inputs[i];
         try {
             if (!input.error.empty()) throw DataError(input.path, input.error);
             const MediaFile media = ReadMediaFile(host, input);
-            if (json) WriteJsonFile(*writer, media);
-            else if (xml) PrintXml(ctx.out, media, inputs.size() > 1);
-            else PrintText(ctx.out, media);
+            if (json) WriteJsonFile(JsonWriter(out, fileDepth), media);
+            else if (xml) PrintXml(out, media, inputs.size() > 1);
+            else PrintText(out, media);
         } catch (const DataError& e) {
-            ++failures;
-            ctx.out.flush();
-            ctx.err << "tagvera: " << e.file() << ": " << e.what() << '\n';
-            if (json) writer->beginObject().field("path", e.file()).field("error", std::string(e.what())).endObject();
+            failed[i] = 1;
+            out.flush();
+            err << "tagvera: " << e.file() << ": " << e.what() << '\n';
+            if (json) JsonWriter(out, fileDepth).beginObject().field("path", e.file()).field("error", std::string(e.what())).endObject();
         }
-    }
+    };
+    // Each file's JSON object is written by a writer of its own, so that files can be read at once.
+    const auto shown = [&](size_t) {
+        if (json) writer->next();
+    };
+    RunInOrder(inputs.size(), JobsOf(parsed), ctx.out, ctx.err, work, shown);
+    const size_t failures = size_t(std::count(failed.begin(), failed.end(), 1));
     if (json) writer->endArray().endObject();
     // The count goes to the error stream: standard output stays the files' own text or document.
     if (recursive) {
@@ -315,12 +325,13 @@ int Run(CommandContext& ctx, const Args& args) {
 
 TAGVERA_REGISTER_COMMAND(CommandSpec{
     "info", "show the tags and statistics of media files",
-    "info [--json | --xml] [-r] FILE...\n"
+    "info [--json | --xml] [-r] [-j N] FILE...\n"
     "  Prints, for each file, the property tree its importer builds (titles, artists, albums,\n"
     "  track numbers, genres, comments, lyrics, pictures, links, credits) and the statistics\n"
     "  (duration, bit rate, VBR, channels, sample rate, size). Pictures and lyrics are read on\n"
     "  demand: `tagvera extract` saves them. --json prints the same as JSON, --xml each tree as\n"
-    "  its KJMETADATA document; -r reads the files in folders. Files are never changed.",
+    "  its KJMETADATA document; -r reads the files in folders; -j N reads N files at once\n"
+    "  (default: one per core), printed in the files' order. Files are never changed.",
     Run});
 
 }  // namespace tagvera::cli

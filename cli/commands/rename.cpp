@@ -72,19 +72,19 @@ int Run(CommandContext& ctx, const Args& args) {
     const PropertyNames names(ctx.host());
     const Pattern pattern = ParsePattern(parsed.positional[0], names);
     const std::vector<std::string> files(parsed.positional.begin() + 1, parsed.positional.end());
-    return ForEachFile(ctx, run, files, [&](const std::string& file) {
-        const MediaFile media = ReadMediaFile(ctx.host(), file);
+    return ForEachFile(ctx, run, files, [&](CommandContext& fileCtx, const std::string& file) {
+        const MediaFile media = ReadMediaFile(fileCtx.host(), file);
         const std::filesystem::path from(file);
         const std::filesystem::path to = from.parent_path() / (NewName(pattern, media.tree.get(), file) + from.extension().string());
-        if (to == from) return Unchanged(ctx, run, file, "named so already");
+        if (to == from) return Unchanged(fileCtx, run, file, "named so already");
         std::error_code ec;
         if (std::filesystem::exists(to, ec)) throw DataError(file, "not renamed: \"" + to.string() + "\" exists already");
         if (!run.dryRun) {
             ComPtr<IKMABuffer> reason;
-            if (const HRESULT hr = ToolServices(ctx)->RenameFile(file.c_str(), to.c_str(), reason.put()); Failed(hr))
+            if (const HRESULT hr = ToolServices(fileCtx)->RenameFile(file.c_str(), to.c_str(), reason.put()); Failed(hr))
                 throw DataError(file, "not renamed: " + FailureText(hr, reason.get()));
         }
-        if (!run.quiet || run.dryRun) ctx.out << file << " -> " << to.string() << '\n';
+        if (!run.quiet || run.dryRun) fileCtx.out << file << " -> " << to.string() << '\n';
         return run.dryRun ? EditOutcome::Previewed : EditOutcome::Written;
     });
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/command_registry.h"
+#include "cli/jobs.h"
 #include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tag_edit.h"
@@ -85,8 +86,8 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
 int Run(CommandContext& ctx, const Args& args) {
     auto flags = kEditFlags;
     flags.insert(kWriteFlags.begin(), kWriteFlags.end());
-    const ParsedArgs parsed = ParseArgs(args, flags, {"--picture"});
-    const EditRun run = ParseEditFlags(parsed);
+    const ParsedArgs parsed = ParseArgs(args, flags, {"--picture", "-j", "--jobs"});
+    const EditRun run = ParseEditFlags(parsed, true);
     std::vector<std::string> files;
     std::vector<Assignment> changes;
     const PropertyNames names(ctx.host());
@@ -112,24 +113,24 @@ int Run(CommandContext& ctx, const Args& args) {
         changes.push_back(a);
     }
     if (changes.empty()) throw UsageError("name what to set: GROUP:NAME=VALUE or --picture GROUP:NAME=FILE");
-    return ForEachFile(ctx, run, files, [&](const std::string& file) {
-        const MediaFile media = OpenForEdit(ctx.host(), file);
+    return ForEachFile(ctx, run, files, [&](CommandContext& fileCtx, const std::string& file) {
+        const MediaFile media = OpenForEdit(fileCtx.host(), file);
         std::vector<const Assignment*> changing;
         for (const auto& a : changes)
             if (!HoldsAlready(media.tree.get(), a)) changing.push_back(&a);
         // Nothing to change: the file and its time stamps stay as they are.
-        if (changing.empty()) return Unchanged(ctx, run, file, "unchanged (it holds these values already)");
+        if (changing.empty()) return Unchanged(fileCtx, run, file, "unchanged (it holds these values already)");
         if (run.dryRun) {
             for (const Assignment* a : changing)
-                ctx.out << file << ": " << a->path() << ": " << ShownValue(media.tree.get(), a->path()) << " -> "
+                fileCtx.out << file << ": " << a->path() << ": " << ShownValue(media.tree.get(), a->path()) << " -> "
                         << (a->pictureMime ? "picture from " + a->value : "\"" + a->value + "\"") << '\n';
         }
         for (const Assignment* a : changing) Apply(media.tree.get(), *a, file);
         if (run.dryRun) {
-            ctx.out << PreviewWrite(media, run);
+            fileCtx.out << PreviewWrite(media, run);
             return EditOutcome::Previewed;
         }
-        WriteBack(ctx, media, run);
+        WriteBack(fileCtx, media, run);
         return EditOutcome::Written;
     });
 }
@@ -137,7 +138,7 @@ int Run(CommandContext& ctx, const Args& args) {
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the files' tags",
-                          "set [--dry-run] [--progress] [-r] [-q] [--allow-loss] [--no-id3v1] [--no-id3v2] [--no-jukebox]\n"
+                          "set [--dry-run] [--progress] [-r] [-j N] [-q] [--allow-loss] [--no-id3v1] [--no-id3v2] [--no-jukebox]\n"
                           "    [--custom] [--picture GROUP:NAME=FILE] FILE... GROUP:NAME=VALUE...\n"
                           "  Sets each property (\"Track:Name=Blue in Green\", \"Track:CD Track #=3\", or by its short\n"
                           "  name: \"title=Blue in Green\", \"track=3/12\"; tagvera names lists them) and writes the\n"
@@ -148,8 +149,9 @@ TAGVERA_REGISTER_COMMAND({"set", "change properties and write them into the file
                           "  file's tags (frames added or removed, a version change, an ID3v1 record created),\n"
                           "  without writing; --no-id3v1, --no-id3v2 and --no-jukebox leave that kind of tag as\n"
                           "  it is for this run, whatever the preferences say; -r takes the files in folders and\n"
-                          "  ends with a count; -q prints failures only. A file that holds the values already is\n"
-                          "  left untouched.\n"
+                          "  ends with a count; -j N works on N files at once (default: one per core), their lines\n"
+                          "  printed in the files' order; -q prints failures only. A file that holds the values\n"
+                          "  already is left untouched.\n"
                           "  A file whose tags hold what the write would lose (frames that cannot be read) is\n"
                           "  left as it is, unless --allow-loss.",
                           Run});

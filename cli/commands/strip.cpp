@@ -3,6 +3,7 @@
 #include <string>
 
 #include "cli/command_registry.h"
+#include "cli/jobs.h"
 #include "cli/result_words.h"
 #include "cli/tag_edit.h"
 #include "host/result_text.h"
@@ -11,20 +12,20 @@ namespace tagvera::cli {
 namespace {
 
 int Run(CommandContext& ctx, const Args& args) {
-    const ParsedArgs parsed = ParseArgs(args, kEditFlags);
-    const EditRun run = ParseEditFlags(parsed);
-    return ForEachFile(ctx, run, parsed.positional, [&](const std::string& file) {
-        const MediaFile media = OpenForEdit(ctx.host(), file);
+    const ParsedArgs parsed = ParseArgs(args, kEditFlags, kJobsOptions);
+    const EditRun run = ParseEditFlags(parsed, true);
+    return ForEachFile(ctx, run, parsed.positional, [&](CommandContext& fileCtx, const std::string& file) {
+        const MediaFile media = OpenForEdit(fileCtx.host(), file);
         if (run.dryRun) {
-            ctx.out << file << ": would remove its tags\n";
+            fileCtx.out << file << ": would remove its tags\n";
             return EditOutcome::Previewed;
         }
         auto handler = media.handler();
         const HRESULT hr = handler ? handler->Prepare(0) : TV_E_NOINTERFACE;
         if (hr == TV_E_NOTIMPL) throw DataError(file, "removing tags of this kind of file is not built yet");
         if (Failed(hr)) throw DataError(file, "tags not removed: " + Why(hr));
-        if (WriteReportOf(media).empty()) return Unchanged(ctx, run, file, "no tags to remove");
-        if (!run.quiet) ctx.out << file << ": tags removed\n";
+        if (WriteReportOf(media).empty()) return Unchanged(fileCtx, run, file, "no tags to remove");
+        if (!run.quiet) fileCtx.out << file << ": tags removed\n";
         return EditOutcome::Written;
     });
 }
@@ -32,10 +33,11 @@ int Run(CommandContext& ctx, const Args& args) {
 }  // namespace
 
 TAGVERA_REGISTER_COMMAND({"strip", "remove the files' tags",
-                          "strip [--dry-run] [--progress] [-r] [-q] FILE...\n"
+                          "strip [--dry-run] [--progress] [-r] [-j N] [-q] FILE...\n"
                           "  Removes every tag the file holds. MP3: the ID3v2 tags go and the ID3v1 record is\n"
                           "  blanked (its 128 bytes stay). KorvaMedia: the file is rewritten without its\n"
-                          "  jukebox trailer, ID3v1 tag, jukebox copy and content description.",
+                          "  jukebox trailer, ID3v1 tag, jukebox copy and content description. -j N works on N\n"
+                          "  files at once (default: one per core), their lines printed in the files' order.",
                           Run});
 
 }  // namespace tagvera::cli

@@ -163,5 +163,18 @@ TEST_F(Trips, InfoShowsTheCommentsAndCoversTheTreeLeavesOut) {
     EXPECT_NE(json.out.find("\"holds\": \"[fra] [] \\\"Francais\\\"\""), std::string::npos) << json.out;
 }
 
+TEST_F(Trips, FilesWorkedOnAtOnceAreReportedInTheirOrder) {
+    for (const char* name : {"a.mp3", "b.mp3", "c.mp3", "d.mp3", "e.mp3"}) std::filesystem::copy_file(Song(), music_ + "/" + name);
+    const CliResult one = RunCli({"info", "-j1", "-r", music_});
+    const CliResult four = RunCli({"info", "-j4", "-r", music_, dir_.file("missing.mp3")});
+    EXPECT_EQ(four.out, one.out);
+    EXPECT_NE(four.err.find("missing.mp3: no such file"), std::string::npos) << four.err;
+    const CliResult set = RunCli({"set", "-j", "3", "-r", music_, "Track:Name=Side by side"});
+    ASSERT_EQ(set.status, 0) << set.err;
+    EXPECT_NE(set.out.find("7 files: 7 written"), std::string::npos) << set.out;
+    EXPECT_LT(set.out.find("/a.mp3: written"), set.out.find("/e.mp3: written"));
+    EXPECT_EQ(RunCli({"info", "-j2", "-r", music_}).out.find("Name: Morning Light"), std::string::npos);
+}
+
 }  // namespace
 }  // namespace tagvera::testing
