@@ -16,6 +16,16 @@ void PrintCommandUsage(std::ostream& os, const CommandSpec& spec) {
     os << "usage: tagvera " << spec.usage << '\n';
 }
 
+// After a mistake, the synopsis alone (its first line and the option lines that continue it) and
+// where the rest is: the explanation would bury the one line that says what was wrong.
+void PrintCommandSynopsis(std::ostream& os, const CommandSpec& spec) {
+    const std::string_view usage = spec.usage;
+    size_t end = usage.find('\n');
+    while (end != std::string_view::npos && usage.compare(end + 1, 4, "    ") == 0) end = usage.find('\n', end + 1);
+    os << "usage: tagvera " << usage.substr(0, end) << '\n'
+       << "(tagvera " << spec.name << " --help says more)\n";
+}
+
 void PrintHelp(std::ostream& os) {
     os << "usage: tagvera [--library PATH] [--verbose] COMMAND [ARGS...]\n"
           "       tagvera --help | --version\n"
@@ -111,7 +121,7 @@ int Main(int argc, char** argv) {
         return spec->run(ctx, rest);
     } catch (const UsageError& e) {
         std::cerr << "tagvera " << spec->name << ": " << e.what() << '\n';
-        PrintCommandUsage(std::cerr, *spec);
+        PrintCommandSynopsis(std::cerr, *spec);
         return kExitUsageError;
     } catch (const DataError& e) {
         std::cerr << "tagvera: " << e.file() << ": " << e.what() << '\n';
