@@ -16,12 +16,16 @@ void PrintCommandUsage(std::ostream& os, const CommandSpec& spec) {
     os << "usage: tagvera " << spec.usage << '\n';
 }
 
-// After a mistake, the synopsis alone (its first line and the option lines that continue it) and
-// where the rest is: the explanation would bury the one line that says what was wrong.
+// After a mistake, the synopsis alone (the usage lines before the explanation, whose lines are
+// indented by two spaces) and where the rest is: the explanation would bury the one line that says
+// what was wrong.
 void PrintCommandSynopsis(std::ostream& os, const CommandSpec& spec) {
     const std::string_view usage = spec.usage;
+    const auto explains = [&](size_t line) {
+        return usage.compare(line, 2, "  ") == 0 && line + 2 < usage.size() && usage[line + 2] != ' ';
+    };
     size_t end = usage.find('\n');
-    while (end != std::string_view::npos && usage.compare(end + 1, 4, "    ") == 0) end = usage.find('\n', end + 1);
+    while (end != std::string_view::npos && !explains(end + 1)) end = usage.find('\n', end + 1);
     os << "usage: tagvera " << usage.substr(0, end) << '\n'
        << "(tagvera " << spec.name << " --help says more)\n";
 }

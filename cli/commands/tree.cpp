@@ -12,10 +12,10 @@
 
 #include "cli/args.h"
 #include "cli/command_registry.h"
+#include "cli/result_words.h"
 #include "cli/json.h"
 #include "cli/property_view.h"
 #include "cli/tool_services.h"
-#include "host/result_text.h"
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/vocabulary.h"
 
@@ -81,7 +81,7 @@ LoadedTree Load(CommandContext& ctx, const std::string& path, const std::optiona
     loaded.form = Recognise(path, bytes);
     loaded.size = bytes.size();
     const HRESULT created = ctx.host().NewPropertyTree(loaded.tree.put());
-    if (Failed(created)) throw DataError(path, "no property tree from the library: " + host::ResultText(created));
+    if (Failed(created)) throw DataError(path, "no property tree from the library: " + Why(created));
     HRESULT hr;
     if (loaded.form.block) {
         auto serialize = QueryAs<IMPAMetaPropertySerialize>(loaded.tree, IID_IMPAMetaPropertySerialize);
@@ -98,7 +98,7 @@ LoadedTree Load(CommandContext& ctx, const std::string& path, const std::optiona
         if (!serialize) throw DataError(path, "the library's property tree cannot read XML");
         hr = serialize->ReadXML(reinterpret_cast<const char*>(bytes.data()), uint32_t(bytes.size()));
     }
-    if (Failed(hr)) throw DataError(path, "not a valid " + loaded.form.Describe(bytes.size()) + ": " + host::ResultText(hr));
+    if (Failed(hr)) throw DataError(path, "not a valid " + loaded.form.Describe(bytes.size()) + ": " + Why(hr));
     return loaded;
 }
 
@@ -242,7 +242,7 @@ int Convert(CommandContext& ctx, const ParsedArgs& parsed) {
         char* text = nullptr;
         uint32_t length = 0;
         const HRESULT hr = serialize->WriteXML(&text, &length, !parsed.has("--compact"));
-        if (Failed(hr)) throw DataError(in, "cannot write XML: " + host::ResultText(hr));
+        if (Failed(hr)) throw DataError(in, "cannot write XML: " + Why(hr));
         std::unique_ptr<char[]> owned(text);
         WriteOutputFile(ctx, out, {reinterpret_cast<const uint8_t*>(text), length ? length - 1 : 0});
         ctx.out << out << ": KJMETADATA document, " << (length ? length - 1 : 0) << " bytes\n";
@@ -254,7 +254,7 @@ int Convert(CommandContext& ctx, const ParsedArgs& parsed) {
     const HRESULT hr = serialize->WriteBinaryEx(&block, &size, parsed.has("--keep-references"),
                                                 parsed.has("--variant"), order == "big",
                                                 !parsed.has("--no-database-fields"));
-    if (Failed(hr)) throw DataError(in, "cannot write a block: " + host::ResultText(hr));
+    if (Failed(hr)) throw DataError(in, "cannot write a block: " + Why(hr));
     std::unique_ptr<uint8_t[]> owned(block);
     WriteOutputFile(ctx, out, {block, size});
     ctx.out << out << ": jukebox metadata block (" << std::string(block, block + 4) << ", " << order << "-endian, "
