@@ -14,7 +14,8 @@ namespace tagvera {
 // interrogating leave every file as it is, as a viewer should. Other values: E_INVALIDARG.
 inline constexpr uintptr_t kMp3OptionXingRepair = 0x4B4D5801;
 
-// Options of IMPAHandleMetaProperties2::WriteMetaProperties2.
+// Options of IMPAHandleMetaProperties2::WriteMetaProperties2. The KorvaMedia importer takes them
+// too, as far as its files have such tags: its trailer holds the jukebox block and the ID3v1 record.
 // The ID3v2 tag may only be written over the space of the old one (its padding included):
 // a tag that would need the file to be rewritten fails with E_FAIL, and nothing is written.
 inline constexpr uint32_t kMp3WriteInPlaceOnly = 0x1;

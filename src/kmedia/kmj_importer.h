@@ -31,7 +31,7 @@ namespace tagvera {
 class CImportKMJFile : public CUnknownIMP,
                        public CKCAContextUserMixin,
                        public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
-                       public SetFilenameOpens<IMPAHandleMetaProperties, OpenForm::Full>,
+                       public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
                        // The light form makes no jukebox parser: the block is never read.
                        public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
                        public IMPAStructureReport,
@@ -63,6 +63,11 @@ public:
     HRESULT TV_STDCALL SavePropertyData(IMPAMetaProperty* property, const char* path) override;
     HRESULT TV_STDCALL WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
                                            uint32_t force) override;
+    // The options of include/tagvera/mp3.h that a KorvaMedia file has use for: a dry run, a
+    // deferred sync, the ID3v1 record left as it is. Without the jukebox trailer there is
+    // nothing to write: kMp3WriteNoJukebox fails.
+    HRESULT TV_STDCALL WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                            uint32_t force, uint32_t options) override;
 
     // IMPAStructureReport (kmj_structure_report.cpp)
     HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,

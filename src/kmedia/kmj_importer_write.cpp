@@ -2,6 +2,7 @@
 // in place) and removing every kind of metadata (a whole-file rewrite through the edit engine).
 // Every write ends by opening the file again, so that the importer describes the file on disk.
 #include <algorithm>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -46,18 +47,50 @@ std::string KeptByContent(const kmedia::KmHeaders& headers, IMPAMetaProperty* tr
     return kept;
 }
 
+// The report's lines for an edit made, or planned when dryRun.
+std::string WrittenReport(const kmedia::KmMetadataEdit& edit, bool dryRun, bool keepId3v1) {
+    std::string report;
+    const std::string trailer = std::to_string(edit.trailerBytes) + " bytes";
+    if (dryRun)
+        report = "jukebox: a trailer of " + trailer + " would replace the " + std::to_string(edit.replacedBytes) +
+                 " bytes after the media\n";
+    else
+        report = "jukebox: trailer written, " + trailer + "\n";
+    if (edit.copyRefreshed) report += dryRun ? "jukebox: the file-info copy would be refreshed in place\n"
+                                             : "jukebox: file-info copy refreshed in place\n";
+    // The trailer ends in an ID3v1 record, so a file without one gets one either way.
+    const char* id3v1 = edit.id3v1Created ? (keepId3v1 ? "a blank record added (the trailer ends in one)" : "created")
+                        : keepId3v1       ? "left as it is"
+                                          : "written";
+    report += std::string("id3v1: ") + (dryRun && !keepId3v1 ? "would be " : "") + id3v1 + "\n";
+    return report;
+}
+
 }  // namespace
 
 HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
                                             uint32_t force) {
+    return WriteMetaProperties2(tree, dataSource, force, 0);
+}
+
+HRESULT CImportKMJFile::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                             uint32_t force, uint32_t options) {
     if (!tree) return TV_S_OK;
     return Guard([&]() -> HRESULT {
         writeReport_.clear();
         if (path_.empty() || !jukebox_) return TV_E_NOTLOADED;
+        // The tags of a KorvaMedia file are its trailer, which holds the ID3v1 record too.
+        if (options & kMp3WriteNoJukebox) {
+            writeReport_ = "not written: a KorvaMedia file keeps its tags in the jukebox trailer\n";
+            return TV_E_FAIL;
+        }
+        const bool dryRun = (options & kMp3WriteDryRun) != 0;
+        const bool keepId3v1 = (options & kMp3WriteNoId3v1) != 0;
         const std::string path = path_;
         // Held from the read of the block the tree's changes apply to until the new one is in
         // the file: a writer that went first has its change in what is read here.
-        platform::FileWriteLock lock(path);
+        std::optional<platform::FileWriteLock> lock;
+        if (!dryRun) lock.emplace(path);
         if (const HRESULT hr = OpenFile(path.c_str(), OpenForm::Full); Failed(hr)) return hr;
         if (const HRESULT hr = LoadJukebox(); Failed(hr)) {
             writeReport_ = "not written: the jukebox block in the file does not read (strip removes it)\n";
@@ -74,27 +107,33 @@ HRESULT CImportKMJFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMe
         if (const HRESULT hr = block->Get(&data, &size); Failed(hr) || !data) return Failed(hr) ? hr : TV_E_FAIL;
         const std::span<const uint8_t> bytes(data, size);
         const std::string kept = KeptByContent(Headers(), tree);
-        // The handles of this importer go first: the edit may shorten the file under them.
-        Forget();
-        kmedia::KmMetadataEdit written;
+        const auto updateTag = [&](Id3v1Tag& tag) {
+            if (keepId3v1) return;
+            if (const HRESULT hr = UpdateId3v1FromTree(&tag, tree, force != 0); Failed(hr))
+                throw Error(hr, "the ID3v1 tag cannot be brought up to date");
+        };
+        kmedia::KmMetadataEdit edit;
         std::string report;
         const HRESULT result = Guard([&] {
             try {
-                written = kmedia::WriteKmMetadata(lock, bytes, [&](Id3v1Tag& tag) {
-                    if (const HRESULT hr = UpdateId3v1FromTree(&tag, tree, force != 0); Failed(hr))
-                        throw Error(hr, "the ID3v1 tag cannot be brought up to date");
-                });
+                if (dryRun) {
+                    edit = kmedia::PlanKmMetadataWrite(*file_, bytes, updateTag);
+                } else {
+                    // The handles of this importer go first: the edit may shorten the file under them.
+                    Forget();
+                    const auto durability = options & kMp3WriteDeferSync ? platform::Durability::Deferred
+                                                                         : platform::Durability::Synced;
+                    edit = kmedia::WriteKmMetadata(*lock, bytes, updateTag, durability);
+                }
             } catch (const Error& e) {
                 report = "not written: " + std::string(e.what()) + "\n";
                 throw;
             }
             return TV_S_OK;
         });
-        if (Succeeded(result)) {
-            report = "jukebox: trailer written, " + std::to_string(written.trailerBytes) + " bytes\n";
-            if (written.copyRefreshed) report += "jukebox: file-info copy refreshed in place\n";
-            report += "id3v1: written\n" + kept;
-        }
+        if (Succeeded(result)) report = WrittenReport(edit, dryRun, keepId3v1) + kept;
+        writeReport_ = report;
+        if (dryRun) return result;
         // A file that no longer opens leaves the importer unloaded; the result stays the write's.
         OpenFile(path.c_str(), OpenForm::Full);
         writeReport_ = report;

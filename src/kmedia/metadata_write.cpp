@@ -4,7 +4,6 @@
 #include "kmedia/file_info_copy.h"
 #include "kmedia/header_walk.h"
 #include "kmedia/trailer.h"
-#include "platform/safe_write.h"
 
 namespace tagvera::kmedia {
 
@@ -28,7 +27,10 @@ KmMetadataEdit PlanKmMetadataWrite(ByteSource& file, std::span<const uint8_t> bl
     }
     if (edit.mediaEnd > file.size()) throw Error(TV_E_FAIL, "the file is shorter than its objects say");
     const uint64_t cut = MetadataAreaStart(file, edit.mediaEnd);
-    Id3v1Tag tag = MetadataAreaId3v1(file, edit.mediaEnd).value_or(BlankId3v1Tag());
+    edit.replacedBytes = file.size() - cut;
+    const std::optional<Id3v1Tag> old = MetadataAreaId3v1(file, edit.mediaEnd);
+    edit.id3v1Created = !old;
+    Id3v1Tag tag = old.value_or(BlankId3v1Tag());
     updateTag(tag);
     if (const auto copy = FindFileInfoCopy(file, headers, block.size())) {
         edit.pieces.push_back({copy->valueOffset, FileInfoCopyBytes(block, *copy)});
@@ -41,11 +43,11 @@ KmMetadataEdit PlanKmMetadataWrite(ByteSource& file, std::span<const uint8_t> bl
 }
 
 KmMetadataEdit WriteKmMetadata(platform::FileWriteLock& lock, std::span<const uint8_t> block,
-                               const std::function<void(Id3v1Tag&)>& updateTag) {
+                               const std::function<void(Id3v1Tag&)>& updateTag, platform::Durability durability) {
     const KmMetadataEdit edit = PlanKmMetadataWrite(lock.file(), block, updateTag);
     std::vector<platform::Patch> patches;
     for (const auto& piece : edit.pieces) patches.push_back({piece.offset, piece.bytes});
-    platform::InPlaceEdit(lock).apply(patches, platform::Durability::Synced, {edit.length});
+    platform::InPlaceEdit(lock).apply(patches, durability, {edit.length});
     return edit;
 }
 

@@ -12,6 +12,7 @@
 
 #include "base/byte_source.h"
 #include "platform/file_lock.h"
+#include "platform/safe_write.h"
 #include "tags/id3v1/id3v1_tag.h"
 
 namespace tagvera::kmedia {
@@ -26,7 +27,9 @@ struct KmMetadataEdit {
     uint64_t length = 0;
     uint64_t mediaEnd = 0;      // where the last object ends; the trailer starts here or later
     uint64_t trailerBytes = 0;  // "KMMD" to the end of the file
+    uint64_t replacedBytes = 0; // what followed the media before: the old trailer and tag
     bool copyRefreshed = false;
+    bool id3v1Created = false;  // the file had no ID3v1 tag; the trailer's layout ends in one
 };
 
 // The block and an ID3v1 tag (the file's own, or a blank one, as updateTag leaves it) in place of
@@ -35,10 +38,12 @@ struct KmMetadataEdit {
 KmMetadataEdit PlanKmMetadataWrite(ByteSource& file, std::span<const uint8_t> block,
                                    const std::function<void(Id3v1Tag&)>& updateTag);
 
-// Plans and applies the edit on the locked file. Throws Error (E_FAIL, FileError) with the file
-// untouched: a file that is not KorvaMedia, read-only, or whose write fails.
+// Plans and applies the edit on the locked file, synced before it returns unless durability
+// defers that. Throws Error (E_FAIL, FileError) with the file untouched: a file that is not
+// KorvaMedia, read-only, or whose write fails.
 KmMetadataEdit WriteKmMetadata(platform::FileWriteLock& lock, std::span<const uint8_t> block,
-                               const std::function<void(Id3v1Tag&)>& updateTag);
+                               const std::function<void(Id3v1Tag&)>& updateTag,
+                               platform::Durability durability = platform::Durability::Synced);
 
 }  // namespace tagvera::kmedia
 

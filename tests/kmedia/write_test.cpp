@@ -197,6 +197,34 @@ TEST(KmWrite, RemovingWhatTheContentDescriptionHoldsSaysItStays) {
     EXPECT_EQ(Interrogate(path, CLSID_CImportKMJFile).text("Track:Copyright"), "Cont (c)");
 }
 
+// The options a person passes for one run: a dry run says what would change and writes nothing;
+// the ID3v1 record can be left as it is; without the trailer there is nothing to write.
+TEST(KmWrite, OptionsOfOneRun) {
+    test::ScratchDir dir;
+    const Bytes original = BuildKmFile(Shaped([](KmFileSpec& s) { s.id3v1 = Id3v1Bytes("Old", "", 255, 0); }));
+    const std::string path = dir.write("song.kmj", original);
+    const auto write = [&](uint32_t options) {
+        const auto r = Interrogate(path, CLSID_CImportKMJFile);
+        Set(r.tree.get(), "Track:Name", "New");
+        auto writer = QueryAs<IMPAHandleMetaProperties2>(r.importer, IID_IMPAHandleMetaProperties2);
+        const HRESULT hr = writer->WriteMetaProperties2(r.tree.get(), writer.get(), 0, options);
+        return std::make_pair(hr, Report(r));
+    };
+    const auto [dryHr, dry] = write(kMp3WriteDryRun);
+    EXPECT_EQ(dryHr, TV_S_OK);
+    EXPECT_NE(dry.find("would replace the 128 bytes after the media"), std::string::npos) << dry;
+    EXPECT_NE(dry.find("id3v1: would be written"), std::string::npos) << dry;
+    EXPECT_EQ(ReadAll(path), original);
+    EXPECT_EQ(write(kMp3WriteNoJukebox).first, TV_E_FAIL);
+    EXPECT_EQ(ReadAll(path), original);
+    const auto [hr, report] = write(kMp3WriteNoId3v1 | kMp3WriteDeferSync);
+    ASSERT_EQ(hr, TV_S_OK) << report;
+    EXPECT_NE(report.find("id3v1: left as it is"), std::string::npos) << report;
+    const Bytes after = ReadAll(path);
+    EXPECT_TRUE(std::equal(original.end() - 128, original.end(), after.end() - 128));
+    EXPECT_EQ(Interrogate(path, CLSID_CImportKMJFile).text("Track:Name"), "New");
+}
+
 TEST(KmWrite, RefusedWritesLeaveTheFileAsItWas) {
     test::ScratchDir dir;
     struct Case {
