@@ -13,7 +13,7 @@ void Check(HRESULT hr, const std::string& step) {
 }  // namespace
 
 Host::Host(const HostOptions& options)
-    : library_(options.libraryPath), context_(HostContext::Create()), keepLoaded_(options.keepLoaded) {
+    : library_(options.libraryPath), context_(HostContext::Create(options.directories)), keepLoaded_(options.keepLoaded) {
     if (keepLoaded_) library_.KeepLoaded();
     Check(library_.SetAccessPath(options.directories), "SetDLLAccessPath");
     ComPtr<IUnknown> unknown;

@@ -7,15 +7,24 @@
 
 namespace tagvera::host {
 
-ComPtr<HostContext> HostContext::Create() {
-    return ComPtr<HostContext>::Adopt(new HostContext());
+ComPtr<HostContext> HostContext::Create(const DirectoryList& directories) {
+    return ComPtr<HostContext>::Adopt(new HostContext(directories));
 }
 
-HostContext::HostContext() : events_(std::make_shared<PackageEvents>()) {}
+HostContext::HostContext(const DirectoryList& directories)
+    : events_(std::make_shared<PackageEvents>()), mediaPlatform_(directories) {}
 
 void HostContext::AttachPackage(IKMAComponentPlugin* package) { package_ = ComPtr<IKMAComponentPlugin>::Share(package); }
 
-void HostContext::DetachPackage() { package_.reset(); }
+void HostContext::DetachPackage() {
+    package_.reset();
+    mediaPlatform_.Reset();
+}
+
+HRESULT TV_STDCALL HostContext::QueryInterface(const GUID& iid, void** out) {
+    if (iid == IID_IKMAMediaPlatform) return mediaPlatform_.Get(this, out);
+    return RefCounted::QueryInterface(iid, out);
+}
 
 void* HostContext::find(const GUID& iid) {
     return iid == IID_IKMAClassFactory ? static_cast<IKMAClassFactory*>(this) : nullptr;

@@ -7,6 +7,7 @@
 
 #include <memory>
 
+#include "host/media_platform_source.h"
 #include "host/package_events.h"
 #include "host/ref_counted.h"
 #include "tagvera/com_ptr.h"
@@ -16,7 +17,8 @@ namespace tagvera::host {
 
 class HostContext final : public RefCounted<IKMAClassFactory> {
 public:
-    static ComPtr<HostContext> Create();
+    // directories: the list the host gives SetDLLAccessPath; the media platform is looked for there.
+    static ComPtr<HostContext> Create(const DirectoryList& directories = {});
 
     // The package that makes component classes. The context holds a reference until Detach,
     // which breaks the cycle (the package holds the context as its class factory).
@@ -26,14 +28,17 @@ public:
     const std::shared_ptr<PackageEvents>& events() const { return events_; }
 
     HRESULT TV_STDCALL CreateInstance(const GUID& classId, IUnknown* outer, const GUID& iid, void** out) override;
+    // Also hands out the media platform (IID_IKMAMediaPlatform), a separate object.
+    HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override;
 
 private:
-    HostContext();
+    explicit HostContext(const DirectoryList& directories);
     void* find(const GUID& iid) override;
     HRESULT CreateComponent(const GUID& classId, IUnknown* outer, const GUID& iid, void** out);
 
     std::shared_ptr<PackageEvents> events_;
     ComPtr<IKMAComponentPlugin> package_;
+    MediaPlatformSource mediaPlatform_;
 };
 
 }  // namespace tagvera::host

@@ -9,6 +9,7 @@
 #include "tagvera/entry_points.h"
 #include "tagvera/importer.h"
 #include "tagvera/kmedia_edit.h"
+#include "tagvera/media_platform.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/metaprop_serialize.h"
 #include "tagvera/mp3.h"

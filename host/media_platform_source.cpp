@@ -1,0 +1,57 @@
+#include "host/media_platform_source.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+namespace tagvera::host {
+namespace {
+
+std::string ModulePath(const DirectoryList& directories) {
+    if (const char* env = std::getenv("TAGVERA_MEDIA_PLATFORM"); env && *env) return env;
+    for (const auto& [kind, directory] : directories)
+        if (kind == "DT_Plugins" && !directory.empty())
+            return directory + (directory.back() == '/' ? "" : "/") + kMediaPlatformLibrary;
+    return kMediaPlatformLibrary;
+}
+
+}  // namespace
+
+HRESULT MediaPlatformSource::Get(IKMAClassFactory* factory, void** out) {
+    if (!out) return TV_E_POINTER;
+    *out = nullptr;
+    std::lock_guard lock(mutex_);
+    if (!tried_) {
+        tried_ = true;
+        if (Failed(Load(factory))) platform_.reset();
+    }
+    if (!platform_) return TV_E_NOINTERFACE;
+    return platform_->QueryInterface(IID_IKMAMediaPlatform, out);
+}
+
+HRESULT MediaPlatformSource::Load(IKMAClassFactory* factory) {
+    const std::string path = ModulePath(directories_);
+    // Kept for the life of the process: notifications the module queued may still be waiting.
+    void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!module) {
+        const char* why = ::dlerror();
+        problem_ = "cannot load '" + path + "': " + (why ? why : "unknown loader error");
+        return TV_E_FAIL;
+    }
+    auto setAccessPath = reinterpret_cast<VXSetDLLAccessPathFn>(::dlsym(module, kMediaPlatformAccessPathEntryPoint));
+    auto create = reinterpret_cast<VXCreateMediaPlatformExFn>(::dlsym(module, kMediaPlatformEntryPoint));
+    if (!setAccessPath || !create) {
+        problem_ = "'" + path + "' lacks the media platform's entry points";
+        return TV_E_FAIL;
+    }
+    const std::string block = DirectoryListBlock(directories_);
+    if (const HRESULT hr = setAccessPath(block.c_str()); Failed(hr)) {
+        problem_ = "the media platform refused the directory list";
+        return hr;
+    }
+    const HRESULT hr = create(factory, platform_.put());
+    if (Failed(hr)) problem_ = "the media platform could not be made";
+    return hr;
+}
+
+}  // namespace tagvera::host
