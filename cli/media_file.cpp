@@ -46,6 +46,8 @@ std::string OpenFailure(HRESULT hr, const host::ComponentInfo& importer) {
         if (importer.classId == CLSID_CImportMP3File) return "not an MP3 file: no MPEG audio frames found";
         return std::string("not a file the ") + importer.className() + " importer can read";
     }
+    // The interrogator's one refusal: no plug-in of the media platform opened the file.
+    if (importer.classId == CLSID_KMAInterrogatePlugin) return "not a kind of file the media platform reads";
     return "cannot be read: " + Why(hr);
 }
 

@@ -62,7 +62,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kExtensions, advertised::kWindowsMediaExtensions),
 
     // 7: any other file, through the host's media platform
-    ComponentRow(CLSID_KMAInterrogatePlugin, CreateNotBuiltComponent),
+    ComponentRow(CLSID_KMAInterrogatePlugin, CreateInterrogatePlugin),
     NumberRow(kLoadMultiple, 1),
 
     EndRow(),
