@@ -39,7 +39,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kExtensions, advertised::kMp3Extensions),
 
     // 3: files the host records itself
-    ComponentRow(CLSID_CImportCFSFile, CreateNotBuiltComponent),
+    ComponentRow(CLSID_CImportCFSFile, CreateImportCFSFile),
     NumberRow(kLoadMultiple, 1),
     StringRow(kMimeTypes, advertised::kRecordedMimeTypes),
     StringRow(kExtensions, advertised::kRecordedExtensions),

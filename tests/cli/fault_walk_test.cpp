@@ -71,6 +71,9 @@ const Song kSongs[] = {
     // and a file with its content description alone (the trailer appended).
     {"KmTagged", "Track:Name", [](const std::string& p, const std::string&) { CopySample("06-tagged-song.kmj", p); }, "song.kmj"},
     {"KmBare", "Track:Name", [](const std::string& p, const std::string&) { CopySample("05-sample-clip.km", p); }, "clip.km"},
+    // A recorded FLV: its jukebox trailer appended in place after the last tag.
+    {"FlvTrailer", "Track:Name",
+     [](const std::string& p, const std::string&) { WriteAll(p, ReadAll(TAGVERA_TEST_DATA_DIR "/interrogate/clip.flv")); }, "clip.flv"},
 };
 
 struct Command {

@@ -12,6 +12,7 @@ HRESULT CreateImportMP3File(IKCAPackage_* package, IUnknown* outer, IUnknown** o
 HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // kmedia/
 HRESULT CreateImageMetadataPlugin(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // image/
 HRESULT CreateInterrogatePlugin(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // interrogate/
+HRESULT CreateImportCFSFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // recorded/
 
 }  // namespace tagvera
 
