@@ -56,7 +56,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kExtensions, advertised::kImageExtensions),
 
     // 6: Windows Media files
-    ComponentRow(CLSID_CImportWMAFile, CreateNotBuiltComponent),
+    ComponentRow(CLSID_CImportWMAFile, CreateImportWMAFile),
     NumberRow(kLoadMultiple, 1),
     StringRow(kMimeTypes, advertised::kWindowsMediaMimeTypes),
     StringRow(kExtensions, advertised::kWindowsMediaExtensions),

@@ -42,7 +42,8 @@ tagvera, source, tree = sys.argv[1:]
 documented = set(re.findall(r"`(?:[\w\[\]]+[.\]]+)*(\w+)`", open(source + "/docs/json.md").read()))
 runs = [(["info", "--json", "01-morning-light.mp3", "02-harbour-lights.mp3", "04-sample-song.kmj", "none.mp3"], "properties"),
         (["components", "--json"], None), (["names", "--json"], "aliases"), (["frames", "--json", "02-harbour-lights.mp3"], None),
-        (["km", "--json", "06-tagged-song.kmj"], None), (["tree", "show", "--json", tree], None), (["prefs", "list", "--json"], None)]
+        (["km", "--json", "06-tagged-song.kmj"], None), (["asf", "--json", "09-evening-tones.wma"], None),
+        (["tree", "show", "--json", tree], None), (["prefs", "list", "--json"], None)]
 def keys(doc, skip):
     if isinstance(doc, dict):
         for k, v in doc.items():

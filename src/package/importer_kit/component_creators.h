@@ -11,6 +11,7 @@ namespace tagvera {
 HRESULT CreateImportMP3File(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // mp3/
 HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // kmedia/
 HRESULT CreateImageMetadataPlugin(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // image/
+HRESULT CreateImportWMAFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // wm/
 HRESULT CreateInterrogatePlugin(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // interrogate/
 HRESULT CreateImportCFSFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // recorded/
 
