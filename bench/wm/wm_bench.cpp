@@ -1,0 +1,91 @@
+// The Windows Media benchmark's in-process readers and writer, each over every file named:
+//   interrogate: the importer as a host drives it (create, SetFilename, Interrogate, release);
+//   taglib: the least TagLib program reading the same facts (tags, cover size, duration, bit
+//           rate, sample rate, channels);
+//   title: a title edit through the importer, then a count of edits made in place and rewritten.
+#include <taglib/asffile.h>
+#include <taglib/asftag.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "tagvera/com_ptr.h"
+#include "tagvera/vocabulary.h"
+#include "wm/wm_importer.h"
+
+namespace {
+
+using namespace tagvera;
+
+ComPtr<IMPAInterrogateFile> Importer() {
+    ComPtr<IUnknown> unknown;
+    if (Failed(CreateImportWMAFile(nullptr, nullptr, unknown.put()))) return {};
+    return QueryAs<IMPAInterrogateFile>(unknown.get(), IID_IMPAInterrogateFile);
+}
+
+int Interrogate(int count, char** files) {
+    int failed = 0;
+    for (int i = 0; i < count; ++i) {
+        auto importer = Importer();
+        ComPtr<IMPAMetaProperty> tree;
+        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put()))) ++failed;
+    }
+    return failed == 0 ? 0 : 1;
+}
+
+int TaglibRead(int count, char** files) {
+    int failed = 0;
+    unsigned long sum = 0;  // keeps the reads from being optimised away
+    for (int i = 0; i < count; ++i) {
+        TagLib::ASF::File file(files[i], true, TagLib::AudioProperties::Average);
+        if (!file.isValid()) {
+            ++failed;
+            continue;
+        }
+        const TagLib::ASF::Tag* tag = file.tag();
+        sum += tag->title().size() + tag->artist().size() + tag->album().size() + tag->genre().size() + tag->track();
+        if (tag->contains("WM/Picture"))
+            for (const auto& a : tag->attribute("WM/Picture")) sum += a.toPicture().picture().size();
+        if (const auto* p = file.audioProperties())
+            sum += unsigned(p->lengthInMilliseconds() + p->bitrate() + p->sampleRate() + p->channels());
+    }
+    std::printf("%lu\n", sum);
+    return failed == 0 ? 0 : 1;
+}
+
+int Title(int count, char** files) {
+    int inPlace = 0, rewritten = 0, failed = 0;
+    for (int i = 0; i < count; ++i) {
+        auto importer = Importer();
+        ComPtr<IMPAMetaProperty> tree, node;
+        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put())) ||
+            Failed(tree->AddText("Track:Name", "A New Title For The Benchmark", 0, true, node.put()))) {
+            ++failed;
+            continue;
+        }
+        node->SetChanged(kChanged);
+        auto handler = QueryAs<IMPAHandleMetaProperties>(importer.get(), IID_IMPAHandleMetaProperties);
+        if (Failed(handler->WriteMetaProperties(tree.get(), handler.get(), 0))) {
+            ++failed;
+            continue;
+        }
+        auto report = QueryAs<IMPAWriteReport>(importer.get(), IID_IMPAWriteReport);
+        char text[1024] = {};
+        uint32_t size = sizeof text;
+        report->GetWriteReport(text, &size);
+        (std::strstr(text, "in place") ? inPlace : rewritten)++;
+    }
+    std::printf("in place %d, rewritten %d, failed %d\n", inPlace, rewritten, failed);
+    return failed == 0 ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc >= 2 && std::strcmp(argv[1], "interrogate") == 0) return Interrogate(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "taglib") == 0) return TaglibRead(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "title") == 0) return Title(argc - 2, argv + 2);
+    std::fprintf(stderr, "usage: bench_wm interrogate|taglib|title FILE...\n");
+    return 2;
+}
