@@ -72,7 +72,11 @@ public:
         return TV_S_OK;
     }
 
-    HRESULT TV_STDCALL Close() override { return TV_S_OK; }
+    // A header still held back is dropped at its next turn, so that no notification outlives the test.
+    HRESULT TV_STDCALL Close() override {
+        closed_ = true;
+        return TV_S_OK;
+    }
 
 private:
     void* find(const GUID& iid) override { return iid == IID_IKMAFileFormat ? static_cast<IKMAFileFormat*>(this) : nullptr; }
@@ -92,6 +96,7 @@ private:
     void PostHeader(ComPtr<IKMAValues> values, std::chrono::steady_clock::time_point due, bool file) {
         std::function<void()> message;
         message = [r = response_, values, due, file, self = this, keep = ComPtr<IKMAFileFormat>::Share(this)] {
+            if (self->closed_) return;
             if (std::chrono::steady_clock::now() < due) return self->PostHeader(values, due, file);
             file ? r->FileHeaderReady(TV_S_OK, values.get()) : r->StreamHeaderReady(TV_S_OK, values.get());
         };
@@ -103,6 +108,7 @@ private:
     ComPtr<IKMAFormatResponse> response_;
     std::vector<Line> header_;
     std::vector<Line> streams_;
+    bool closed_ = false;
 };
 
 HRESULT NewScriptFormat(IKMAClassFactory* factory, const PluginRow& row, IUnknown** out) {
