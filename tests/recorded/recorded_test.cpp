@@ -103,7 +103,8 @@ TEST_F(RecordedWrite, FlvStaysAStreamWithTheSamePackets) {
     EXPECT_EQ(WriteTitle(path, "First"), "First");
     EXPECT_EQ(WriteTitle(path, "A second, longer title"), "A second, longer title");
     EXPECT_EQ(Packets(path), before);
-    MemorySource file(ReadAll(path));
+    const Bytes written = ReadAll(path);
+    MemorySource file(written);
     const auto place = FindTrailer(file, true);
     ASSERT_TRUE(place);
     const Bytes tail = file.readExact(file.size() - 4, 4);
