@@ -45,7 +45,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kExtensions, advertised::kRecordedExtensions),
 
     // 4: MP4 files
-    ComponentRow(CLSID_CImportM4File, CreateNotBuiltComponent),
+    ComponentRow(CLSID_CImportM4File, CreateImportM4File),
     NumberRow(kLoadMultiple, 1),
     StringRow(kExtensions, advertised::kMp4Extensions),
 

@@ -14,6 +14,7 @@ HRESULT CreateImageMetadataPlugin(IKCAPackage_* package, IUnknown* outer, IUnkno
 HRESULT CreateImportWMAFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // wm/
 HRESULT CreateInterrogatePlugin(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // interrogate/
 HRESULT CreateImportCFSFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // recorded/
+HRESULT CreateImportM4File(IKCAPackage_* package, IUnknown* outer, IUnknown** out);  // mp4/
 
 }  // namespace tagvera
 

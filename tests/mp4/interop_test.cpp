@@ -1,0 +1,108 @@
+// The command on files made by ffmpeg and mutagen: after each edit mutagen reads exactly what was
+// written and everything else as it was, every stream's packets are the same bytes (ffmpeg's
+// checksums; a cover picture shows as a stream of its own and is left out), and ffprobe gives the
+// same duration.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <sstream>
+
+#include "platform/scratch_dir.h"
+#include "run_cli.h"
+
+namespace tagvera::mp4::testing {
+namespace {
+
+const std::string kData = std::string(TAGVERA_TEST_DATA_DIR) + "/mp4/";
+const std::string kJpeg = std::string(TAGVERA_TEST_DATA_DIR) + "/image/jpeg-grey-cm.jpg";
+
+std::string Output(const std::string& command) {
+    std::string out;
+    FILE* pipe = popen(command.c_str(), "r");
+    if (!pipe) return out;
+    char buffer[4096];
+    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
+    pclose(pipe);
+    return out;
+}
+
+// What mutagen reads: "key<TAB>value" a line; a cover as its sizes and formats.
+std::map<std::string, std::string> Mutagen(const std::string& file) {
+    std::istringstream lines(Output("/usr/bin/python3 -c \"import sys\nfrom mutagen.mp4 import MP4\nf = MP4(sys.argv[1])\n"
+                                    "for k, v in (f.tags or {}).items(): print(k + '\\t' + repr([(len(c), c.imageformat) "
+                                    "for c in v] if k == 'covr' else v))\" '" + file + "' 2>&1"));
+    std::map<std::string, std::string> items;
+    for (std::string line; std::getline(lines, line);) {
+        const size_t tab = line.find('\t');
+        items[line.substr(0, tab)] = tab == std::string::npos ? "?" : line.substr(tab + 1);
+    }
+    return items;
+}
+
+// ffmpeg's packet checksums of every stream but attached pictures.
+std::string Packets(const std::string& file) {
+    std::istringstream lines(Output("ffmpeg -v error -i '" + file + "' -map 0 -c copy -f framecrc - 2>&1"));
+    std::string kept, pictures = ",";
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("#codec_id") && (line.ends_with("mjpeg") || line.ends_with("png")))
+            pictures += line.substr(10, line.find(':') - 10) + ",";
+        else if (!line.starts_with("#") && pictures.find("," + line.substr(0, line.find(',')) + ",") == std::string::npos)
+            kept += line + "\n";
+    }
+    return kept;
+}
+
+std::string Duration(const std::string& file) {
+    return Output("ffprobe -v error -show_entries format=duration -of csv=p=0 '" + file + "'");
+}
+
+struct Row {
+    const char* name;
+    const char* fixture;
+    std::vector<std::string> args;  // the file goes after the command's name
+    std::map<std::string, std::string> changed;  // mutagen's key and value; "" for removed
+    const char* how;
+};
+
+TEST(Mp4Interop, EditsReadBackAndMediaUntouched) {
+    if (Output("/usr/bin/python3 -c 'import mutagen' 2>&1 && ffmpeg -version >/dev/null 2>&1 && echo ok") != "ok\n")
+        GTEST_SKIP() << "mutagen or ffmpeg missing";
+    const std::string jpegSize = std::to_string(std::filesystem::file_size(kJpeg));
+    const Row rows[] = {
+        {"TitleInFreeSpace", "tail-tagged.m4a", {"set", "Track:Name=A new and rather longer title"},
+         {{"\xC2\xA9nam", "['A new and rather longer title']"}}, "in place"},
+        {"CommentRemoved", "tail-tagged.m4a", {"rm", "Track:Comments"}, {{"\xC2\xA9" "cmt", ""}}, "in place"},
+        {"PngCoverReplaced", "front-png.m4a", {"set", "--picture", "Album:Cover Art=" + kJpeg, "Album:Name=Al"},
+         {{"covr", "[(" + jpegSize + ", 13)]"}, {"\xC2\xA9" "alb", "['Al']"}}, "in place"},
+        {"GrowthMovesMedia", "bare.m4a", {"set", "Track:Name=x", "Artist:Name=y"},
+         {{"\xC2\xA9nam", "['x']"}, {"\xC2\xA9" "ART", "['y']"}}, "rewritten"},
+        {"ChapterTrackMovesToo", "chapters.m4v", {"set", "Track:Name=Renamed", "Track:Year=2001"},
+         {{"\xC2\xA9nam", "['Renamed']"}, {"\xC2\xA9" "day", "['2001']"}, {"cmpt", "['ipod']"}}, "rewritten"},
+        {"StripLeavesNothing", "tail-tagged.m4a", {"strip"}, {}, "tags removed"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        test::ScratchDir dir;
+        const std::string file = dir.copy(kData + row.fixture);
+        auto expected = Mutagen(file);
+        const std::string packets = Packets(file), duration = Duration(file);
+        std::vector<std::string> args = row.args;
+        args.insert(args.begin() + 1, file);
+        if (args[0] == "strip") expected.clear();
+        const CliResult r = RunCli(args);
+        ASSERT_EQ(r.status, 0) << r.out << r.err;
+        EXPECT_NE(r.out.find(row.how), std::string::npos) << r.out;
+        for (const auto& [key, value] : row.changed) {
+            if (value.empty()) expected.erase(key);
+            else expected[key] = value;
+        }
+        EXPECT_EQ(Mutagen(file), expected);
+        EXPECT_EQ(Packets(file), packets);
+        EXPECT_EQ(Duration(file), duration);
+    }
+}
+
+}  // namespace
+}  // namespace tagvera::mp4::testing
