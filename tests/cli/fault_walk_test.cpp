@@ -79,6 +79,11 @@ const Song kSongs[] = {
     // A recorded FLV: its jukebox trailer appended in place after the last tag.
     {"FlvTrailer", "Track:Name",
      [](const std::string& p, const std::string&) { WriteAll(p, ReadAll(TAGVERA_TEST_DATA_DIR "/interrogate/clip.flv")); }, "clip.flv"},
+    // MP4: the movie box after the media, with free space beside its items (in place, or grown at
+    // the end of the file); and before the media, where a cover moves the media (rewritten).
+    {"M4aFreeSpace", "Track:Name", [](const std::string& p, const std::string&) { CopySample("08-tagged-tune.m4a", p); }, "tune.m4a"},
+    {"M4aMovieFirst", "Track:Name",
+     [](const std::string& p, const std::string&) { WriteAll(p, ReadAll(TAGVERA_TEST_DATA_DIR "/mp4/front-png.m4a")); }, "front.m4a"},
 };
 
 struct Command {
