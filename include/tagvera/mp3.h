@@ -40,6 +40,10 @@ inline constexpr uint32_t kMp3WriteDryRun = 0x8;
 inline constexpr uint32_t kMp3WriteNoId3v1 = 0x10;
 inline constexpr uint32_t kMp3WriteNoId3v2 = 0x20;
 inline constexpr uint32_t kMp3WriteNoJukebox = 0x40;
+// For the MP4 and Windows Media importers, whose Prepare strips nothing: the tree is not written,
+// every tag the file holds is removed instead (with kMp3WriteDryRun, nothing is). The MP3 and
+// KorvaMedia importers strip through Prepare(0) and do not take this option.
+inline constexpr uint32_t kMp3WriteRemoveEverything = 0x80;
 
 }  // namespace tagvera
 

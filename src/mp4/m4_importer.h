@@ -25,7 +25,7 @@ namespace tagvera {
 class CImportM4File : public CUnknownIMP,
                       public CKCAContextUserMixin,
                       public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
-                      public SetFilenameOpens<IMPAHandleMetaProperties, OpenForm::Full>,
+                      public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
                       public IMPAStructureReport,
                       public IMPAPropertyCatalog,
                       public IMPAWriteReport {
@@ -51,6 +51,10 @@ public:
     HRESULT TV_STDCALL SavePropertyData(IMPAMetaProperty* property, const char* path) override;
     HRESULT TV_STDCALL WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
                                            uint32_t force) override;
+    // Prepare strips nothing here (E_NOTIMPL): kMp3WriteRemoveEverything removes every item. A dry
+    // run plans nothing and answers E_NOTIMPL; the other options change nothing in this write.
+    HRESULT TV_STDCALL WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                            uint32_t force, uint32_t options) override;
 
     // IMPAStructureReport (m4_structure_report.cpp)
     HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,

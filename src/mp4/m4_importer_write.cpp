@@ -157,10 +157,16 @@ HRESULT CImportM4File::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMet
     return Store(tree, dataSource, force != 0, false);
 }
 
-// Prepare(0) removes every item, known or not.
-HRESULT CImportM4File::Prepare(uint32_t what) {
-    if (what != 0) return TV_E_NOTIMPL;
-    return Store(nullptr, nullptr, false, true);
+// A host strips an MP4 file by deleting what it wants gone from the tree; tagvera's own callers
+// may ask for every item to go (kMp3WriteRemoveEverything).
+HRESULT CImportM4File::Prepare(uint32_t) { return TV_E_NOTIMPL; }
+
+HRESULT CImportM4File::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                           uint32_t force, uint32_t options) {
+    if (options & kMp3WriteDryRun) return TV_E_NOTIMPL;
+    // Every item, known or not.
+    if (options & kMp3WriteRemoveEverything) return Store(nullptr, nullptr, false, true);
+    return WriteMetaProperties(tree, dataSource, force);
 }
 
 }  // namespace tagvera

@@ -1,4 +1,4 @@
-// CImportWMAFile: writing an edited tree back as header attributes, and stripping them. Only the
+// CImportWMAFile: writing an edited tree back as header attributes, or removing them all. Only the
 // header object changes; the editor writes it in place or rewrites the file around it.
 #include <string>
 
@@ -127,7 +127,14 @@ HRESULT CImportWMAFile::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMe
     }
 }
 
-HRESULT CImportWMAFile::Prepare(uint32_t) {
+// A host strips a Windows Media file by deleting what it wants gone from the tree; tagvera's own
+// callers may ask for every file attribute to go (kMp3WriteRemoveEverything).
+HRESULT CImportWMAFile::Prepare(uint32_t) { return TV_E_NOTIMPL; }
+
+HRESULT CImportWMAFile::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleMetaProperties* dataSource,
+                                            uint32_t force, uint32_t options) {
+    if (options & kMp3WriteDryRun) return TV_E_NOTIMPL;
+    if (!(options & kMp3WriteRemoveEverything)) return WriteMetaProperties(tree, dataSource, force);
     writeReport_.clear();
     try {
         if (const HRESULT hr = editor_.OpenForWriting(); Failed(hr)) {
