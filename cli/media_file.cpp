@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 bool ListedByAnImporter(const host::Host& host, const std::string& path) {
-    return host::FindByExtension(host.components(), host::ExtensionOf(path)) != nullptr;
+    return host.ListedImporterForFile(path) != nullptr;
 }
 
 void WalkFolder(const host::Host& host, const std::string& folder, std::vector<MediaInput>& out, SkippedTypes* skipped) {

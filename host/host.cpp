@@ -65,8 +65,14 @@ PluginDescription Host::Describe() const {
     return d;
 }
 
+const ComponentInfo* Host::ListedImporterForFile(std::string_view path) const {
+    const std::string extension = ExtensionOf(path);
+    if (const ComponentInfo* c = FindByExtension(components_, extension)) return c;
+    return extension == "rec" ? FindByClassId(components_, CLSID_CImportCFSFile) : nullptr;
+}
+
 const ComponentInfo* Host::ImporterForFile(std::string_view path) const {
-    if (const ComponentInfo* c = FindByExtension(components_, ExtensionOf(path))) return c;
+    if (const ComponentInfo* c = ListedImporterForFile(path)) return c;
     return FindByClassId(components_, CLSID_KMAInterrogatePlugin);
 }
 

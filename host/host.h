@@ -60,7 +60,10 @@ public:
     PluginDescription Describe() const;
     const std::vector<ComponentInfo>& components() const { return components_; }
 
-    // By the path's extension; a file no importer lists goes to the generic interrogator.
+    // The importer that lists the path's extension; the host's own recordings (".rec") go to the
+    // recorded-file component, whose table names only the other kinds it reads. Null for others.
+    const ComponentInfo* ListedImporterForFile(std::string_view path) const;
+    // ListedImporterForFile, else the generic interrogator.
     const ComponentInfo* ImporterForFile(std::string_view path) const;
     const ComponentInfo* ImporterForMimeType(std::string_view mimeType) const;
 

@@ -35,6 +35,7 @@ TEST(Host, PicksTheImporterByExtensionOrMimeType) {
     EXPECT_EQ(byFile("cover.jpeg"), "CImageMetadataPlugin");
     EXPECT_EQ(byFile("show.kmvb"), "CImportKMJFile");
     EXPECT_EQ(byFile("rec.flv"), "CImportCFSFile");
+    EXPECT_EQ(byFile("take.REC"), "CImportCFSFile");  // the host's own recordings, though the table lists "ivr|flv|meta"
     EXPECT_EQ(byFile("a.m4a"), "CImportM4File");
     // Everything else goes to the generic interrogator.
     EXPECT_EQ(byFile("movie.avi"), "KMAInterrogatePlugin");
