@@ -1,5 +1,6 @@
 #include "wm/asf_header_writer.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/error.h"
@@ -24,7 +25,9 @@ Home HomeOf(const Guid& id) {
 
 // The objects of one level with the attribute objects made anew: each where the first of its kind
 // stood (empty if it is left with none, so that a file keeps its layout), or appended when the
-// level had none; a later one of the same kind is dropped, its attributes being in the first. Padding objects are dropped (the caller adds one).
+// level had none; a later one of the same kind is dropped, its attributes being in the first, and
+// so is one that does not belong on this level (a Metadata object outside the header extension),
+// its attributes going where they belong. Padding objects are dropped (the caller adds one).
 std::vector<std::vector<uint8_t>> Level(const std::vector<AsfObject>& objects, std::span<const Home> homes,
                                         std::span<const Attribute> attributes) {
     std::vector<std::vector<uint8_t>> out;
@@ -36,7 +39,7 @@ std::vector<std::vector<uint8_t>> Level(const std::vector<AsfObject>& objects, s
             continue;
         }
         const Home home = HomeOf(o.id);
-        if (done[size_t(home)]) continue;
+        if (std::find(homes.begin(), homes.end(), home) == homes.end() || done[size_t(home)]) continue;
         done[size_t(home)] = true;
         out.push_back(RenderAttributeObject(home, attributes, true));
     }
