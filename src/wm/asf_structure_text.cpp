@@ -1,6 +1,7 @@
 #include "wm/asf_structure_text.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "tags/id3v2/json_report.h"
 #include "wm/asf_header_reader.h"
@@ -68,7 +69,8 @@ std::string StructureText(ByteSource& file, const std::string& fileName) {
                       " attributes\n";
     char line[160];
     for (const auto& o : l.objects) {
-        const char* indent = o.in[0] == 'f' ? "" : o.in[7] == ' ' ? "    " : "  ";
+        const std::string_view in = o.in;
+        const char* indent = in == "file" ? "" : in == "header extension" ? "    " : "  ";
         std::snprintf(line, sizeof line, "%s%-10llu %10llu  %s  ", indent, static_cast<unsigned long long>(o.offset),
                       static_cast<unsigned long long>(o.size), GuidText(o.id).c_str());
         out += line + Name(o.id) + "\n";
