@@ -132,10 +132,8 @@ HRESULT CImportKMJFile::WriteMetaProperties2(IMPAMetaProperty* tree, IMPAHandleM
             return TV_S_OK;
         });
         if (Succeeded(result)) report = WrittenReport(edit, dryRun, keepId3v1) + kept;
-        writeReport_ = report;
-        if (dryRun) return result;
         // A file that no longer opens leaves the importer unloaded; the result stays the write's.
-        OpenFile(path.c_str(), OpenForm::Full);
+        if (!dryRun) OpenFile(path.c_str(), OpenForm::Full);
         writeReport_ = report;
         return result;
     });
