@@ -6,4 +6,4 @@ tools/setup-debian.sh
 build=${TAGVERA_BUILD_DIR:-build}
 cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAGVERA_WERROR=ON -DTAGVERA_TESTS=ON ${TAGVERA_CMAKE_ARGS:-}
 cmake --build "$build" -j"$(nproc)"
-ctest --test-dir "$build" --output-on-failure -j"$(nproc)" ${TAGVERA_CTEST_ARGS:-}
+tools/run-ctest.sh "$build" ${TAGVERA_CTEST_ARGS:-}
