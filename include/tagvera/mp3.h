@@ -22,7 +22,9 @@ inline constexpr uint32_t kMp3WriteInPlaceOnly = 0x1;
 // A write that fits the old tags' space (and the ID3v1 record) is left in the system's cache
 // instead of being synced to disk before the call returns: for a host writing many files, which
 // then syncs their file systems once at the end (the command line does). The sync makes such a
-// patch durable sooner, not more or less atomic. A write that has to rewrite the file still
+// patch durable sooner, not more or less atomic. A write that has to rewrite the file is left
+// to that sync too where the file system writes a renamed file's data before the rename (ext4 as
+// mounted by default), so that a power loss still leaves the old file or the new; elsewhere it
 // syncs the new copy before it replaces the old one.
 inline constexpr uint32_t kMp3WriteDeferSync = 0x2;
 // Nothing the file's tags hold may be lost: when the write would drop something it could not

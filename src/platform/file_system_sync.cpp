@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <optional>
+#include <set>
 
 #include "platform/fault_injection.h"
 #include "platform/file.h"
@@ -39,11 +40,14 @@ void FileSystemSyncs::add(const std::string& path) {
 void FileSystemSyncs::syncAll() {
     std::optional<FileError> first;
     for (const FileSystem& fs : systems_) {
+        std::set<std::string> folders;
         for (const std::string& path : fs.paths) {
             try {
                 File file(path, OpenMode::Read);
                 if (!fs.whole) {
                     file.sync();
+                    // A file renamed into place is there for good once its folder is synced too.
+                    if (folders.insert(DirectoryOf(path)).second) SyncFolder(DirectoryOf(path));
                     continue;
                 }
                 // Any descriptor on the file system will do; a file written is sure to be there.

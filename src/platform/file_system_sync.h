@@ -1,4 +1,4 @@
-// Making a batch of deferred in-place writes (PatchInPlace with Durability::Deferred) durable at
+// Making a batch of deferred writes (in place or rewritten, with Durability::Deferred) durable at
 // the end of the batch instead of after each file. A batch tool notes each file it wrote and
 // syncs before it reports success.
 //
@@ -24,9 +24,9 @@ public:
     void add(const std::string& path);
     bool empty() const { return systems_.empty(); }
 
-    // Syncs what was noted (Linux: fsync per file, or syncfs; Windows would flush each file) and
-    // forgets it. Throws FileError naming the first file that failed (its data may not be on
-    // disk); the rest is still synced and forgotten.
+    // Syncs what was noted (Linux: fsync per file and its folder, or syncfs; Windows would flush
+    // each file) and forgets it. Throws FileError naming the first file that failed (its data may
+    // not be on disk); the rest is still synced and forgotten.
     void syncAll();
 
 private:

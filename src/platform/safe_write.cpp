@@ -14,6 +14,7 @@
 #include "platform/fault_injection.h"
 #include "platform/chunked_read.h"
 #include "platform/file.h"
+#include "platform/rename_ordering.h"
 #include "platform/write_journal.h"
 
 namespace tagvera::platform {
@@ -201,9 +202,15 @@ bool ExchangeNames(const std::string& a, const std::string& b) {
 }
 
 // Swaps the new file in. With an exchange the old content stays reachable under the temporary
-// name until the directory is synced, so even that last step can be undone.
-void PutInPlace(const Target& t, const std::string& tmpPath) {
+// name until the directory is synced, so even that last step can be undone. A deferred write
+// renames plainly, the rename that makes the file system write the new data first, and leaves
+// the folder to the batch's sync.
+void PutInPlace(const Target& t, const std::string& tmpPath, bool deferred) {
     if (const int err = fault::Check(fault::Step::Rename)) throw FileError("rename", t.path, err);
+    if (deferred) {
+        if (::rename(tmpPath.c_str(), t.path.c_str()) != 0) throw FileError("rename", t.path, errno);
+        return;
+    }
     const bool exchanged = t.exists && ExchangeNames(tmpPath, t.path);
     if (!exchanged && ::rename(tmpPath.c_str(), t.path.c_str()) != 0) throw FileError("rename", t.path, errno);
     try {
@@ -222,17 +229,19 @@ void PutInPlace(const Target& t, const std::string& tmpPath) {
 }
 
 // The new content in a temporary file, put in place of the target. With a lock, the lock moves
-// to the new file.
+// to the new file. Deferred only where the rename itself keeps old-or-new over a power loss.
 template <class Body>
-void ReplaceFile(const Target& t, FileWriteLock* lock, unsigned newFilePermissions, Body&& writeContent) {
+void ReplaceFile(const Target& t, FileWriteLock* lock, unsigned newFilePermissions, Durability durability,
+                 Body&& writeContent) {
+    const bool deferred = durability == Durability::Deferred && t.exists && RenameWritesDataFirst(t.dir);
     TempFile tmp = CreateTemp(t, t.exists ? (t.st.st_mode & 0777) : newFilePermissions);
     try {
         if (t.exists) CopyOwnership(tmp, t.st);
         BufferedWriter out(tmp.file);
         writeContent(out);
-        tmp.file.sync();
+        if (!deferred) tmp.file.sync();
         Name(tmp);
-        PutInPlace(t, tmp.path);
+        PutInPlace(t, tmp.path, deferred);
     } catch (...) {
         if (tmp.named) ::unlink(tmp.path.c_str());
         throw;
@@ -399,26 +408,26 @@ HardLinkError::HardLinkError(const std::string& path, uint64_t links)
                     " hard links, and a new file would leave the other names with the old content"),
       links_(links) {}
 
-void RewriteFile(FileWriteLock& lock, const FileLayout& layout, HardLinks links) {
+void RewriteFile(FileWriteLock& lock, const FileLayout& layout, HardLinks links, Durability durability) {
     const Target t = Inspect(lock);
     RequireWritable(t);
     File& source = lock.file();
     CheckRanges(layout, source.size(), t.path);
     if (t.st.st_nlink > 1 && links == HardLinks::Refuse) throw HardLinkError(t.path, t.st.st_nlink);
     if (t.st.st_nlink > 1 && links == HardLinks::KeepInPlace) return RewriteInPlace(t, layout);
-    ReplaceFile(t, &lock, 0, [&](BufferedWriter& out) { WritePieces(layout, source, t.path, out); });
+    ReplaceFile(t, &lock, 0, durability, [&](BufferedWriter& out) { WritePieces(layout, source, t.path, out); });
 }
 
-void RewriteFile(const std::string& path, const FileLayout& layout, HardLinks links) {
+void RewriteFile(const std::string& path, const FileLayout& layout, HardLinks links, Durability durability) {
     FileWriteLock lock(path);
-    RewriteFile(lock, layout, links);
+    RewriteFile(lock, layout, links, durability);
 }
 
 void WriteFileAtomically(const std::string& path, std::span<const uint8_t> bytes, unsigned newFilePermissions) {
     const auto content = FileLayout().generate([bytes](ByteSink& out, ByteSource&) { out.write(bytes); });
     const Target t = Inspect(path);
     if (t.exists) return RewriteFile(path, content);
-    ReplaceFile(t, nullptr, newFilePermissions, [&](BufferedWriter& out) {
+    ReplaceFile(t, nullptr, newFilePermissions, Durability::Synced, [&](BufferedWriter& out) {
         out.write(bytes);
         out.flush();
     });

@@ -51,7 +51,7 @@ struct Patch {
     uint64_t size() const { return bytes.empty() ? moved : bytes.size(); }
 };
 
-// When an in-place write reaches stable storage, and what it promises meanwhile.
+// When a write reaches stable storage, and what it promises meanwhile.
 enum class Durability {
     // The journal, then the patched file are synced before PatchInPlace returns: old-or-new under
     // a kill or a power loss at any moment, and new once it has returned.
@@ -61,7 +61,8 @@ enum class Durability {
     // promise, as for any write in the OS's cache. The journal is removed as soon as the patches
     // are written: kept until the batch's sync, it would still promise nothing, because the OS may
     // write the patches to disk before the journal, and a journal left that long could undo
-    // another program's later edit.
+    // another program's later edit. A rewrite is old-or-new under a power loss too, where it is
+    // deferred at all (RewriteFile).
     Deferred,
 };
 
@@ -170,17 +171,21 @@ private:
 
 // Writes the layout into a temporary file beside path, with the original's permission bits, owner
 // and group where allowed: an anonymous one (O_TMPFILE) where the file system can make it, else
-// ".<name>.tagvera-new.tmp". Syncs it, names it, renames it over path and syncs the directory. A
+// ".<name>.tagvera-new.tmp". Syncs it, names it, renames it over path and syncs the directory
+// (Deferred: on a file system that writes a renamed file's data before the rename, rename_ordering.h,
+// neither sync happens and the caller's later sync makes the new file durable; elsewhere as Synced). A
 // symbolic link is followed: the file it points to is replaced and the link kept. On failure the
 // original is byte-identical and no temporary file is left; after a kill, none outlives the next
 // open. A file with several names is handled as links says. Handles opened on path before the
 // call still see the old content (except with KeepInPlace): reopen.
 // (Windows: ReplaceFileW / MoveFileExW with MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH,
 // and the importer's own handle must have been opened with FILE_SHARE_DELETE or closed first.)
-void RewriteFile(const std::string& path, const FileLayout& layout, HardLinks links = HardLinks::KeepInPlace);
+void RewriteFile(const std::string& path, const FileLayout& layout, HardLinks links = HardLinks::KeepInPlace,
+                 Durability durability = Durability::Synced);
 // The same for a writer that holds the lock; its copies come from lock.file(). The lock moves to
 // the new file, so the writer keeps its turn for whatever it does next.
-void RewriteFile(FileWriteLock& lock, const FileLayout& layout, HardLinks links = HardLinks::KeepInPlace);
+void RewriteFile(FileWriteLock& lock, const FileLayout& layout, HardLinks links = HardLinks::KeepInPlace,
+                 Durability durability = Durability::Synced);
 
 // Replaces (or creates) path with exactly bytes, through the same steps as RewriteFile. A new file
 // gets newFilePermissions (before the umask); an existing one keeps its own, and its links.

@@ -1,4 +1,4 @@
-// Deferred in-place writes and the one sync that makes a batch of them durable.
+// Deferred writes and the one sync that makes a batch of them durable.
 #include "platform/file_system_sync.h"
 
 #include <gtest/gtest.h>
@@ -7,6 +7,7 @@
 
 #include "platform/fault_injection.h"
 #include "platform/file.h"
+#include "platform/rename_ordering.h"
 #include "platform/safe_write.h"
 #include "platform/scratch_dir.h"
 
@@ -48,6 +49,33 @@ TEST(DeferredPatch, WritesTheBytesWithoutSyncing) {
     want.insert(want.end(), tail, tail + 3);
     EXPECT_EQ(ReadAll(paths[0]), want);
     EXPECT_EQ(SyncsDuring([&] { PatchInPlace(paths[0], patches); }), 1u) << "synced by default";
+}
+
+// A rewrite is deferred only where the rename alone keeps old-or-new over a power loss.
+TEST(DeferredRewrite, SkipsItsSyncsOnlyWhereTheRenameOrdersTheData) {
+    ScratchDir dir;
+    const auto paths = MakeFiles(dir, 1);
+    const unsigned syncs = SyncsDuring([&] {
+        RewriteFile(paths[0], FileLayout().bytes(Pattern(100, 9)).copy(0, 4000), HardLinks::KeepInPlace,
+                    Durability::Deferred);
+    });
+    EXPECT_EQ(syncs, RenameWritesDataFirst(dir.path()) ? 0u : 1u);
+    auto want = Pattern(100, 9);
+    const auto old = Pattern(4000, 0);
+    want.insert(want.end(), old.begin(), old.end());
+    EXPECT_EQ(ReadAll(paths[0]), want);
+
+    const struct {
+        const char* type;
+        const char* options;
+        bool ordered;
+    } kMounts[] = {
+        {"ext4", "rw,errors=remount-ro", true},   {"ext4", "rw,noauto_da_alloc", false},
+        {"ext4", "rw,data=writeback", false},     {"ext4", "rw,data=ordered,nodelalloc", true},
+        {"ext3", "rw", false},                    {"xfs", "rw,attr2,inode64", false},
+        {"tmpfs", "rw,size=100k", true},          {"btrfs", "rw,space_cache=v2", false},
+    };
+    for (const auto& m : kMounts) EXPECT_EQ(MountWritesDataFirst(m.type, m.options), m.ordered) << m.type << " " << m.options;
 }
 
 TEST(FileSystemSyncs, AFewFilesAreSyncedOneByOne) {

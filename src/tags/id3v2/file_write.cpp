@@ -206,7 +206,8 @@ Id3v2WriteOutcome WriteId3v2Tag(platform::FileWriteLock& lock, id3v2::RenderedTa
     AddToLayout(layout, tag);
     CopyAllBut(layout, oldSpace, record ? recordOffset : place.fileSize, {{place.appendedOffset, place.appendedSize}});
     if (record) layout.bytes(*record);
-    platform::RewriteFile(lock, layout);
+    platform::RewriteFile(lock, layout, platform::HardLinks::KeepInPlace,
+                          options.deferSync ? platform::Durability::Deferred : platform::Durability::Synced);
     out.written = true;
     out.padding = padding;
     out.bytesWritten = layout.knownSize() + tag.bytes.size();

@@ -63,8 +63,8 @@ struct Id3v2WriteOptions {
     bool growPadding = true;
     // Refuse (Error, nothing written) when the tag does not fit the old space.
     bool inPlaceOnly = false;
-    // An in-place write is not synced before returning; the caller syncs later (kMp3WriteDeferSync).
-    // A rewrite is synced before it replaces the file all the same.
+    // The write is not synced before returning; the caller syncs later (kMp3WriteDeferSync). A
+    // rewrite is, where the file system's rename alone would not keep old-or-new (safe_write.h).
     bool deferSync = false;
     // Write nothing (refused) when the file's tags hold what this write would lose.
     bool keepEverything = false;
