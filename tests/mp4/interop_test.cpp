@@ -1,7 +1,7 @@
-// The command on files made by ffmpeg and mutagen: after each edit mutagen reads exactly what was
-// written and everything else as it was, every stream's packets are the same bytes (ffmpeg's
-// checksums; a cover picture shows as a stream of its own and is left out), and ffprobe gives the
-// same duration.
+// The command on files made by ffmpeg, mutagen and AtomicParsley: after each edit mutagen reads
+// exactly what was written and everything else as it was, every stream's packets are the same bytes
+// (ffmpeg's checksums; a cover picture shows as a stream of its own and is left out), and ffprobe
+// gives the same duration.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -74,6 +74,9 @@ TEST(Mp4Interop, EditsReadBackAndMediaUntouched) {
         {"TitleInFreeSpace", "tail-tagged.m4a", {"set", "Track:Name=A new and rather longer title"},
          {{"\xC2\xA9nam", "['A new and rather longer title']"}}, "in place"},
         {"CommentRemoved", "tail-tagged.m4a", {"rm", "Track:Comments"}, {{"\xC2\xA9" "cmt", ""}}, "in place"},
+        {"InsertBesideFreeBeforeItems", "free-before-items.m4a",
+         {"set", "Track:Name=A title longer than the old one", "Track:Comments=Moved to the end"},
+         {{"\xC2\xA9nam", "['A title longer than the old one']"}, {"\xC2\xA9" "cmt", "['Moved to the end']"}}, "in place"},
         {"PngCoverReplaced", "front-png.m4a", {"set", "--picture", "Album:Cover Art=" + kJpeg, "Album:Name=Al"},
          {{"covr", "[(" + jpegSize + ", 13)]"}, {"\xC2\xA9" "alb", "['Al']"}}, "in place"},
         {"GrowthMovesMedia", "bare.m4a", {"set", "Track:Name=x", "Artist:Name=y"},
