@@ -107,5 +107,13 @@ TEST(Mp4Interop, EditsReadBackAndMediaUntouched) {
     }
 }
 
+// The streams' MIME types are the media platform's answer, borrowed at interrogation.
+TEST(Mp4Interop, StreamMimeTypesFromTheMediaPlatform) {
+    const CliResult r = RunCli({"info", kData + "chapters.m4v"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("VideoMimeTypes: video/h264"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("AudioMimeTypes: audio/aac"), std::string::npos) << r.out;
+}
+
 }  // namespace
 }  // namespace tagvera::mp4::testing
