@@ -83,19 +83,6 @@ TEST(File, WritesGrowTheFileAndCreateNewIsExclusive) {
     }
 }
 
-TEST(File, MovedFileKeepsItsHandle) {
-    ScratchDir dir;
-    WriteAll(dir.file("m"), {5, 6});
-    File a(dir.file("m"), OpenMode::Read);
-    File b = std::move(a);
-    EXPECT_FALSE(a.isOpen());
-    std::vector<uint8_t> buf(2);
-    EXPECT_EQ(b.readAt(0, buf), 2u);
-    File c(dir.file("m"), OpenMode::Read);
-    c = std::move(b);
-    EXPECT_EQ(c.readAt(1, buf), 1u);
-}
-
 TEST(File, BytesReadAreCountedPerFileAndProcess) {
     ScratchDir dir;
     WriteAll(dir.file("c"), test::Pattern(300));
