@@ -83,18 +83,14 @@ TEST(File, WritesGrowTheFileAndCreateNewIsExclusive) {
     }
 }
 
-TEST(File, BytesReadAreCountedPerFileAndProcess) {
+TEST(File, BytesReadAreCounted) {
     ScratchDir dir;
     WriteAll(dir.file("c"), test::Pattern(300));
-    ResetTotalBytesRead();
     File f(dir.file("c"), OpenMode::Read);
     std::vector<uint8_t> buf(200);
     f.readAt(0, buf);
     f.readAt(250, buf);  // 50 bytes
     EXPECT_EQ(f.bytesRead(), 250u);
-    EXPECT_EQ(TotalBytesRead(), 250u);
-    ResetTotalBytesRead();
-    EXPECT_EQ(TotalBytesRead(), 0u);
 }
 
 TEST(File, InjectedFaultsSurfaceAsFileErrors) {

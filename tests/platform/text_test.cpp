@@ -97,14 +97,6 @@ TEST(Utf16, DecodingPairsAndReplacesWhatCannotBePaired) {
     EXPECT_EQ(Utf8ToUtf16(grin, true), std::string("\xD8\x3D\xDE\x00", 4));
 }
 
-TEST(Utf16, ByteOrderMarkChoosesTheOrder) {
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFF, 0xFE, 0x41, 0x00}, true), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFE, 0xFF, 0x00, 0x41}, false), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0x00, 0x41}, true), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0x41, 0x00}, false), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFF, 0xFE}, true), "");
-}
-
 TEST(Utf16, RoundTripThroughUtf8) {
     const std::string text = "Motörhead \xE2\x80\x94 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9D\x84\x9E";
     for (bool be : {false, true}) {
