@@ -260,5 +260,39 @@ TEST(Id3v1Write, AMergedRecordWrittenBackIsTheSameRecord) {
     EXPECT_EQ(rebuilt.bytes, original.bytes);
 }
 
+TEST(Id3v1FileWrite, AppendsThenReplacesInPlace) {
+    test::ScratchDir dir;
+    const std::string path = dir.file("song.mp3");
+    const auto audio = testing::LoadFixture("cbr_96k_44k_notag");
+    test::WriteAll(path, audio);
+    ASSERT_EQ(WriteId3v1Tag(path, Record("First", "", "", "", "", 17)), TV_S_OK);
+    auto bytes = ReadAll(path);
+    ASSERT_EQ(bytes.size(), audio.size() + 128);
+    EXPECT_TRUE(std::equal(audio.begin(), audio.end(), bytes.begin())) << "the audio is untouched";
+    ASSERT_EQ(WriteId3v1Tag(path, Record("Second", "", "", "", "", 13)), TV_S_OK);
+    bytes = ReadAll(path);
+    ASSERT_EQ(bytes.size(), audio.size() + 128);
+    MemorySource file(bytes);
+    Id3v1Tag back;
+    ASSERT_EQ(ReadId3v1Tag(file, &back), TV_S_OK);
+    EXPECT_EQ(back.Field(Id3v1Tag::kTitle, 30), "Second");
+    EXPECT_EQ(back.Genre(), 13);
+}
+
+TEST(Id3v1FileWrite, FailsOnFilesThatCannotTakeATag) {
+    test::ScratchDir dir;
+    const std::string path = dir.file("song.mp3");
+    EXPECT_EQ(WriteId3v1Tag(path, BlankId3v1Tag()), TV_E_FAIL) << "missing";
+    test::WriteAll(path, {});
+    EXPECT_EQ(WriteId3v1Tag(path, BlankId3v1Tag()), TV_E_FAIL) << "empty";
+    const Id3v1Tag blank = BlankId3v1Tag();
+    test::WriteAll(path, std::vector<uint8_t>(blank.bytes.begin(), blank.bytes.end()));
+    EXPECT_EQ(WriteId3v1Tag(path, Record("Title", "", "", "", "", 1)), TV_E_FAIL) << "a tag and no audio before it";
+    test::WriteAll(path, std::vector<uint8_t>(500, 7));
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    EXPECT_EQ(WriteId3v1Tag(path, BlankId3v1Tag()), TV_E_FAIL) << "read-only";
+    EXPECT_EQ(ReadAll(path), std::vector<uint8_t>(500, 7));
+}
+
 }  // namespace
 }  // namespace tagvera

@@ -186,5 +186,28 @@ TEST_F(ParserBadInput, DamagedFramesAreSkippedTheRestIsRead) {
     EXPECT_TRUE(NodeAt(root.get(), "Artist:Name"));
 }
 
+TEST_F(ParserBadInput, RenderIntoAShortBuffer) {
+    const std::string path = WriteTemp("render.mp3", Tag(4, 0, Frame24("TIT2", Utf8Text("Title"))) + Audio());
+    uint32_t size = 0;
+    ASSERT_EQ(parser_->LinkFile(path.c_str(), &size, 0), TV_S_OK);
+    uint32_t rendered = 0;
+    ASSERT_EQ(parser_->GetRenderedSize(&rendered), TV_S_OK);
+    EXPECT_GT(rendered, 10u);
+    std::vector<uint8_t> buffer(rendered);
+    uint32_t written = 0;
+    EXPECT_EQ(parser_->Render(buffer.data(), rendered - 1, &written, 0), TV_E_BUFFERTOOSMALL);
+    EXPECT_EQ(written, rendered);
+    ASSERT_EQ(parser_->Render(buffer.data(), rendered, &written, 0), TV_S_OK);
+    const auto tag = id3v2::ParseTag(buffer);
+    EXPECT_EQ(tag.major, 3);
+    ASSERT_EQ(tag.frames.size(), 1u);
+    EXPECT_EQ(id3v2::DecodeFields(tag.frames[0]).values.at(0), "Title");
+    // With the tag option on, the render leaves padding for the next edit.
+    ASSERT_EQ(parser_->SetTagOption(true), TV_S_OK);
+    uint32_t padded = 0;
+    ASSERT_EQ(parser_->GetRenderedSize(&padded), TV_S_OK);
+    EXPECT_GE(padded, rendered + 1024);
+}
+
 }  // namespace
 }  // namespace tagvera::testing

@@ -77,6 +77,32 @@ TEST_F(Parser, TwoCoversOneProperty_DataByProperty) {
     // Short buffers and lyrics as text are the fixture tests' (every fixture's cover and lyrics).
 }
 
+TEST_F(Parser, FrameDataLoadedFromAFileIsRendered) {
+    ASSERT_EQ(parser_->LinkBuffer(SampleFile().data(), uint32_t(SampleFile().size())), TV_S_OK);
+    ASSERT_EQ(parser_->ReadProperties(root_.get()), TV_S_OK);
+    const std::string picture = WriteTemp("new.jpg", Bytes(50, 0x33));
+    ASSERT_EQ(parser_->SetFrameDataFromFile(Find("Album:Cover Art").get(), picture.c_str()), TV_S_OK);
+    const std::string lyrics = WriteTemp("lyrics.txt", B("new words ü"));
+    ASSERT_EQ(parser_->SetFrameDataFromFile(Find("Track:Lyrics").get(), lyrics.c_str()), TV_S_OK);
+    EXPECT_EQ(parser_->SetFrameDataFromFile(Find("Track:Name").get(), lyrics.c_str()), TV_E_FAIL);
+
+    const auto parsed = Rendered();
+    std::vector<std::string> ids;
+    bool sawNewCover = false, sawNewLyrics = false;
+    for (const auto& f : parsed.frames) {
+        ids.push_back(f.id);
+        const auto fields = id3v2::DecodeFields(f);
+        if (f.id == "APIC" && fields.pictureType == 3) sawNewCover = Bytes(fields.data.begin(), fields.data.end()) == Bytes(50, 0x33);
+        if (f.id == "USLT") sawNewLyrics = fields.values.at(0) == "new words ü";
+    }
+    EXPECT_TRUE(sawNewCover);
+    EXPECT_TRUE(sawNewLyrics);
+    // Nothing was lost on the way through the tag library: the private frame and the back cover too.
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "APIC"), 2);
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "PRIV"), 1);
+    EXPECT_EQ(std::count(ids.begin(), ids.end(), "TIT2"), 1);
+}
+
 TEST_F(Parser, TrailingTagsOnlyWhenAskedFor) {
     Bytes v1 = B("TAG") + B("V1 Title");
     v1.resize(128, 0);

@@ -82,5 +82,15 @@ TEST(AnalyzeMpegAudio, NoFramesGiveMinusOne) {
     EXPECT_EQ(AnalyzeMpegAudio(SilentFrames(0xFFFB9440, 384, 1), &wf, true), -1);
 }
 
+TEST(MpegLayer3WaveFormat, SerializesLittleEndianInWindowsOrder) {
+    const MpegLayer3WaveFormat wf{.wFormatTag = 85, .nChannels = 2, .nSamplesPerSec = 44100, .nAvgBytesPerSec = 16000,
+                                  .nBlockAlign = 1, .cbSize = 12, .wID = 1, .fdwFlags = 0x122, .nBlockSize = 417,
+                                  .nFramesPerBlock = 1};
+    const auto b = wf.ToBytes();
+    const uint8_t expect[30] = {85, 0, 2, 0, 0x44, 0xAC, 0, 0, 0x80, 0x3E, 0, 0, 1, 0, 0, 0, 12, 0,
+                                1,  0, 0x22, 0x01, 0, 0, 0xA1, 0x01, 1, 0, 0, 0};
+    EXPECT_TRUE(std::equal(b.begin(), b.end(), expect));
+}
+
 }  // namespace
 }  // namespace tagvera

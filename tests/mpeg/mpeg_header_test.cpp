@@ -195,5 +195,22 @@ TEST(MpegSync, ATruncatedLastFrameIsNotReported) {
     EXPECT_EQ(FrameOffsets(bytes).size(), 5u);
 }
 
+TEST(MpegFrameReader, CopiesFramesOutAndReportsShortBuffers) {
+    const std::vector<uint8_t> bytes = SilentFrames(0xFFFB9440, 384, 3);
+    CMpegFrameReader reader(bytes);
+    uint8_t small[100];
+    uint32_t length = 0;
+    EXPECT_EQ(reader.ReadFrame(small, sizeof(small), &length), MPEG_BUFFER_TOO_SMALL);
+    EXPECT_EQ(length, 384u);
+    std::vector<uint8_t> frame(400);
+    EXPECT_EQ(reader.ReadFrame(frame.data(), 400, &length), MPEG_FRAME_OK);
+    EXPECT_EQ(frame[1], 0xFB);
+    EXPECT_EQ(reader.ReadFrame(nullptr, 0, &length), MPEG_FRAME_OK);
+    EXPECT_EQ(reader.ReadFrame(nullptr, 0, &length), MPEG_FRAME_OK);
+    EXPECT_FALSE(reader.Finished());
+    EXPECT_EQ(reader.ReadFrame(nullptr, 0, &length), MPEG_ENDOFSTREAM);
+    EXPECT_TRUE(reader.Finished());
+}
+
 }  // namespace
 }  // namespace tagvera

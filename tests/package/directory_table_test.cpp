@@ -1,4 +1,5 @@
-// The directory table SetDLLAccessPath fills: parsing, trailing separators, lookup by kind index.
+// The directory table SetDLLAccessPath fills: parsing, trailing separators, lookup by kind index,
+// and passing the table on in the same list form.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -44,6 +45,30 @@ TEST(DirectoryTable, SkipsWhatIsNotAnEntry) {
     // Kinds outside the eight are kept and passed on, just not reachable by index.
     EXPECT_EQ(t.SetFromList(LIST("DT_Other=/other\0")), 1u);
     EXPECT_STREQ(t.Get(std::string_view("DT_Other")), "/other/");
+}
+
+std::string g_received;
+int g_calls = 0;
+HRESULT TV_STDCALL Receive(const char* list) {
+    ++g_calls;
+    // Walk the block as SetDLLAccessPath would, to see where it ends.
+    const char* p = list;
+    while (*p) p += std::string_view(p).size() + 1;
+    g_received.assign(list, static_cast<size_t>(p - list) + 1);
+    return 7;
+}
+
+TEST(DirectoryTable, PassesTheWholeTableOnInListForm) {
+    DLLAccessPath t;
+    g_calls = 0;
+    EXPECT_EQ(t.PassOn(Receive), TV_S_OK);
+    EXPECT_EQ(g_calls, 0) << "an empty table passes nothing";
+
+    t.SetFromList(LIST("DT_Common=/c\0DT_Codecs=C:\\x\0"));
+    EXPECT_EQ(t.PassOn(Receive), 7) << "the receiver's answer comes back";
+    EXPECT_EQ(g_calls, 1);
+    EXPECT_EQ(g_received, std::string("DT_Codecs=C:\\x\\\0DT_Common=/c/\0\0", 31));
+    EXPECT_EQ(t.PassOn(nullptr), TV_E_POINTER);
 }
 
 }  // namespace
