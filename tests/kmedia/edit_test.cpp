@@ -371,6 +371,10 @@ TEST(KmEditObject, ReaderStreamHeaders) {
     EXPECT_EQ(reader->GetStreamHeader(1, mdpr.put(), nullptr), TV_S_OK);
     EXPECT_EQ(reader->GetStreamHeader(2, mdpr.put(), nullptr), TV_KM_S_NOSUCHSTREAM);
     EXPECT_FALSE(mdpr);
+    // A logical stream belongs to the stream headers its record lists; the file-info one to none.
+    EXPECT_TRUE(reader->LogicalStreamsOf(0).empty());
+    ASSERT_EQ(reader->LogicalStreamsOf(1).size(), 1u);
+    EXPECT_EQ(reader->LogicalStreamsOf(1)[0]->mimeType, "logical-video");
 }
 
 // What a join of the files holds: each file's packets in turn, payloads as they were, time moved
