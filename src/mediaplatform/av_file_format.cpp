@@ -52,6 +52,11 @@ bool HeaderStatesAll(const AVFormatContext& input) {
     return true;
 }
 
+std::string CoverMimeType(const AVCodecParameters& codec) {
+    if (codec.codec_id == AV_CODEC_ID_PNG) return "image/png";
+    return codec.codec_id == AV_CODEC_ID_BMP ? "image/bmp" : "image/jpeg";
+}
+
 class AvFileFormat final : public host::RefCounted<IKMAFileFormat> {
 public:
     AvFileFormat(IKMAClassFactory* factory, const PluginRow& plugin)
@@ -150,7 +155,10 @@ private:
         ComPtr<IKMAValues> values = NewValues(factory_.get());
         if (!values) return values;
         const AVCodecParameters& codec = *stream.codecpar;
-        SetString(factory_.get(), values.get(), "MimeType", StreamMimeType(codec));
+        // A cover picture is an image the file carries, not a video stream: its type says so, and
+        // its size is no picture size of the file.
+        const bool cover = stream.disposition & AV_DISPOSITION_ATTACHED_PIC;
+        SetString(factory_.get(), values.get(), "MimeType", cover ? CoverMimeType(codec) : StreamMimeType(codec));
         // Times are from the start of the file, so a stream's end is the file's length.
         const int64_t fileStart = input_->start_time == AV_NOPTS_VALUE ? 0 : input_->start_time;
         const int64_t start = stream.start_time == AV_NOPTS_VALUE
@@ -160,7 +168,7 @@ private:
         values->SetNumberValue("Duration", Milliseconds(stream.duration, stream.time_base));
         values->SetNumberValue("AvgBitrate", AverageBitRate(codec));
         if (codec.codec_type == AVMEDIA_TYPE_AUDIO) values->SetNumberValue("Channels", Clamped(codec.ch_layout.nb_channels));
-        if (codec.codec_type == AVMEDIA_TYPE_VIDEO) {
+        if (codec.codec_type == AVMEDIA_TYPE_VIDEO && !cover) {
             values->SetNumberValue("Width", Clamped(codec.width));
             values->SetNumberValue("Height", Clamped(codec.height));
         }
