@@ -5,6 +5,8 @@
 #   front-png.m4a     AAC, movie atom first (+faststart), a title and a PNG cover
 #   bare.m4a          AAC, movie atom first, no user data at all
 #   chapters.m4v      H.264 and AAC, movie atom first, a chapter text track, a title
+#   free-before-items.m4a  AAC tagged by AtomicParsley: movie atom first, a 2000-byte "free"
+#                     before the item list, a genre as a number ("gnre"), a JPEG cover
 # and one sample for samples/ when a second argument names it.
 # Usage: tools/make-mp4-fixtures.sh [output-dir] [sample-path]
 set -euo pipefail
@@ -14,6 +16,7 @@ sample=${2:-}
 py=/usr/bin/python3
 command -v ffmpeg >/dev/null || { echo "make-mp4-fixtures: ffmpeg missing" >&2; exit 1; }
 "$py" -c "import mutagen" 2>/dev/null || { echo "make-mp4-fixtures: python3-mutagen missing" >&2; exit 1; }
+command -v AtomicParsley >/dev/null || { echo "make-mp4-fixtures: AtomicParsley missing (package atomicparsley)" >&2; exit 1; }
 mkdir -p "$out"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -23,6 +26,7 @@ tone=(-f lavfi -i "sine=frequency=440:sample_rate=22050:duration=1")
 aac=(-c:a aac -b:a 24k -ac 1 -flags:a +bitexact -map_metadata -1)
 
 ff "${tone[@]}" "${aac[@]}" "$work/tail.m4a"
+ff "${tone[@]}" "${aac[@]}" "$work/parsley.m4a"
 ff "${tone[@]}" "${aac[@]}" -movflags +faststart "$work/front.m4a"
 ff "${tone[@]}" "${aac[@]}" -movflags +faststart "$out/bare.m4a"
 printf ';FFMETADATA1\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=0\nEND=500\ntitle=One\n[CHAPTER]\nTIMEBASE=1/1000\nSTART=500\nEND=1000\ntitle=Two\n' \
@@ -62,6 +66,10 @@ f["covr"] = [MP4Cover(open(work + "/cover.png", "rb").read(), MP4Cover.FORMAT_PN
 f.save()
 shutil.copy(work + "/front.m4a", out + "/front-png.m4a")
 PY
+
+AtomicParsley "$work/parsley.m4a" --title "Parsley Title" --artist "Parsley Artist" --album "Parsley Album" \
+  --tracknum 3/9 --genre Rock --year 2004 --comment "Parsley comment" --artwork "$work/cover.jpg" \
+  --output "$out/free-before-items.m4a" >/dev/null
 
 if [ -n "$sample" ]; then
   cp "$out/tail-tagged.m4a" "$sample"

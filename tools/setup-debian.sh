@@ -15,7 +15,7 @@ packages=(
   clang-14 libclang-rt-14-dev
   libgtest-dev googletest
   libtag1-dev libbenchmark-dev man-db
-  ffmpeg lame id3v2 python3 python3-mutagen libimage-exiftool-perl libxml2-utils imagemagick
+  ffmpeg lame id3v2 atomicparsley python3 python3-mutagen libimage-exiftool-perl libxml2-utils imagemagick
   strace
 )
 [ "${1-}" = --build-only ] && packages=("${build_packages[@]}")

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
+#include <string_view>
 
 #include "host/ref_counted.h"
 #include "mediaplatform/bounded_io.h"
@@ -32,6 +33,28 @@ uint32_t AverageBitRate(const AVCodecParameters& codec) {
     constexpr int64_t kVariableRateMark = 0x3FFFF * 400;
     const bool mpegVideo = codec.codec_id == AV_CODEC_ID_MPEG1VIDEO || codec.codec_id == AV_CODEC_ID_MPEG2VIDEO;
     return mpegVideo && codec.bit_rate == kVariableRateMark ? 0 : Clamped(codec.bit_rate);
+}
+
+// A QuickTime header states every figure a stream header reports (codec, channels and rate, picture
+// size, durations); the analysis, which opens and runs a decoder per stream, adds nothing then.
+bool HeaderStatesAll(const AVFormatContext& input) {
+    if (std::string_view(input.iformat->name).find("mov") == std::string_view::npos || input.nb_streams == 0 ||
+        input.duration == AV_NOPTS_VALUE)
+        return false;
+    for (unsigned i = 0; i < input.nb_streams; ++i) {
+        const AVCodecParameters& codec = *input.streams[i]->codecpar;
+        if (codec.codec_id == AV_CODEC_ID_NONE) return false;
+        if (input.streams[i]->disposition & AV_DISPOSITION_ATTACHED_PIC) continue;  // a cover, not a picture size
+        if (codec.codec_type == AVMEDIA_TYPE_AUDIO && (codec.ch_layout.nb_channels <= 0 || codec.sample_rate <= 0))
+            return false;
+        if (codec.codec_type == AVMEDIA_TYPE_VIDEO && (codec.width <= 0 || codec.height <= 0)) return false;
+    }
+    return true;
+}
+
+std::string CoverMimeType(const AVCodecParameters& codec) {
+    if (codec.codec_id == AV_CODEC_ID_PNG) return "image/png";
+    return codec.codec_id == AV_CODEC_ID_BMP ? "image/bmp" : "image/jpeg";
 }
 
 class AvFileFormat final : public host::RefCounted<IKMAFileFormat> {
@@ -103,7 +126,7 @@ private:
             return TV_E_FAIL;
         }
         // Parameters missing after the probe stay missing; the header still reports what is known.
-        (void)avformat_find_stream_info(input_, nullptr);
+        if (!HeaderStatesAll(*input_)) (void)avformat_find_stream_info(input_, nullptr);
         // A demuxer forced onto another container may find nothing at all.
         return input_->nb_streams > 0 ? TV_S_OK : TV_E_FAIL;
     }
@@ -132,7 +155,10 @@ private:
         ComPtr<IKMAValues> values = NewValues(factory_.get());
         if (!values) return values;
         const AVCodecParameters& codec = *stream.codecpar;
-        SetString(factory_.get(), values.get(), "MimeType", StreamMimeType(codec));
+        // A cover picture is an image the file carries, not a video stream: its type says so, and
+        // its size is no picture size of the file.
+        const bool cover = stream.disposition & AV_DISPOSITION_ATTACHED_PIC;
+        SetString(factory_.get(), values.get(), "MimeType", cover ? CoverMimeType(codec) : StreamMimeType(codec));
         // Times are from the start of the file, so a stream's end is the file's length.
         const int64_t fileStart = input_->start_time == AV_NOPTS_VALUE ? 0 : input_->start_time;
         const int64_t start = stream.start_time == AV_NOPTS_VALUE
@@ -142,7 +168,7 @@ private:
         values->SetNumberValue("Duration", Milliseconds(stream.duration, stream.time_base));
         values->SetNumberValue("AvgBitrate", AverageBitRate(codec));
         if (codec.codec_type == AVMEDIA_TYPE_AUDIO) values->SetNumberValue("Channels", Clamped(codec.ch_layout.nb_channels));
-        if (codec.codec_type == AVMEDIA_TYPE_VIDEO) {
+        if (codec.codec_type == AVMEDIA_TYPE_VIDEO && !cover) {
             values->SetNumberValue("Width", Clamped(codec.width));
             values->SetNumberValue("Height", Clamped(codec.height));
         }

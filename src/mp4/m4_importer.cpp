@@ -10,6 +10,7 @@
 #include "metaprop/property_access.h"
 #include "mp4/item_table.h"
 #include "package/importer_kit/advertised_types.h"
+#include "package/importer_kit/borrowed_statistics.h"
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
@@ -24,6 +25,9 @@ namespace {
 constexpr auto kExtensions = advertised::AsImporterList(advertised::kMp4Extensions, advertised::ListEnd::Separator);
 // The output file of SavePropertyData cannot be created.
 constexpr HRESULT kCannotCreateOutput = static_cast<HRESULT>(0x8004008Au);
+
+// What the streams are is left to the generic interrogator, which asks the media platform.
+constexpr const char* kBorrowedStatistics[] = {"VideoMimeTypes", "AudioMimeTypes"};
 
 bool IsCoverArt(IMPAMetaProperty* property) {
     return property && strcasecmp(NameOf(property), "Cover Art") == 0;
@@ -143,7 +147,12 @@ HRESULT CImportM4File::Fill(IMPAMetaProperty* tree, IMPAFileProperties* stats) {
         }
     }
     step(stats->SetFilename(path_.c_str()));
-    return step.result();
+    if (Failed(step.result())) return step.result();
+
+    // A host without a media platform, or a file the platform cannot open, leaves them absent.
+    const ComPtr<IMPAMetaProperty> borrowed = StatisticsOf(InterrogateGenerically(*this, path_.c_str()).get());
+    for (const char* name : kBorrowedStatistics) CopyStatistic(borrowed.get(), tree, name);
+    return TV_S_OK;
 }
 
 HRESULT CImportM4File::GetPropertyData(IMPAMetaProperty* property, uint8_t* buffer, uint32_t size) {
@@ -175,6 +184,7 @@ HRESULT CImportM4File::SavePropertyData(IMPAMetaProperty* property, const char* 
 // The host hands a string source here; nothing in this importer depends on it.
 HRESULT CImportM4File::SetOption(uintptr_t, uintptr_t) { return TV_S_OK; }
 HRESULT CImportM4File::SetOption2(uintptr_t, uintptr_t) { return TV_E_NOTIMPL; }
+// No list of its own, as the host has always been told: the MIME types are found per file.
 HRESULT CImportM4File::GetSupportedMimeTypes(char*, uint32_t*) { return TV_S_OK; }
 HRESULT CImportM4File::GetSupportedExtensions(char* buffer, uint32_t* size) {
     return CopyListOut(kExtensions.view(), buffer, size);

@@ -38,7 +38,9 @@ std::vector<CatalogEntry> MovieCatalog() {
             {"Statistics:HasVideo", "number", false, "track header"},
             {"Statistics:FileSize", "number", false, "the file"},
             {"Statistics:Filename", "text", false, "the file"},
-            {"Statistics:Extension", "text", false, "the file"}};
+            {"Statistics:Extension", "text", false, "the file"},
+            {"Statistics:VideoMimeTypes", "text", false, "the media platform"},
+            {"Statistics:AudioMimeTypes", "text", false, "the media platform"}};
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "base/error.h"
 #include "component/managed_component.h"
 #include "package/importer_kit/advertised_types.h"
+#include "package/importer_kit/borrowed_statistics.h"
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "platform/file.h"
@@ -26,21 +27,6 @@ constexpr const char* kBorrowedStatistics[] = {"HasVideo", "Width", "Height", "E
 bool StartsWithFlv(platform::File& file) {
     uint8_t head[3] = {};
     return file.readAt(0, head) == sizeof head && head[0] == 'F' && head[1] == 'L' && head[2] == 'V';
-}
-
-ComPtr<IMPAMetaProperty> StatisticsOf(IMPAMetaProperty* tree) {
-    ComPtr<IMPAMetaProperty> group;
-    if (Failed(tree->FindFirstChild(kGroupStatistics, group.put())) || !group) group.reset();
-    return group;
-}
-
-void CopyStatistic(IMPAMetaProperty* from, IMPAMetaProperty* to, const char* name) {
-    ComPtr<IMPAMetaProperty> node;
-    if (!from || Failed(from->FindFirstChild(name, node.put())) || !node) return;
-    uint32_t type = 0, flags = 0, size = 0;
-    const uint8_t* data = nullptr;
-    if (Failed(node->GetType(&type)) || Failed(node->GetFlags(&flags)) || Failed(node->GetValue(&data, &size))) return;
-    to->AddProperty((std::string(kGroupStatistics) + ":" + name).c_str(), type, flags, data, size, true, nullptr);
 }
 
 }  // namespace
@@ -114,13 +100,8 @@ HRESULT CImportCFSFile::ReadMetadata() {
 }
 
 HRESULT CImportCFSFile::AddFlvStatistics() {
-    ComPtr<IMPAInterrogateFile> interrogator;
-    if (const HRESULT hr = CreateThroughHost(CLSID_KMAInterrogatePlugin, IID_IMPAInterrogateFile, interrogator.put());
-        Failed(hr) || !interrogator)
-        return TV_E_FAIL;
-    ComPtr<IMPAMetaProperty> found;
-    if (Failed(interrogator->SetFilename(path_.c_str())) || Failed(interrogator->Interrogate(found.put())) || !found)
-        return TV_E_FAIL;
+    ComPtr<IMPAMetaProperty> found = InterrogateGenerically(*this, path_.c_str());
+    if (!found) return TV_E_FAIL;
     uint32_t children = 0;
     if (Succeeded(tree_->GetTotalChildCount(&children)) && children == 0) {
         tree_ = found;

@@ -54,13 +54,10 @@ TEST(Cli, UsageErrorsExitWithTwo) {
     }
 }
 
-TEST(Cli, ComponentsTableNamesEveryComponent) {
+// Every row's class and id are checked in the JSON form below.
+TEST(Cli, ComponentsTableListsTheTypes) {
     const CliResult r = RunCli({"components"}, kLibrary);
     ASSERT_EQ(r.status, 0) << r.err;
-    for (const auto& c : tagvera::kKnownComponents) {
-        EXPECT_NE(r.out.find(GuidToString(*c.classId)), std::string::npos) << c.className;
-        EXPECT_NE(r.out.find(c.className), std::string::npos);
-    }
     EXPECT_NE(r.out.find("mp3,mpga"), std::string::npos);
     EXPECT_NE(r.out.find("audio/x-zn-korvaaudio,application/x-zn-korvamedia"), std::string::npos);
 }

@@ -27,7 +27,7 @@ HostOptions Options() {
     return o;
 }
 
-TEST(Host, PicksTheImporterByExtensionOrMimeType) {
+TEST(Host, PicksTheImporterByExtension) {
     Host host(Options());
     auto byFile = [&](const char* path) { return host.ImporterForFile(path)->className(); };
     EXPECT_EQ(byFile("/music/Song.MP3"), "CImportMP3File");
@@ -42,11 +42,6 @@ TEST(Host, PicksTheImporterByExtensionOrMimeType) {
     EXPECT_EQ(byFile("no-extension"), "KMAInterrogatePlugin");
     EXPECT_EQ(byFile("dir.mp3/file"), "KMAInterrogatePlugin");
 
-    EXPECT_EQ(host.ImporterForMimeType("audio/x-mp3")->className(), "CImportMP3File");
-    EXPECT_EQ(host.ImporterForMimeType(" Audio/MP3; bitrate=128")->className(), "CImportMP3File");
-    EXPECT_EQ(host.ImporterForMimeType("application/x-mplayer2")->className(), "CImportWMAFile");
-    EXPECT_EQ(host.ImporterForMimeType("video/mp4"), nullptr) << "MP4 lists no MIME types";
-    EXPECT_EQ(host.ImporterForMimeType(""), nullptr);
 }
 
 TEST(Host, PropertyTreesComeFromThePackageWithTheHostContext) {
@@ -121,14 +116,9 @@ TEST(Host, ShutdownReleasesThePackage) {
     EXPECT_EQ(host.Shutdown(), TV_E_FAIL);
 }
 
-TEST(GuidText, RoundTripsRegistryForm) {
+TEST(GuidText, RegistryForm) {
     const std::string text = GuidToString(CLSID_CImportMP3File);
     EXPECT_EQ(text, "{42104358-F67A-41BE-8867-4B5B1667BFA4}");
-    EXPECT_EQ(ParseGuid(text), CLSID_CImportMP3File);
-    EXPECT_EQ(ParseGuid("42104358-f67a-41be-8867-4b5b1667bfa4"), CLSID_CImportMP3File);
-    EXPECT_FALSE(ParseGuid("{42104358-F67A-41BE-8867-4B5B1667BFA}"));
-    EXPECT_FALSE(ParseGuid("{42104358+F67A-41BE-8867-4B5B1667BFA4}"));
-    EXPECT_FALSE(ParseGuid("{4210435G-F67A-41BE-8867-4B5B1667BFA4}"));
 }
 
 }  // namespace

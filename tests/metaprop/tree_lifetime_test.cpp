@@ -173,22 +173,6 @@ TEST_F(TreeLifetime, HostFailuresSurfaceAndLeaveNothingBehind) {
     EXPECT_EQ(package.alive.load(), 0);
 }
 
-TEST(TreeInterfaces, AnswersItsInterfacesWithOneIdentity) {
-    Node node = NewTree();
-    auto unknown = QueryAs<IUnknown>(node, IID_IUnknown);
-    for (const GUID& iid : {IID_IKNContextUser, IID_IMPAMetaProperty, IID_IMPAFileProperties,
-                            IID_IMPAMetaPropertyLinkedList, IID_IMPAMetaPropertyParentMgr}) {
-        ComPtr<IUnknown> itf;
-        ASSERT_EQ(node->QueryInterface(iid, itf.putVoid()), TV_S_OK);
-        EXPECT_EQ(QueryAs<IUnknown>(itf, IID_IUnknown).get(), unknown.get());
-    }
-    void* none = reinterpret_cast<void*>(1);
-    EXPECT_EQ(node->QueryInterface(TV_GUID(12345678, 1234, 1234, 12, 34, 56, 78, 9A, BC, DE, F0), &none),
-              TV_E_NOINTERFACE);
-    EXPECT_EQ(none, nullptr);
-    EXPECT_EQ(node->QueryInterface(IID_IMPAMetaProperty, nullptr), TV_E_POINTER);
-}
-
 // --- Deep trees ----------------------------------------------------------------------------------
 
 TEST(TreeDepth, AHundredThousandLevelsWorkWithoutRecursion) {

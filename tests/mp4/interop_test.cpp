@@ -1,7 +1,7 @@
-// The command on files made by ffmpeg and mutagen: after each edit mutagen reads exactly what was
-// written and everything else as it was, every stream's packets are the same bytes (ffmpeg's
-// checksums; a cover picture shows as a stream of its own and is left out), and ffprobe gives the
-// same duration.
+// The command on files made by ffmpeg, mutagen and AtomicParsley: after each edit mutagen reads
+// exactly what was written and everything else as it was, every stream's packets are the same bytes
+// (ffmpeg's checksums; a cover picture shows as a stream of its own and is left out), and ffprobe
+// gives the same duration.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -74,6 +74,10 @@ TEST(Mp4Interop, EditsReadBackAndMediaUntouched) {
         {"TitleInFreeSpace", "tail-tagged.m4a", {"set", "Track:Name=A new and rather longer title"},
          {{"\xC2\xA9nam", "['A new and rather longer title']"}}, "in place"},
         {"CommentRemoved", "tail-tagged.m4a", {"rm", "Track:Comments"}, {{"\xC2\xA9" "cmt", ""}}, "in place"},
+        {"InsertBesideFreeBeforeItems", "free-before-items.m4a",
+         {"set", "Track:Name=A title longer than the old one", "Track:Comments=Moved to the end"},
+         {{"\xC2\xA9nam", "['A title longer than the old one']"}, {"\xC2\xA9" "cmt", "['Moved to the end']"}},
+         "in place"},
         {"PngCoverReplaced", "front-png.m4a", {"set", "--picture", "Album:Cover Art=" + kJpeg, "Album:Name=Al"},
          {{"covr", "[(" + jpegSize + ", 13)]"}, {"\xC2\xA9" "alb", "['Al']"}}, "in place"},
         {"GrowthMovesMedia", "bare.m4a", {"set", "Track:Name=x", "Artist:Name=y"},
@@ -101,6 +105,20 @@ TEST(Mp4Interop, EditsReadBackAndMediaUntouched) {
         EXPECT_EQ(Mutagen(file), expected);
         EXPECT_EQ(Packets(file), packets);
         EXPECT_EQ(Duration(file), duration);
+    }
+}
+
+// The streams' MIME types are the media platform's answer, borrowed at interrogation; a cover
+// picture is no video stream.
+TEST(Mp4Interop, StreamMimeTypesFromTheMediaPlatform) {
+    const std::pair<const char*, const char*> rows[] = {{"chapters.m4v", "VideoMimeTypes: video/h264\n"},
+                                                        {"front-png.m4a", ""}};
+    for (const auto& [fixture, video] : rows) {
+        const CliResult r = RunCli({"info", kData + fixture});
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_NE(r.out.find("AudioMimeTypes: audio/aac"), std::string::npos) << r.out;
+        const size_t at = r.out.find("VideoMimeTypes");
+        EXPECT_EQ(at == std::string::npos ? "" : r.out.substr(at, r.out.find('\n', at) + 1 - at), video) << r.out;
     }
 }
 

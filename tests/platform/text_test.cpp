@@ -50,29 +50,6 @@ TEST(Utf8, ValidTextPassesUnchanged) {
     EXPECT_TRUE(IsValidUtf8(""));
 }
 
-TEST(Utf8, DecodeGivesCodePointsAndStopsAtTheEnd) {
-    const std::string s = "A\xC3\xA9\xF0\x9F\x98\x80";
-    size_t pos = 0;
-    char32_t cp = 0;
-    ASSERT_TRUE(DecodeUtf8(s, pos, cp));
-    EXPECT_EQ(cp, U'A');
-    ASSERT_TRUE(DecodeUtf8(s, pos, cp));
-    EXPECT_EQ(cp, 0xE9u);
-    ASSERT_TRUE(DecodeUtf8(s, pos, cp));
-    EXPECT_EQ(cp, 0x1F600u);
-    EXPECT_EQ(pos, s.size());
-    EXPECT_FALSE(DecodeUtf8(s, pos, cp));
-    EXPECT_EQ(pos, s.size());
-}
-
-TEST(Utf8, EncodingRefusesSurrogatesAndOutOfRangeValues) {
-    std::string out;
-    AppendUtf8(out, 0xD800);
-    AppendUtf8(out, 0x110000);
-    AppendUtf8(out, 0x10FFFF);
-    EXPECT_EQ(out, R + R + "\xF4\x8F\xBF\xBF");
-}
-
 TEST(Latin1, RoundTripAndLossyNarrowing) {
     const auto all = [] {
         std::vector<uint8_t> v;
@@ -120,14 +97,6 @@ TEST(Utf16, DecodingPairsAndReplacesWhatCannotBePaired) {
     EXPECT_EQ(Utf8ToUtf16(grin, true), std::string("\xD8\x3D\xDE\x00", 4));
 }
 
-TEST(Utf16, ByteOrderMarkChoosesTheOrder) {
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFF, 0xFE, 0x41, 0x00}, true), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFE, 0xFF, 0x00, 0x41}, false), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0x00, 0x41}, true), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0x41, 0x00}, false), "A");
-    EXPECT_EQ(Utf16BomToUtf8(Bytes{0xFF, 0xFE}, true), "");
-}
-
 TEST(Utf16, RoundTripThroughUtf8) {
     const std::string text = "Motörhead \xE2\x80\x94 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9D\x84\x9E";
     for (bool be : {false, true}) {
@@ -140,15 +109,6 @@ TEST(Utf16, RoundTripThroughUtf8) {
     bool lossy = false;
     EXPECT_EQ(Utf8ToUtf16("a\xFF", false, &lossy), std::string("a\0\xFD\xFF", 4));
     EXPECT_TRUE(lossy);
-}
-
-TEST(NoCase, AsciiFoldingOnly) {
-    EXPECT_TRUE(EqualsNoCase("TagEditID3V1", "tageditid3v1"));
-    EXPECT_FALSE(EqualsNoCase("abc", "abcd"));
-    EXPECT_FALSE(EqualsNoCase("\xC3\xA9", "\xC3\x89"));  // é and É stay distinct
-    EXPECT_LT(CompareNoCase("Alpha", "beta"), 0);
-    EXPECT_GT(CompareNoCase("alphabet", "ALPHA"), 0);
-    EXPECT_EQ(CompareNoCase("ROCK", "rock"), 0);
 }
 
 }  // namespace
