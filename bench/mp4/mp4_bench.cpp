@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string>
 
+#include "common/title_edits.h"
 #include "host/host.h"
 #include "tagvera/importer.h"
 #include "tagvera/mp3.h"
@@ -58,39 +59,18 @@ int TaglibRead(int count, char** files) {
     return failed == 0 ? 0 : 1;
 }
 
-int Title(const host::Host& host, const std::string& value, int count, char** files) {
-    int inPlace = 0, rewritten = 0, failed = 0;
-    for (int i = 0; i < count; ++i) {
-        auto importer = host.CreateAs<IMPAInterrogateFile>(CLSID_CImportM4File, IID_IMPAInterrogateFile);
-        ComPtr<IMPAMetaProperty> tree, node;
-        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put())) ||
-            Failed(tree->AddText("Track:Name", value.c_str(), 0, true, node.put()))) {
-            ++failed;
-            continue;
-        }
-        node->SetChanged(kChanged);
-        auto handler = QueryAs<IMPAHandleMetaProperties>(importer.get(), IID_IMPAHandleMetaProperties);
-        if (Failed(handler->WriteMetaProperties(tree.get(), handler.get(), 0))) {
-            ++failed;
-            continue;
-        }
-        auto report = QueryAs<IMPAWriteReport>(importer.get(), IID_IMPAWriteReport);
-        char text[1024] = {};
-        uint32_t size = sizeof text;
-        report->GetWriteReport(text, &size);
-        (std::strstr(text, "in place") ? inPlace : rewritten)++;
-    }
-    std::printf("in place %d, rewritten %d, failed %d\n", inPlace, rewritten, failed);
-    return failed == 0 ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string mode = argc >= 2 ? argv[1] : "";
     if (mode == "taglib") return TaglibRead(argc - 2, argv + 2);
     if (argc >= 3 && mode == "interrogate") return Interrogate(host::Host(Options(argv[2])), argc - 3, argv + 3);
-    if (argc >= 3 && mode == "title") return Title(host::Host(), argv[2], argc - 3, argv + 3);
+    if (argc >= 3 && mode == "title") {
+        const host::Host host;
+        return bench::EditTitles(
+            [&] { return host.CreateAs<IMPAInterrogateFile>(CLSID_CImportM4File, IID_IMPAInterrogateFile); }, argv[2],
+            argc - 3, argv + 3);
+    }
     std::fprintf(stderr, "usage: bench_mp4 interrogate PLATFORM_DIR|- FILE... | taglib FILE... | title TEXT FILE...\n");
     return 2;
 }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 
+#include "common/title_edits.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
 #include "wm/wm_importer.h"
@@ -54,38 +55,13 @@ int TaglibRead(int count, char** files) {
     return failed == 0 ? 0 : 1;
 }
 
-int Title(int count, char** files) {
-    int inPlace = 0, rewritten = 0, failed = 0;
-    for (int i = 0; i < count; ++i) {
-        auto importer = Importer();
-        ComPtr<IMPAMetaProperty> tree, node;
-        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put())) ||
-            Failed(tree->AddText("Track:Name", "A New Title For The Benchmark", 0, true, node.put()))) {
-            ++failed;
-            continue;
-        }
-        node->SetChanged(kChanged);
-        auto handler = QueryAs<IMPAHandleMetaProperties>(importer.get(), IID_IMPAHandleMetaProperties);
-        if (Failed(handler->WriteMetaProperties(tree.get(), handler.get(), 0))) {
-            ++failed;
-            continue;
-        }
-        auto report = QueryAs<IMPAWriteReport>(importer.get(), IID_IMPAWriteReport);
-        char text[1024] = {};
-        uint32_t size = sizeof text;
-        report->GetWriteReport(text, &size);
-        (std::strstr(text, "in place") ? inPlace : rewritten)++;
-    }
-    std::printf("in place %d, rewritten %d, failed %d\n", inPlace, rewritten, failed);
-    return failed == 0 ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc >= 2 && std::strcmp(argv[1], "interrogate") == 0) return Interrogate(argc - 2, argv + 2);
     if (argc >= 2 && std::strcmp(argv[1], "taglib") == 0) return TaglibRead(argc - 2, argv + 2);
-    if (argc >= 2 && std::strcmp(argv[1], "title") == 0) return Title(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "title") == 0)
+        return bench::EditTitles(Importer, "A New Title For The Benchmark", argc - 2, argv + 2);
     std::fprintf(stderr, "usage: bench_wm interrogate|taglib|title FILE...\n");
     return 2;
 }
