@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "common/importer_loops.h"
 #include "host/host.h"
 #include "mediaplatform/av_file_format.h"
 #include "tagvera/importer.h"
@@ -22,14 +23,10 @@ using namespace tagvera;
 int Interrogate(const char* platformDir, int count, char** files) {
     host::HostOptions options;
     options.directories = {{"DT_Plugins", platformDir}};
-    host::Host host(options);
-    int failed = 0;
-    for (int i = 0; i < count; ++i) {
-        auto importer = host.CreateAs<IMPAInterrogateFile>(CLSID_KMAInterrogatePlugin, IID_IMPAInterrogateFile);
-        ComPtr<IMPAMetaProperty> tree;
-        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put()))) ++failed;
-    }
-    return failed == 0 ? 0 : 1;
+    const host::Host host(options);
+    return bench::InterrogateAll(
+        [&] { return host.CreateAs<IMPAInterrogateFile>(CLSID_KMAInterrogatePlugin, IID_IMPAInterrogateFile); }, count,
+        files);
 }
 
 int Floor(int count, char** files) {

@@ -13,7 +13,7 @@
 #include <cstring>
 #include <string>
 
-#include "common/title_edits.h"
+#include "common/importer_loops.h"
 #include "host/host.h"
 #include "tagvera/importer.h"
 #include "tagvera/mp3.h"
@@ -27,16 +27,6 @@ host::HostOptions Options(const char* platformDir) {
     host::HostOptions options;
     if (std::strcmp(platformDir, "-") != 0) options.directories = {{"DT_Plugins", platformDir}};
     return options;
-}
-
-int Interrogate(const host::Host& host, int count, char** files) {
-    int failed = 0;
-    for (int i = 0; i < count; ++i) {
-        auto importer = host.CreateAs<IMPAInterrogateFile>(CLSID_CImportM4File, IID_IMPAInterrogateFile);
-        ComPtr<IMPAMetaProperty> tree;
-        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put()))) ++failed;
-    }
-    return failed == 0 ? 0 : 1;
 }
 
 int TaglibRead(int count, char** files) {
@@ -64,7 +54,12 @@ int TaglibRead(int count, char** files) {
 int main(int argc, char** argv) {
     const std::string mode = argc >= 2 ? argv[1] : "";
     if (mode == "taglib") return TaglibRead(argc - 2, argv + 2);
-    if (argc >= 3 && mode == "interrogate") return Interrogate(host::Host(Options(argv[2])), argc - 3, argv + 3);
+    if (argc >= 3 && mode == "interrogate") {
+        const host::Host host(Options(argv[2]));
+        return bench::InterrogateAll(
+            [&] { return host.CreateAs<IMPAInterrogateFile>(CLSID_CImportM4File, IID_IMPAInterrogateFile); }, argc - 3,
+            argv + 3);
+    }
     if (argc >= 3 && mode == "title") {
         const host::Host host;
         return bench::EditTitles(

@@ -10,7 +10,7 @@
 #include <cstring>
 #include <string>
 
-#include "common/title_edits.h"
+#include "common/importer_loops.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
 #include "wm/wm_importer.h"
@@ -23,16 +23,6 @@ ComPtr<IMPAInterrogateFile> Importer() {
     ComPtr<IUnknown> unknown;
     if (Failed(CreateImportWMAFile(nullptr, nullptr, unknown.put()))) return {};
     return QueryAs<IMPAInterrogateFile>(unknown.get(), IID_IMPAInterrogateFile);
-}
-
-int Interrogate(int count, char** files) {
-    int failed = 0;
-    for (int i = 0; i < count; ++i) {
-        auto importer = Importer();
-        ComPtr<IMPAMetaProperty> tree;
-        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put()))) ++failed;
-    }
-    return failed == 0 ? 0 : 1;
 }
 
 int TaglibRead(int count, char** files) {
@@ -58,7 +48,7 @@ int TaglibRead(int count, char** files) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc >= 2 && std::strcmp(argv[1], "interrogate") == 0) return Interrogate(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "interrogate") == 0) return bench::InterrogateAll(Importer, argc - 2, argv + 2);
     if (argc >= 2 && std::strcmp(argv[1], "taglib") == 0) return TaglibRead(argc - 2, argv + 2);
     if (argc >= 2 && std::strcmp(argv[1], "title") == 0)
         return bench::EditTitles(Importer, "A New Title For The Benchmark", argc - 2, argv + 2);

@@ -1,8 +1,9 @@
-// The title edit the format benchmarks time: through an importer as a host drives it (create,
-// SetFilename, Interrogate, change "Track:Name", WriteMetaProperties), then a count of the edits
-// the write report calls in place and the rest, rewritten.
-#ifndef TAGVERA_BENCH_COMMON_TITLE_EDITS_H
-#define TAGVERA_BENCH_COMMON_TITLE_EDITS_H
+// What the format benchmarks time, through an importer as a host drives it: interrogation (create,
+// SetFilename, Interrogate, release) and a title edit (the same, then "Track:Name" changed and
+// WriteMetaProperties, with a count of the edits the write report calls in place and the rest,
+// rewritten). newImporter makes one importer, through a host or in process.
+#ifndef TAGVERA_BENCH_COMMON_IMPORTER_LOOPS_H
+#define TAGVERA_BENCH_COMMON_IMPORTER_LOOPS_H
 
 #include <cstdio>
 #include <cstring>
@@ -16,8 +17,19 @@
 
 namespace tagvera::bench {
 
-inline int EditTitles(const std::function<ComPtr<IMPAInterrogateFile>()>& newImporter, const char* title, int count,
-                      char** files) {
+using NewImporter = std::function<ComPtr<IMPAInterrogateFile>()>;
+
+inline int InterrogateAll(const NewImporter& newImporter, int count, char** files) {
+    int failed = 0;
+    for (int i = 0; i < count; ++i) {
+        auto importer = newImporter();
+        ComPtr<IMPAMetaProperty> tree;
+        if (!importer || Failed(importer->SetFilename(files[i])) || Failed(importer->Interrogate(tree.put()))) ++failed;
+    }
+    return failed == 0 ? 0 : 1;
+}
+
+inline int EditTitles(const NewImporter& newImporter, const char* title, int count, char** files) {
     int inPlace = 0, rewritten = 0, failed = 0;
     for (int i = 0; i < count; ++i) {
         auto importer = newImporter();
