@@ -35,11 +35,11 @@ public:
         AddRef();
         return TV_S_OK;
     }
-    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs_); }
-    uint32_t TV_STDCALL Release() override {
+    RefCount TV_STDCALL AddRef() override { return static_cast<RefCount>(++refs_); }
+    RefCount TV_STDCALL Release() override {
         const int32_t left = --refs_;
         if (left == 0) delete this;
-        return static_cast<uint32_t>(left < 0 ? 0 : left);
+        return static_cast<RefCount>(left < 0 ? 0 : left);
     }
 
 protected:

@@ -148,8 +148,8 @@ struct NullResponse final : IKMAXMLParserResponse {
         *out = nullptr;
         return tagvera::TV_E_NOINTERFACE;
     }
-    uint32_t TV_STDCALL AddRef() override { return 2; }
-    uint32_t TV_STDCALL Release() override { return 1; }
+    tagvera::RefCount TV_STDCALL AddRef() override { return 2; }
+    tagvera::RefCount TV_STDCALL Release() override { return 1; }
     HRESULT TV_STDCALL OnBeginElement(const char*, IKMAValues*, uint32_t, uint32_t) override { return 0; }
     HRESULT TV_STDCALL OnEndElement(const char*, uint32_t, uint32_t) override { return 0; }
     HRESULT TV_STDCALL OnCharacterData(IKMABuffer*, uint32_t, uint32_t) override { return 0; }

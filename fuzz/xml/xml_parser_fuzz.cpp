@@ -109,8 +109,8 @@ public:
         *out = nullptr;
         return TV_E_NOINTERFACE;
     }
-    uint32_t TV_STDCALL AddRef() override { return 2; }
-    uint32_t TV_STDCALL Release() override { return 1; }
+    tagvera::RefCount TV_STDCALL AddRef() override { return 2; }
+    tagvera::RefCount TV_STDCALL Release() override { return 1; }
     HRESULT TV_STDCALL OnBeginElement(const char* name, IKMAValues* attributes, uint32_t, uint32_t) override {
         sink += std::strlen(name);
         const char* key = nullptr;

@@ -60,6 +60,13 @@ struct IUnknown {
 
 namespace tagvera {
 
+// What AddRef and Release return: the system IUnknown's ULONG on Windows; 32 bits either way.
+#if defined(_WIN32)
+using RefCount = ULONG;
+#else
+using RefCount = uint32_t;
+#endif
+
 // Result codes shared by every interface.
 enum : HRESULT {
     TV_S_OK = 0,

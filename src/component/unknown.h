@@ -18,8 +18,8 @@ public:
     HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {
         return outer_ ? outer_->QueryInterface(iid, out) : InternalQueryInterface(iid, out);
     }
-    uint32_t TV_STDCALL AddRef() override { return outer_ ? outer_->AddRef() : InternalAddRef(); }
-    uint32_t TV_STDCALL Release() override { return outer_ ? outer_->Release() : InternalRelease(); }
+    RefCount TV_STDCALL AddRef() override { return outer_ ? outer_->AddRef() : InternalAddRef(); }
+    RefCount TV_STDCALL Release() override { return outer_ ? outer_->Release() : InternalRelease(); }
 
     // Deleting destructor: the slot after IUnknown's.
     virtual ~CUnknownIMP() = default;
@@ -27,10 +27,10 @@ public:
     // Hands out the non-delegating unknown: the object itself, or an aggregation object for outer.
     virtual HRESULT SetupAggregation(IUnknown* outer, IUnknown** out);
     virtual HRESULT InternalQueryInterface(const GUID& iid, void** out) = 0;
-    virtual uint32_t InternalAddRef() { return static_cast<uint32_t>(++refs_); }
-    virtual uint32_t InternalRelease() {
+    virtual RefCount InternalAddRef() { return static_cast<RefCount>(++refs_); }
+    virtual RefCount InternalRelease() {
         const int32_t left = --refs_;
-        if (left > 0) return static_cast<uint32_t>(left);
+        if (left > 0) return static_cast<RefCount>(left);
         // A FinalRelease that takes and drops a reference of its own must not delete us twice.
         refs_.store(1);
         FinalRelease();
@@ -84,10 +84,10 @@ public:
         }
         return owner_->InternalQueryInterface(iid, out);
     }
-    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs_); }
-    uint32_t TV_STDCALL Release() override {
+    RefCount TV_STDCALL AddRef() override { return static_cast<RefCount>(++refs_); }
+    RefCount TV_STDCALL Release() override {
         const int32_t left = --refs_;
-        if (left > 0) return static_cast<uint32_t>(left);
+        if (left > 0) return static_cast<RefCount>(left);
         delete this;
         return 0;
     }
@@ -118,11 +118,11 @@ HRESULT CreateObject(IUnknown* outer, IUnknown** out) {
 
 // Every interface base of a component repeats IUnknown's three slots; this routes all of them to
 // the one CUnknownIMP implementation (sibling bases do not override each other in C++).
-#define TV_IMPLEMENT_IUNKNOWN                                                                   \
-    HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {                   \
-        return ::tagvera::CUnknownIMP::QueryInterface(iid, out);                                \
-    }                                                                                           \
-    uint32_t TV_STDCALL AddRef() override { return ::tagvera::CUnknownIMP::AddRef(); }          \
-    uint32_t TV_STDCALL Release() override { return ::tagvera::CUnknownIMP::Release(); }
+#define TV_IMPLEMENT_IUNKNOWN                                                                     \
+    HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override {                     \
+        return ::tagvera::CUnknownIMP::QueryInterface(iid, out);                                  \
+    }                                                                                             \
+    ::tagvera::RefCount TV_STDCALL AddRef() override { return ::tagvera::CUnknownIMP::AddRef(); } \
+    ::tagvera::RefCount TV_STDCALL Release() override { return ::tagvera::CUnknownIMP::Release(); }
 
 #endif

@@ -11,7 +11,7 @@ HRESULT FmtProxy::QueryInterface(const GUID& iid, void** out) {
     return TV_S_OK;
 }
 
-uint32_t FmtProxy::Release() {
+RefCount FmtProxy::Release() {
     const uint32_t left = --refs_;
     if (left == 0) delete this;
     return left;

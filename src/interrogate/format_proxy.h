@@ -27,8 +27,8 @@ public:
     void Detach() { target_ = nullptr; }
 
     HRESULT TV_STDCALL QueryInterface(const GUID& iid, void** out) override;
-    uint32_t TV_STDCALL AddRef() override { return ++refs_; }
-    uint32_t TV_STDCALL Release() override;
+    RefCount TV_STDCALL AddRef() override { return ++refs_; }
+    RefCount TV_STDCALL Release() override;
 
     HRESULT TV_STDCALL InitDone(HRESULT status) override;
     HRESULT TV_STDCALL PacketReady(HRESULT, IUnknown*) override { return TV_S_OK; }

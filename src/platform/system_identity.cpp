@@ -1,6 +1,10 @@
 #include "platform/system_identity.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/sysinfo.h>
+#endif
 
 #include <algorithm>
 #include <random>
@@ -30,6 +34,21 @@ std::array<uint8_t, 16> NewGuidBytes() {
 
 std::array<uint8_t, 32> MemoryStatusRecord() {
     std::array<uint8_t, 32> r{};
+#if defined(_WIN32)
+    // The record has the layout of MEMORYSTATUS; the 64-bit call's figures are clipped to it.
+    MEMORYSTATUSEX ms{};
+    ms.dwLength = sizeof ms;
+    if (!::GlobalMemoryStatusEx(&ms)) return r;
+    PutU32(r, 0, 32);
+    PutU32(r, 4, ms.dwMemoryLoad);
+    PutU32(r, 8, ms.ullTotalPhys);
+    PutU32(r, 12, ms.ullAvailPhys);
+    PutU32(r, 16, ms.ullTotalPageFile);
+    PutU32(r, 20, ms.ullAvailPageFile);
+    PutU32(r, 24, ms.ullTotalVirtual);
+    PutU32(r, 28, ms.ullAvailVirtual);
+    return r;
+#else
     struct sysinfo si {};
     if (::sysinfo(&si) != 0) return r;
     const uint64_t unit = si.mem_unit ? si.mem_unit : 1;
@@ -43,6 +62,7 @@ std::array<uint8_t, 32> MemoryStatusRecord() {
     PutU32(r, 24, uint64_t(si.totalhigh) * unit);
     PutU32(r, 28, uint64_t(si.freehigh) * unit);
     return r;
+#endif
 }
 
 }  // namespace tagvera::platform

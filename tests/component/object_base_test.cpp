@@ -34,8 +34,8 @@ struct Counted : Base {
         answer->AddRef();
         return TV_S_OK;
     }
-    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs); }
-    uint32_t TV_STDCALL Release() override { return static_cast<uint32_t>(--refs); }
+    tagvera::RefCount TV_STDCALL AddRef() override { return static_cast<tagvera::RefCount>(++refs); }
+    tagvera::RefCount TV_STDCALL Release() override { return static_cast<tagvera::RefCount>(--refs); }
 };
 
 struct FakeFactory : Counted<IKMAClassFactory> {

@@ -32,8 +32,8 @@ struct Outer : IUnknown {
         *out = nullptr;
         return TV_E_NOINTERFACE;
     }
-    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs); }
-    uint32_t TV_STDCALL Release() override { return static_cast<uint32_t>(--refs); }
+    tagvera::RefCount TV_STDCALL AddRef() override { return static_cast<tagvera::RefCount>(++refs); }
+    tagvera::RefCount TV_STDCALL Release() override { return static_cast<tagvera::RefCount>(--refs); }
 };
 
 uint32_t RefCount(IUnknown* p) {

@@ -221,8 +221,8 @@ std::string Text(HRESULT (IKMAKMEdit::*get)(char*, uint32_t*), IKMAKMEdit3* edit
 
 struct Sink final : IKMAProgressSink {
     HRESULT TV_STDCALL QueryInterface(const GUID&, void**) override { return TV_E_NOINTERFACE; }
-    uint32_t TV_STDCALL AddRef() override { return ++refs; }
-    uint32_t TV_STDCALL Release() override { return --refs; }
+    tagvera::RefCount TV_STDCALL AddRef() override { return ++refs; }
+    tagvera::RefCount TV_STDCALL Release() override { return --refs; }
     HRESULT TV_STDCALL OnProgress(uint32_t percent) override {
         seen.push_back(percent);
         return TV_S_OK;

@@ -57,8 +57,8 @@ public:
         *out = nullptr;
         return TV_E_NOINTERFACE;
     }
-    uint32_t TV_STDCALL AddRef() override { return ++refs_; }
-    uint32_t TV_STDCALL Release() override { return --refs_; }
+    tagvera::RefCount TV_STDCALL AddRef() override { return ++refs_; }
+    tagvera::RefCount TV_STDCALL Release() override { return --refs_; }
 
     HRESULT TV_STDCALL CreateInstance(const GUID& classId, IUnknown* outer, const GUID& iid, void** out) override {
         *out = nullptr;

@@ -74,8 +74,8 @@ public:
         *out = nullptr;
         return TV_E_NOINTERFACE;
     }
-    uint32_t TV_STDCALL AddRef() override { return 1; }
-    uint32_t TV_STDCALL Release() override { return 1; }
+    tagvera::RefCount TV_STDCALL AddRef() override { return 1; }
+    tagvera::RefCount TV_STDCALL Release() override { return 1; }
     HRESULT TV_STDCALL SetFilename(const char*) override { return TV_E_NOTIMPL; }
     HRESULT TV_STDCALL GetSupportedMimeTypes(char*, uint32_t*) override { return TV_E_NOTIMPL; }
     HRESULT TV_STDCALL GetSupportedExtensions(char*, uint32_t*) override { return TV_E_NOTIMPL; }

@@ -50,8 +50,8 @@ public:
         *out = nullptr;
         return TV_E_NOINTERFACE;
     }
-    uint32_t TV_STDCALL AddRef() override { return static_cast<uint32_t>(++refs); }
-    uint32_t TV_STDCALL Release() override { return static_cast<uint32_t>(--refs); }
+    tagvera::RefCount TV_STDCALL AddRef() override { return static_cast<tagvera::RefCount>(++refs); }
+    tagvera::RefCount TV_STDCALL Release() override { return static_cast<tagvera::RefCount>(--refs); }
 
     HRESULT TV_STDCALL OnBeginElement(const char* name, IKMAValues* attributes, uint32_t line,
                                       uint32_t column) override {
