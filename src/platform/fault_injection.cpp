@@ -1,7 +1,11 @@
 #include "platform/fault_injection.h"
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <signal.h>
 #include <unistd.h>
+#endif
 
 #include <array>
 #include <atomic>
@@ -86,7 +90,13 @@ int Check(Step step) {
     const unsigned n = ++s.calls[i];
     const Rule& r = s.rules[i];
     if (r.nth == 0 || n != r.nth) return 0;
-    if (r.osError == kKillProcess) ::kill(::getpid(), SIGKILL);
+    if (r.osError == kKillProcess) {
+#if defined(_WIN32)
+        ::TerminateProcess(::GetCurrentProcess(), 128 + 9);  // as abrupt as SIGKILL, and as scripts see it
+#else
+        ::kill(::getpid(), SIGKILL);
+#endif
+    }
     return r.osError;
 }
 
