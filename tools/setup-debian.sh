@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian 12 packages that building, testing, fuzzing and benchmarking tagvera need;
-# with --build-only, those that building the library and the command needs.
+# with --build-only, those that building the library and the command needs; with --packages,
+# the packages named after it (the Windows cross build's toolchains).
 # Only missing packages are installed; nothing is fetched from anywhere but Debian's archive.
 set -euo pipefail
 
@@ -19,6 +20,7 @@ packages=(
   strace
 )
 [ "${1-}" = --build-only ] && packages=("${build_packages[@]}")
+if [ "${1-}" = --packages ]; then shift; packages=("$@"); fi
 
 missing=()
 for p in "${packages[@]}"; do
