@@ -66,7 +66,7 @@ command_of() {
     tagvera) cmd=("$bench" interrogate "$build/src") ;;
     no-mime) cmd=("$bench" interrogate -) ;;
     taglib) cmd=("$bench" taglib) ;;
-    mutagen) cmd=(/usr/bin/python3 bench/mp4/mutagen_read.py) ;;
+    mutagen) cmd=(/usr/bin/python3 bench/common/mutagen_read.py mp4) ;;
   esac
 }
 tools=(tagvera no-mime taglib mutagen)

@@ -61,7 +61,7 @@ for tool in tagvera taglib mutagen; do
   case $tool in
     tagvera) cmd=("$bench" interrogate) ;;
     taglib) cmd=("$bench" taglib) ;;
-    mutagen) cmd=(/usr/bin/python3 bench/wm/mutagen_read.py) ;;
+    mutagen) cmd=(/usr/bin/python3 bench/common/mutagen_read.py asf) ;;
   esac
   read -r wall cpu < <(bench/mp3_read/time_runs.py 3 "${cmd[@]}" "${repeated[@]}")
   /usr/bin/python3 -c "m = $n * $rounds; print('  %-8s %7.0f files/s wall (%.3f s)  %7.0f files/s CPU (%.3f s)' % ('$tool', m / $wall, $wall, m / $cpu, $cpu))"
