@@ -14,6 +14,7 @@
 #include <string>
 
 #include "common/importer_loops.h"
+#include "common/taglib_read.h"
 #include "host/host.h"
 #include "tagvera/importer.h"
 #include "tagvera/mp3.h"
@@ -29,31 +30,18 @@ host::HostOptions Options(const char* platformDir) {
     return options;
 }
 
-int TaglibRead(int count, char** files) {
-    int failed = 0;
-    unsigned long sum = 0;  // keeps the reads from being optimised away
-    for (int i = 0; i < count; ++i) {
-        TagLib::MP4::File file(files[i], true, TagLib::AudioProperties::Average);
-        if (!file.isValid()) {
-            ++failed;
-            continue;
-        }
-        TagLib::MP4::Tag* tag = file.tag();
-        sum += tag->title().size() + tag->artist().size() + tag->album().size() + tag->genre().size() + tag->track();
-        if (tag->contains("covr"))
-            for (const auto& cover : tag->item("covr").toCoverArtList()) sum += cover.data().size();
-        if (const auto* p = file.audioProperties())
-            sum += unsigned(p->lengthInMilliseconds() + p->bitrate() + p->sampleRate() + p->channels());
-    }
-    std::printf("%lu\n", sum);
-    return failed == 0 ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string mode = argc >= 2 ? argv[1] : "";
-    if (mode == "taglib") return TaglibRead(argc - 2, argv + 2);
+    if (mode == "taglib") {
+        return bench::TaglibRead<TagLib::MP4::File>(argc - 2, argv + 2, [](const TagLib::MP4::Tag& tag) {
+            unsigned long bytes = 0;
+            if (tag.contains("covr"))
+                for (const auto& cover : tag.item("covr").toCoverArtList()) bytes += cover.data().size();
+            return bytes;
+        });
+    }
     if (argc >= 3 && mode == "interrogate") {
         const host::Host host(Options(argv[2]));
         return bench::InterrogateAll(

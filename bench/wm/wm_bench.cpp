@@ -11,6 +11,7 @@
 #include <string>
 
 #include "common/importer_loops.h"
+#include "common/taglib_read.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
 #include "wm/wm_importer.h"
@@ -25,31 +26,18 @@ ComPtr<IMPAInterrogateFile> Importer() {
     return QueryAs<IMPAInterrogateFile>(unknown.get(), IID_IMPAInterrogateFile);
 }
 
-int TaglibRead(int count, char** files) {
-    int failed = 0;
-    unsigned long sum = 0;  // keeps the reads from being optimised away
-    for (int i = 0; i < count; ++i) {
-        TagLib::ASF::File file(files[i], true, TagLib::AudioProperties::Average);
-        if (!file.isValid()) {
-            ++failed;
-            continue;
-        }
-        const TagLib::ASF::Tag* tag = file.tag();
-        sum += tag->title().size() + tag->artist().size() + tag->album().size() + tag->genre().size() + tag->track();
-        if (tag->contains("WM/Picture"))
-            for (const auto& a : tag->attribute("WM/Picture")) sum += a.toPicture().picture().size();
-        if (const auto* p = file.audioProperties())
-            sum += unsigned(p->lengthInMilliseconds() + p->bitrate() + p->sampleRate() + p->channels());
-    }
-    std::printf("%lu\n", sum);
-    return failed == 0 ? 0 : 1;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc >= 2 && std::strcmp(argv[1], "interrogate") == 0) return bench::InterrogateAll(Importer, argc - 2, argv + 2);
-    if (argc >= 2 && std::strcmp(argv[1], "taglib") == 0) return TaglibRead(argc - 2, argv + 2);
+    if (argc >= 2 && std::strcmp(argv[1], "taglib") == 0) {
+        return bench::TaglibRead<TagLib::ASF::File>(argc - 2, argv + 2, [](const TagLib::ASF::Tag& tag) {
+            unsigned long bytes = 0;
+            if (tag.contains("WM/Picture"))
+                for (const auto& a : tag.attribute("WM/Picture")) bytes += a.toPicture().picture().size();
+            return bytes;
+        });
+    }
     if (argc >= 2 && std::strcmp(argv[1], "title") == 0)
         return bench::EditTitles(Importer, "A New Title For The Benchmark", argc - 2, argv + 2);
     std::fprintf(stderr, "usage: bench_wm interrogate|taglib|title FILE...\n");
