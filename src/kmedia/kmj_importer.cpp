@@ -48,20 +48,6 @@ HRESULT AddTextIfAbsent(IMPAMetaProperty* tree, const char* path, const std::str
 
 CImportKMJFile::~CImportKMJFile() = default;
 
-HRESULT CImportKMJFile::InternalQueryInterface(const GUID& iid, void** out) {
-    if (!out) return TV_E_POINTER;
-    if (iid == IID_IUnknown) return Hand(static_cast<IUnknown*>(static_cast<CUnknownIMP*>(this)), out);
-    if (iid == IID_IKNContextUser) return Hand(static_cast<IKNContextUser*>(this), out);
-    if (iid == IID_IMPAInterrogateFile) return Hand(static_cast<IMPAInterrogateFile*>(this), out);
-    if (iid == IID_IMPAHandleMetaProperties2 || iid == IID_IMPAHandleMetaProperties)
-        return Hand(static_cast<IMPAHandleMetaProperties2*>(this), out);
-    if (iid == IID_IMPAInterrogateLite) return Hand(static_cast<IMPAInterrogateLite*>(this), out);
-    if (iid == IID_IMPAStructureReport) return Hand(static_cast<IMPAStructureReport*>(this), out);
-    if (iid == IID_IMPAPropertyCatalog) return Hand(static_cast<IMPAPropertyCatalog*>(this), out);
-    if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
-    return NoInterface(out);
-}
-
 void CImportKMJFile::Forget() {
     tree_.reset();
     jukebox_.reset();

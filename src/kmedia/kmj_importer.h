@@ -12,11 +12,9 @@
 #include <vector>
 
 #include "base/head_tail_source.h"
-#include "component/context_user.h"
-#include "component/unknown.h"
 #include "kmedia/km_edit.h"
 #include "package/importer_kit/component_creators.h"
-#include "package/importer_kit/set_filename_shims.h"
+#include "package/importer_kit/full_importer.h"
 #include "platform/file.h"
 #include "tags/jukebox/jukebox_parser.h"
 #include "tagvera/com_ptr.h"
@@ -28,21 +26,11 @@
 
 namespace tagvera {
 
-class CImportKMJFile : public CUnknownIMP,
-                       public CKCAContextUserMixin,
-                       public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
-                       public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
-                       // The light form makes no jukebox parser: the block is never read.
-                       public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
-                       public IMPAStructureReport,
-                       public IMPAPropertyCatalog,
-                       public IMPAWriteReport {
+// The light form makes no jukebox parser: the block is never read.
+class CImportKMJFile : public CFullImporter<LightForm::Offered> {
 public:
     CImportKMJFile() = default;
     ~CImportKMJFile() override;
-
-    TV_IMPLEMENT_IUNKNOWN
-    HRESULT InternalQueryInterface(const GUID& iid, void** out) override;
 
     HRESULT OpenFile(const char* path, OpenForm form) override;
 

@@ -15,12 +15,10 @@
 #include <vector>
 
 #include "base/head_tail_source.h"
-#include "component/context_user.h"
-#include "component/unknown.h"
 #include "mp3/mp3_preferences.h"
 #include "mp3/mpeg/scan.h"
 #include "package/importer_kit/component_creators.h"
-#include "package/importer_kit/set_filename_shims.h"
+#include "package/importer_kit/full_importer.h"
 #include "platform/file.h"
 #include "tags/id3v2/properties/id3v2_parser.h"
 #include "tags/jukebox/jukebox_parser.h"
@@ -33,24 +31,14 @@
 
 namespace tagvera {
 
-class CImportMP3File : public CUnknownIMP,
-                       public CKCAContextUserMixin,
-                       // The light form opens the file without its ID3v2 tag.
-                       public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
-                       public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
-                       public SetFilenameOpens<IMPAInterrogateLite, OpenForm::Light>,
-                       public IMPAWriteReport,
-                       public IMPAStructureReport,
-                       public IMPAPropertyCatalog {
+// The light form opens the file without its ID3v2 tag.
+class CImportMP3File : public CFullImporter<LightForm::Offered> {
 public:
     // The statistics' "MimeType".
     static constexpr const char* kMimeType = "audio/mp3";
 
     CImportMP3File() = default;
     ~CImportMP3File() override;
-
-    TV_IMPLEMENT_IUNKNOWN
-    HRESULT InternalQueryInterface(const GUID& iid, void** out) override;
 
     // SetFilename of every interface.
     HRESULT OpenFile(const char* path, OpenForm form) override;

@@ -9,11 +9,9 @@
 #include <optional>
 #include <string>
 
-#include "component/context_user.h"
-#include "component/unknown.h"
 #include "mp4/mp4_editor.h"
 #include "package/importer_kit/component_creators.h"
-#include "package/importer_kit/set_filename_shims.h"
+#include "package/importer_kit/full_importer.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/mp3.h"
@@ -22,19 +20,10 @@
 
 namespace tagvera {
 
-class CImportM4File : public CUnknownIMP,
-                      public CKCAContextUserMixin,
-                      public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
-                      public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
-                      public IMPAStructureReport,
-                      public IMPAPropertyCatalog,
-                      public IMPAWriteReport {
+class CImportM4File : public CFullImporter<LightForm::None> {
 public:
     CImportM4File() = default;
     ~CImportM4File() override;
-
-    TV_IMPLEMENT_IUNKNOWN
-    HRESULT InternalQueryInterface(const GUID& iid, void** out) override;
 
     HRESULT OpenFile(const char* path, OpenForm form) override;
 

@@ -41,19 +41,6 @@ std::string FourCC(uint32_t v) {
 
 CImportWMAFile::~CImportWMAFile() = default;
 
-HRESULT CImportWMAFile::InternalQueryInterface(const GUID& iid, void** out) {
-    if (!out) return TV_E_POINTER;
-    if (iid == IID_IUnknown) return Hand(static_cast<IUnknown*>(static_cast<CUnknownIMP*>(this)), out);
-    if (iid == IID_IKNContextUser) return Hand(static_cast<IKNContextUser*>(this), out);
-    if (iid == IID_IMPAInterrogateFile) return Hand(static_cast<IMPAInterrogateFile*>(this), out);
-    if (iid == IID_IMPAHandleMetaProperties2 || iid == IID_IMPAHandleMetaProperties)
-        return Hand(static_cast<IMPAHandleMetaProperties2*>(this), out);
-    if (iid == IID_IMPAStructureReport) return Hand(static_cast<IMPAStructureReport*>(this), out);
-    if (iid == IID_IMPAPropertyCatalog) return Hand(static_cast<IMPAPropertyCatalog*>(this), out);
-    if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
-    return NoInterface(out);
-}
-
 HRESULT CImportWMAFile::OpenFile(const char* path, OpenForm) {
     if (!path) return TV_E_POINTER;
     return Guard([&]() -> HRESULT {

@@ -8,10 +8,8 @@
 #include <cstdint>
 #include <string>
 
-#include "component/context_user.h"
-#include "component/unknown.h"
 #include "package/importer_kit/component_creators.h"
-#include "package/importer_kit/set_filename_shims.h"
+#include "package/importer_kit/full_importer.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
@@ -22,19 +20,10 @@
 
 namespace tagvera {
 
-class CImportWMAFile : public CUnknownIMP,
-                       public CKCAContextUserMixin,
-                       public SetFilenameOpens<IMPAInterrogateFile, OpenForm::Full>,
-                       public SetFilenameOpens<IMPAHandleMetaProperties2, OpenForm::Full>,
-                       public IMPAStructureReport,
-                       public IMPAPropertyCatalog,
-                       public IMPAWriteReport {
+class CImportWMAFile : public CFullImporter<LightForm::None> {
 public:
     CImportWMAFile() = default;
     ~CImportWMAFile() override;
-
-    TV_IMPLEMENT_IUNKNOWN
-    HRESULT InternalQueryInterface(const GUID& iid, void** out) override;
 
     HRESULT OpenFile(const char* path, OpenForm form) override;
 
