@@ -8,6 +8,7 @@
 #include "image/exif_table.h"
 #include "image/image_importer.h"
 #include "image/probe.h"
+#include "package/importer_kit/write_report.h"
 #include "platform/file_lock.h"
 #include "platform/safe_write.h"
 
@@ -30,21 +31,12 @@ void CheckSamePicture(std::vector<uint8_t>& written, const image::ImageFacts& be
         throw Error(TV_E_FAIL, "the rewritten file is not the same picture");
 }
 
-// The report of a failed write; a report that cannot be made leaves the result code alone.
-void NotWritten(std::string& report, const char* reason) noexcept {
-    try {
-        report = std::string("not written: ") + reason + "\n";
-    } catch (...) {
-        report.clear();
-    }
-}
-
 }  // namespace
 
 HRESULT CImageMetadataPlugin::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHandleMetaProperties*, uint32_t) {
     if (!tree) return TV_E_INVALIDARG;
     writeReport_.clear();
-    try {
+    return GuardWrite(writeReport_, [&]() -> HRESULT {
         if (const HRESULT hr = Load(); Failed(hr)) {
             writeReport_ = "not written: " + problem_ + "\n";
             return hr;
@@ -74,16 +66,7 @@ HRESULT CImageMetadataPlugin::WriteMetaProperties(IMPAMetaProperty* tree, IMPAHa
         loaded_.reset();  // the next interrogation describes the file as written
         writeReport_ = report;
         return TV_S_OK;
-    } catch (const Error& e) {
-        NotWritten(writeReport_, e.what());
-        return e.code();
-    } catch (const std::bad_alloc&) {
-        NotWritten(writeReport_, "out of memory");
-        return TV_E_OUTOFMEMORY;
-    } catch (...) {
-        NotWritten(writeReport_, "the write failed");
-        return TV_E_FAIL;
-    }
+    });
 }
 
 }  // namespace tagvera

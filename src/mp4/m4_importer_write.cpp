@@ -11,6 +11,7 @@
 #include "mp4/item_table.h"
 #include "mp4/m4_importer.h"
 #include "mp4/movie_write.h"
+#include "package/importer_kit/write_report.h"
 #include "platform/file_lock.h"
 #include "platform/safe_write.h"
 #include "tagvera/com_ptr.h"
@@ -108,20 +109,12 @@ void WriteMovie(platform::FileWriteLock& lock, const mp4::MovieWrite& plan, uint
     platform::RewriteFile(lock, layout);
 }
 
-void NotWritten(std::string& report, const std::string& reason) noexcept {
-    try {
-        report = "not written: " + reason + "\n";
-    } catch (...) {
-        report.clear();
-    }
-}
-
 }  // namespace
 
 HRESULT CImportM4File::Store(IMPAMetaProperty* tree, IMPAHandleMetaProperties* source, bool force, bool strip) {
     writeReport_.clear();
     if (path_.empty()) return TV_E_NOTLOADED;
-    try {
+    const HRESULT written = GuardWrite(writeReport_, [&]() -> HRESULT {
         platform::FileWriteLock lock(path_);
         CMp4Editor editor;
         editor.LoadMetadata(lock.file());
@@ -137,16 +130,9 @@ HRESULT CImportM4File::Store(IMPAMetaProperty* tree, IMPAHandleMetaProperties* s
         if (plan.kind == mp4::MovieWrite::Kind::Nothing) return TV_S_INCOMPLETE;
         WriteMovie(lock, plan, lock.file().size());
         writeReport_ = report + plan.how + "\n";
-    } catch (const Error& e) {
-        NotWritten(writeReport_, e.what());
-        return e.code();
-    } catch (const std::bad_alloc&) {
-        NotWritten(writeReport_, "out of memory");
-        return TV_E_OUTOFMEMORY;
-    } catch (...) {
-        NotWritten(writeReport_, "the write failed");
-        return TV_E_FAIL;
-    }
+        return TV_S_OK;
+    });
+    if (written != TV_S_OK) return written;
     Load();  // the next interrogation describes the file as written
     return TV_S_INCOMPLETE;
 }

@@ -5,6 +5,7 @@
 #include "base/error.h"
 #include "metaprop/node_access.h"
 #include "metaprop/property_access.h"
+#include "package/importer_kit/write_report.h"
 #include "platform/file.h"
 #include "platform/interrupted_write.h"
 #include "tagvera/vocabulary.h"
@@ -13,15 +14,6 @@
 
 namespace tagvera {
 namespace {
-
-// The report of a failed write; a report that cannot be made leaves the result code alone.
-void NotWritten(std::string& report, const std::string& reason) noexcept {
-    try {
-        report = "not written: " + reason + "\n";
-    } catch (...) {
-        report.clear();
-    }
-}
 
 std::string HowWritten(const wm::FlushOutcome& done) {
     if (!done.written) return "";
