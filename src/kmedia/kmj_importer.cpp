@@ -167,7 +167,6 @@ HRESULT CImportKMJFile::GetSupportedExtensions(char* buffer, uint32_t* size) {
     return CopyListOut(kExtensions.view(), buffer, size);
 }
 
-HRESULT CImportKMJFile::GetWriteReport(char* buffer, uint32_t* size) { return CopyListOut(writeReport_, buffer, size); }
 
 HRESULT CreateImportKMJFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out) {
     return CreateManagedComponent<CImportKMJFile>(package, outer, out);

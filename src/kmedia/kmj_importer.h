@@ -64,9 +64,6 @@ public:
     // IMPAPropertyCatalog
     HRESULT TV_STDCALL GetPropertyCatalog(char* buffer, uint32_t* size) override;
 
-    // IMPAWriteReport
-    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
-
 private:
     void Forget();
     HRESULT Fill(IMPAMetaProperty** out, OpenForm form);
@@ -90,7 +87,6 @@ private:
     ComPtr<IMPAKJMDParser> jukebox_;
     bool jukeboxLoaded_ = false;
     bool jukeboxPresent_ = false;
-    std::string writeReport_;  // kept across the reopen that ends every write
 };
 
 }  // namespace tagvera

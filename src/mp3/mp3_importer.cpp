@@ -159,7 +159,6 @@ HRESULT CImportMP3File::SetOption(uintptr_t option, uintptr_t value) {
     return TV_S_OK;
 }
 
-HRESULT CImportMP3File::GetWriteReport(char* buffer, uint32_t* size) { return CopyListOut(writeReport_, buffer, size); }
 HRESULT CImportMP3File::SetOption2(uintptr_t, uintptr_t) { return TV_S_OK; }
 
 HRESULT CImportMP3File::GetSupportedMimeTypes(char* buffer, uint32_t* size) {

@@ -54,9 +54,6 @@ public:
     // IMPAInterrogateLite
     HRESULT TV_STDCALL InterrogateLite(IMPAMetaProperty** tree) override;
 
-    // IMPAWriteReport
-    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
-
     // IMPAStructureReport (mp3_structure_report.cpp)
     HRESULT TV_STDCALL GetStructureReport(const char* path, uint32_t form, IKMABuffer** report,
                                           IKMABuffer** reason) override;
@@ -110,7 +107,6 @@ private:
     bool jukeboxUnreadable_ = false;  // the loaded tags had a jukebox frame whose block did not read
     // kMp3OptionXingRepair: opening a writable file may correct its Xing header.
     bool xingRepair_ = true;
-    std::string writeReport_;
 };
 
 }  // namespace tagvera

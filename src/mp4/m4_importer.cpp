@@ -176,7 +176,6 @@ HRESULT CImportM4File::GetSupportedMimeTypes(char*, uint32_t*) { return TV_S_OK;
 HRESULT CImportM4File::GetSupportedExtensions(char* buffer, uint32_t* size) {
     return CopyListOut(kExtensions.view(), buffer, size);
 }
-HRESULT CImportM4File::GetWriteReport(char* buffer, uint32_t* size) { return CopyListOut(writeReport_, buffer, size); }
 
 HRESULT CreateImportM4File(IKCAPackage_* package, IUnknown* outer, IUnknown** out) {
     return CreateManagedComponent<CImportM4File>(package, outer, out);

@@ -52,9 +52,6 @@ public:
     // IMPAPropertyCatalog (m4_property_catalog.cpp)
     HRESULT TV_STDCALL GetPropertyCatalog(char* buffer, uint32_t* size) override;
 
-    // IMPAWriteReport
-    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
-
 private:
     HRESULT Fill(IMPAMetaProperty* tree, IMPAFileProperties* stats);
     // Loads the file anew into editor_; false (editor_ unset) when it cannot be read.
@@ -65,7 +62,6 @@ private:
     std::string path_;
     uint64_t fileSize_ = 0;
     std::optional<mp4::CMp4Editor> editor_;
-    std::string writeReport_;
 };
 
 }  // namespace tagvera

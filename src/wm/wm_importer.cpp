@@ -185,7 +185,6 @@ HRESULT CImportWMAFile::GetSupportedExtensions(char* buffer, uint32_t* size) {
     return CopyListOut(kExtensions.view(), buffer, size);
 }
 
-HRESULT CImportWMAFile::GetWriteReport(char* buffer, uint32_t* size) { return CopyListOut(writeReport_, buffer, size); }
 
 HRESULT CreateImportWMAFile(IKCAPackage_* package, IUnknown* outer, IUnknown** out) {
     return CreateManagedComponent<CImportWMAFile>(package, outer, out);

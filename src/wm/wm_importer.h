@@ -50,8 +50,6 @@ public:
                                           IKMABuffer** reason) override;
     // IMPAPropertyCatalog (wm_property_catalog.cpp)
     HRESULT TV_STDCALL GetPropertyCatalog(char* buffer, uint32_t* size) override;
-    // IMPAWriteReport
-    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override;
 
 private:
     HRESULT Fill(IMPAMetaProperty* tree);
@@ -68,7 +66,6 @@ private:
     bool video_ = false;
     uint32_t bitrate_ = 0, channels_ = 0, duration_ = 0;
     std::string path_;
-    std::string writeReport_;
 };
 
 }  // namespace tagvera

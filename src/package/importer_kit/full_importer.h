@@ -1,14 +1,17 @@
 // The base of an importer that offers a host everything: interrogation, writing (with the write
 // options), the structure report, the property catalog and the write report, and with a light form
-// the interrogation that skips what is costly to read. It answers QueryInterface for that set; the
-// importer implements the operations and its one OpenFile (set_filename_shims.h).
+// the interrogation that skips what is costly to read. It answers QueryInterface for that set and
+// hands out the report of the last write; the importer implements the other operations and its one
+// OpenFile (set_filename_shims.h).
 #ifndef TAGVERA_PACKAGE_IMPORTER_KIT_FULL_IMPORTER_H
 #define TAGVERA_PACKAGE_IMPORTER_KIT_FULL_IMPORTER_H
 
+#include <string>
 #include <type_traits>
 
 #include "component/context_user.h"
 #include "component/unknown.h"
+#include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/set_filename_shims.h"
 #include "tagvera/importer.h"
 #include "tagvera/mp3.h"
@@ -48,6 +51,13 @@ public:
         if (iid == IID_IMPAWriteReport) return Hand(static_cast<IMPAWriteReport*>(this), out);
         return NoInterface(out);
     }
+
+    HRESULT TV_STDCALL GetWriteReport(char* buffer, uint32_t* size) override {
+        return CopyListOut(writeReport_, buffer, size);
+    }
+
+protected:
+    std::string writeReport_;  // the lines of the last write
 };
 
 }  // namespace tagvera
