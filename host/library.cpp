@@ -1,43 +1,42 @@
 #include "host/library.h"
 
-#include <dlfcn.h>
-
-#include <cstdlib>
+#include "host/module_loader.h"
 
 namespace tagvera::host {
 
 std::string Library::DefaultPath() {
-    if (const char* env = std::getenv("TAGVERA_LIBRARY"); env && *env) return env;
+    if (std::string env = EnvironmentValue("TAGVERA_LIBRARY"); !env.empty()) return env;
     return TAGVERA_LIBRARY_SONAME;
 }
 
 namespace {
-std::string LoaderError() {
-    const char* e = ::dlerror();
-    return e ? e : "unknown loader error";
+void* Load(const std::string& path) {
+    std::string why;
+    void* module = LoadModule(path, why);
+    if (!module) throw HostError("cannot load '" + path + "': " + why);
+    return module;
 }
 }  // namespace
 
-Library::Library(const std::string& path) : path_(path), handle_(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-    if (!handle_) throw HostError("cannot load '" + path + "': " + LoaderError());
+Library::Library(const std::string& path) : path_(path), handle_(Load(path)) {
     try {
         createInstance_ = reinterpret_cast<KMACreateInstanceFn>(Find(kCreateInstanceSymbol));
         shutdown_ = reinterpret_cast<KMAShutdownFn>(Find(kShutdownSymbol));
         setAccessPath_ = reinterpret_cast<SetDLLAccessPathFn>(Find(kSetAccessPathSymbol));
     } catch (...) {
-        ::dlclose(handle_);
+        UnloadModule(handle_);
         throw;
     }
 }
 
 Library::~Library() {
-    if (!keepLoaded_) ::dlclose(handle_);
+    if (!keepLoaded_) UnloadModule(handle_);
 }
 
 void* Library::Find(const char* symbol) const {
-    ::dlerror();
-    void* address = ::dlsym(handle_, symbol);
-    if (!address) throw HostError("'" + path_ + "' has no symbol '" + symbol + "': " + LoaderError());
+    std::string why;
+    void* address = FindSymbol(handle_, symbol, why);
+    if (!address) throw HostError("'" + path_ + "' has no symbol '" + symbol + "': " + why);
     return address;
 }
 

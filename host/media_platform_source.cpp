@@ -1,14 +1,12 @@
 #include "host/media_platform_source.h"
 
-#include <dlfcn.h>
-
-#include <cstdlib>
+#include "host/module_loader.h"
 
 namespace tagvera::host {
 namespace {
 
 std::string ModulePath(const DirectoryList& directories) {
-    if (const char* env = std::getenv("TAGVERA_MEDIA_PLATFORM"); env && *env) return env;
+    if (std::string env = EnvironmentValue("TAGVERA_MEDIA_PLATFORM"); !env.empty()) return env;
     for (const auto& [kind, directory] : directories)
         if (kind == "DT_Plugins" && !directory.empty())
             return directory + (directory.back() == '/' ? "" : "/") + kMediaPlatformLibrary;
@@ -32,14 +30,14 @@ HRESULT MediaPlatformSource::Get(IKMAClassFactory* factory, void** out) {
 HRESULT MediaPlatformSource::Load(IKMAClassFactory* factory) {
     const std::string path = ModulePath(directories_);
     // Kept for the life of the process: notifications the module queued may still be waiting.
-    void* module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    std::string why;
+    void* module = LoadModule(path, why);
     if (!module) {
-        const char* why = ::dlerror();
-        problem_ = "cannot load '" + path + "': " + (why ? why : "unknown loader error");
+        problem_ = "cannot load '" + path + "': " + why;
         return TV_E_FAIL;
     }
-    auto setAccessPath = reinterpret_cast<VXSetDLLAccessPathFn>(::dlsym(module, kMediaPlatformAccessPathEntryPoint));
-    auto create = reinterpret_cast<VXCreateMediaPlatformExFn>(::dlsym(module, kMediaPlatformEntryPoint));
+    auto setAccessPath = reinterpret_cast<VXSetDLLAccessPathFn>(FindSymbol(module, kMediaPlatformAccessPathEntryPoint, why));
+    auto create = reinterpret_cast<VXCreateMediaPlatformExFn>(FindSymbol(module, kMediaPlatformEntryPoint, why));
     if (!setAccessPath || !create) {
         problem_ = "'" + path + "' lacks the media platform's entry points";
         return TV_E_FAIL;

@@ -1,6 +1,7 @@
-// The media platform: a separate library (libvxmedpltfm.so) that opens media files of every kind
-// through file-format plug-ins. The host loads it and hands the platform out through its context
-// (QueryInterface for IID_IKMAMediaPlatform); the generic interrogator is its consumer.
+// The media platform: a separate library (libvxmedpltfm.so; vxmedpltfm.dll on Windows) that opens
+// media files of every kind through file-format plug-ins. The host loads it and hands the platform
+// out through its context (QueryInterface for IID_IKMAMediaPlatform); the generic interrogator is
+// its consumer.
 //
 // Every operation answers at once; what it produces arrives later as a notification on a
 // response interface, queued for the calling thread. DispatchNextMessage runs one queued
@@ -71,14 +72,18 @@ struct IKMAMediaPlatform : IUnknown {
 };
 
 extern "C" {
-// libvxmedpltfm.so's entry points: the host's directory list in SetDLLAccessPath's form, and
+// The platform library's entry points: the host's directory list in SetDLLAccessPath's form, and
 // a new platform that makes buffers and value lists through factory.
 typedef HRESULT(TV_STDCALL* VXSetDLLAccessPathFn)(const char* list);
 typedef HRESULT(TV_STDCALL* VXCreateMediaPlatformExFn)(IKMAClassFactory* factory, IKMAMediaPlatform** out);
 }
 
 namespace tagvera {
+#if defined(_WIN32)
+inline constexpr char kMediaPlatformLibrary[] = "vxmedpltfm.dll";
+#else
 inline constexpr char kMediaPlatformLibrary[] = "libvxmedpltfm.so";
+#endif
 inline constexpr char kMediaPlatformEntryPoint[] = "VXCreateMediaPlatformEx";
 inline constexpr char kMediaPlatformAccessPathEntryPoint[] = "VXSetDLLAccessPath";
 inline constexpr char kPluginTypeFileFormat[] = "PLUGIN_FILE_FORMAT";
