@@ -3,11 +3,19 @@
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+#endif
 
 #include "cli/command.h"
 #include "cli/command_registry.h"
 #include "cli/result_words.h"
 #include "host/library.h"
+#include "host/wide_text.h"
 
 namespace tagvera::cli {
 namespace {
@@ -136,14 +144,32 @@ int Main(int argc, char** argv) {
     }
 }
 
+int MainGuarded(int argc, char** argv) {
+    try {
+        return Main(argc, argv);
+    } catch (const std::exception& e) {
+        std::cerr << "tagvera: " << e.what() << '\n';
+        return kExitDataError;
+    }
+}
+
 }  // namespace
 }  // namespace tagvera::cli
 
-int main(int argc, char** argv) {
-    try {
-        return tagvera::cli::Main(argc, argv);
-    } catch (const std::exception& e) {
-        std::cerr << "tagvera: " << e.what() << '\n';
-        return tagvera::cli::kExitDataError;
-    }
+#if defined(_WIN32)
+// Windows hands the arguments over as UTF-16; the command and the library speak UTF-8, and so does
+// the console once told to. Standard output is binary: a picture written there by `extract -o -`
+// must not have its line feeds turned into CR LF.
+int wmain(int argc, wchar_t** wideArgv) {
+    std::vector<std::string> args;
+    for (int i = 0; i < argc; ++i) args.push_back(tagvera::host::Utf8FromWide(wideArgv[i]));
+    std::vector<char*> argv;
+    for (auto& a : args) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    ::SetConsoleOutputCP(CP_UTF8);
+    ::_setmode(::_fileno(stdout), _O_BINARY);
+    return tagvera::cli::MainGuarded(argc, argv.data());
 }
+#else
+int main(int argc, char** argv) { return tagvera::cli::MainGuarded(argc, argv); }
+#endif

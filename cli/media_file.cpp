@@ -1,4 +1,5 @@
 #include "cli/media_file.h"
+#include "cli/path_text.h"
 #include "cli/result_words.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 
 #include "host/component_info.h"
 #include "host/result_text.h"
+#include "host/wide_text.h"
 #include "tagvera/mp3.h"
 
 namespace tagvera::cli {
@@ -24,7 +26,7 @@ bool ListedByAnImporter(const host::Host& host, const std::string& path) {
 void WalkFolder(const host::Host& host, const std::string& folder, std::vector<MediaInput>& out, SkippedTypes* skipped) {
     std::vector<std::string> found;
     std::error_code ec;
-    fs::recursive_directory_iterator it(folder, fs::directory_options::skip_permission_denied, ec);
+    fs::recursive_directory_iterator it(Utf8Path(folder), fs::directory_options::skip_permission_denied, ec);
     if (ec) {
         out.push_back({folder, "cannot list the folder: " + ec.message()});
         return;
@@ -33,8 +35,9 @@ void WalkFolder(const host::Host& host, const std::string& folder, std::vector<M
         if (ec) break;
         std::error_code typeError;
         if (!it->is_regular_file(typeError)) continue;
-        if (ListedByAnImporter(host, it->path().string())) found.push_back(it->path().string());
-        else if (skipped) ++(*skipped)[it->path().extension().string()];
+        std::string path = PathUtf8(it->path());
+        if (ListedByAnImporter(host, path)) found.push_back(std::move(path));
+        else if (skipped) ++(*skipped)[PathUtf8(it->path().extension())];
     }
     std::sort(found.begin(), found.end());
     for (auto& path : found) out.push_back({std::move(path), ""});
@@ -54,7 +57,11 @@ std::string OpenFailure(HRESULT hr, const host::ComponentInfo& importer) {
 }  // namespace
 
 std::string UnreadableReason(const std::string& path) {
+#if defined(_WIN32)
+    std::FILE* file = ::_wfopen(host::WideFromUtf8(path).c_str(), L"rb");
+#else
     std::FILE* file = std::fopen(path.c_str(), "rb");
+#endif
     if (!file) return std::string("cannot open: ") + std::strerror(errno);
     std::fclose(file);
     return "";
@@ -74,11 +81,11 @@ std::vector<MediaInput> CollectInputs(const host::Host& host, const std::vector<
     for (const std::string& name : names) {
         std::error_code ec;
         // Most names are files: their size is the one look they need.
-        if (const uint64_t size = fs::file_size(name, ec); !ec) {
+        if (const uint64_t size = fs::file_size(Utf8Path(name), ec); !ec) {
             inputs.push_back({name, "", size});
             continue;
         }
-        const fs::file_status status = fs::status(name, ec);
+        const fs::file_status status = fs::status(Utf8Path(name), ec);
         if (fs::is_directory(status)) {
             if (recursive) WalkFolder(host, name, inputs, skipped);
             else inputs.push_back({name, "is a folder (-r reads the files in it)"});
@@ -101,10 +108,10 @@ MediaFile ReadMediaFile(const host::Host& host, const MediaInput& input) {
     MediaFile media;
     media.path = path;
     // One look at the file for most paths; only a size that cannot be had is worth a second.
-    media.actualSize = input.size ? *input.size : fs::file_size(path, ec);
+    media.actualSize = input.size ? *input.size : fs::file_size(Utf8Path(path), ec);
     if (ec) {
         std::error_code statusError;
-        const fs::file_status status = fs::status(path, statusError);
+        const fs::file_status status = fs::status(Utf8Path(path), statusError);
         if (!fs::exists(status)) throw DataError(path, "no such file");
         if (fs::is_directory(status)) throw DataError(path, "is a folder (-r reads the files in it)");
         if (!fs::is_regular_file(status)) throw DataError(path, "not a regular file");

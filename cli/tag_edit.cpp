@@ -10,6 +10,7 @@
 #include <ostream>
 
 #include "cli/jobs.h"
+#include "cli/path_text.h"
 #include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tool_services.h"
@@ -73,9 +74,16 @@ std::string Indented(const std::string& report) {
 // A file without any write permission bit is read-only even for a user whom the system lets write
 // it anyway, as the library treats it.
 bool WritableByItsMode(const std::string& path) {
+#if defined(_WIN32)
+    // Windows has one read-only attribute, which the system's permissions show as no write bit.
+    std::error_code ec;
+    const auto permissions = std::filesystem::status(Utf8Path(path), ec).permissions();
+    return !ec && (permissions & std::filesystem::perms::owner_write) != std::filesystem::perms::none;
+#else
     struct stat st {};
     return ::stat(path.c_str(), &st) == 0 && (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 &&
            ::access(path.c_str(), W_OK) == 0;
+#endif
 }
 
 }  // namespace
@@ -85,7 +93,7 @@ bool IsPropertyArgument(const std::string& arg) {
     const size_t colon = name.find(':');
     if (!IsAlias(name) && (colon == std::string::npos || colon == 0 || colon + 1 == name.size())) return false;
     std::error_code ec;
-    return !std::filesystem::exists(arg, ec);
+    return !std::filesystem::exists(Utf8Path(arg), ec);
 }
 
 EditRun ParseEditFlags(const ParsedArgs& parsed, bool parallel) {

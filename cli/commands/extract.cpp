@@ -9,6 +9,7 @@
 #include "cli/result_words.h"
 #include "cli/command_registry.h"
 #include "cli/media_file.h"
+#include "cli/path_text.h"
 #include "cli/property_view.h"
 #include "cli/tool_services.h"
 #include "host/result_text.h"
@@ -42,9 +43,9 @@ int Run(CommandContext& ctx, const Args& args) {
     if (!output || output->empty()) throw UsageError("name the output with -o FILE (or -o - for standard output)");
     const std::string& file = parsed.positional[0];
     const std::string& path = parsed.positional[1];
-    if (const auto folder = std::filesystem::path(*output).parent_path(); *output != "-" && !folder.empty()) {
+    if (const auto folder = Utf8Path(*output).parent_path(); *output != "-" && !folder.empty()) {
         std::error_code ec;
-        if (!std::filesystem::is_directory(folder, ec)) throw DataError(*output, "no such folder: " + folder.string());
+        if (!std::filesystem::is_directory(folder, ec)) throw DataError(*output, "no such folder: " + PathUtf8(folder));
     }
 
     const MediaFile media = ReadMediaFile(ctx.host(), file);

@@ -5,6 +5,7 @@
 
 #include "cli/args.h"
 #include "cli/command_registry.h"
+#include "cli/path_text.h"
 #include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tag_edit.h"
@@ -74,17 +75,19 @@ int Run(CommandContext& ctx, const Args& args) {
     const std::vector<std::string> files(parsed.positional.begin() + 1, parsed.positional.end());
     return ForEachFile(ctx, run, files, [&](CommandContext& fileCtx, const std::string& file) {
         const MediaFile media = ReadMediaFile(fileCtx.host(), file);
-        const std::filesystem::path from(file);
-        const std::filesystem::path to = from.parent_path() / (NewName(pattern, media.tree.get(), file) + from.extension().string());
+        const std::filesystem::path from = Utf8Path(file);
+        const std::filesystem::path to =
+            from.parent_path() / Utf8Path(NewName(pattern, media.tree.get(), file) + PathUtf8(from.extension()));
+        const std::string toText = PathUtf8(to);
         if (to == from) return Unchanged(fileCtx, run, file, "named so already");
         std::error_code ec;
-        if (std::filesystem::exists(to, ec)) throw DataError(file, "not renamed: \"" + to.string() + "\" exists already");
+        if (std::filesystem::exists(to, ec)) throw DataError(file, "not renamed: \"" + toText + "\" exists already");
         if (!run.dryRun) {
             ComPtr<IKMABuffer> reason;
-            if (const HRESULT hr = ToolServices(fileCtx)->RenameFile(file.c_str(), to.c_str(), reason.put()); Failed(hr))
+            if (const HRESULT hr = ToolServices(fileCtx)->RenameFile(file.c_str(), toText.c_str(), reason.put()); Failed(hr))
                 throw DataError(file, "not renamed: " + FailureText(hr, reason.get()));
         }
-        if (!run.quiet || run.dryRun) fileCtx.out << file << " -> " << to.string() << '\n';
+        if (!run.quiet || run.dryRun) fileCtx.out << file << " -> " << toText << '\n';
         return run.dryRun ? EditOutcome::Previewed : EditOutcome::Written;
     });
 }

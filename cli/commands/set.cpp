@@ -9,6 +9,7 @@
 
 #include "cli/command_registry.h"
 #include "cli/jobs.h"
+#include "cli/path_text.h"
 #include "cli/property_names.h"
 #include "cli/property_view.h"
 #include "cli/tag_edit.h"
@@ -41,7 +42,7 @@ Assignment ParseAssignment(const std::string& arg, const PropertyNames& names, b
 // The picture's type by its first bytes, whatever its name says; null for anything else.
 const char* PictureMime(const std::string& file) {
     char head[8] = {};
-    std::ifstream in(file, std::ios::binary);
+    std::ifstream in(Utf8Path(file), std::ios::binary);
     in.read(head, sizeof head);
     const auto starts = [&](std::string_view magic) {
         return static_cast<size_t>(in.gcount()) >= magic.size() && std::memcmp(head, magic.data(), magic.size()) == 0;
@@ -69,7 +70,7 @@ void Apply(IMPAMetaProperty* tree, const Assignment& a, const std::string& file)
     }
     ComPtr<IMPAMetaProperty> node;
     if (a.pictureMime) {
-        const std::string source = std::filesystem::absolute(a.value).string();
+        const std::string source = PathUtf8(std::filesystem::absolute(Utf8Path(a.value)));
         HRESULT hr = group->AddProperty(a.name.c_str(), kTypeFileReference, 0, reinterpret_cast<const uint8_t*>(source.c_str()),
                                         static_cast<uint32_t>(source.size() + 1), true, node.put());
         if (Succeeded(hr) && node) hr = node->AddText("MimeType", a.pictureMime, 0, true, nullptr);
@@ -104,9 +105,9 @@ int Run(CommandContext& ctx, const Args& args) {
     if (auto picture = parsed.option("--picture")) {
         Assignment a = ParseAssignment(*picture, names, custom);
         std::error_code ec;
-        if (!std::filesystem::is_regular_file(a.value, ec)) throw UsageError("no picture file \"" + a.value + "\"");
+        if (!std::filesystem::is_regular_file(Utf8Path(a.value), ec)) throw UsageError("no picture file \"" + a.value + "\"");
         // The library takes no larger reference: an ID3v2 frame cannot hold more.
-        if (std::filesystem::file_size(a.value, ec) > (uintmax_t(256) << 20))
+        if (std::filesystem::file_size(Utf8Path(a.value), ec) > (uintmax_t(256) << 20))
             throw UsageError("picture file \"" + a.value + "\" is larger than 256 MB");
         a.pictureMime = PictureMime(a.value);
         if (!a.pictureMime) throw UsageError("\"" + a.value + "\" is not a picture (a JPEG, PNG, GIF or BMP file)");

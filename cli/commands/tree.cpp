@@ -14,6 +14,7 @@
 #include "cli/command_registry.h"
 #include "cli/result_words.h"
 #include "cli/json.h"
+#include "cli/path_text.h"
 #include "cli/property_view.h"
 #include "cli/tool_services.h"
 #include "tagvera/metaprop_serialize.h"
@@ -36,7 +37,7 @@ struct StoredForm {
 };
 
 Bytes ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(Utf8Path(path), std::ios::binary);
     if (!in) throw DataError(path, "cannot open: " + std::string(std::strerror(errno)));
     Bytes bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (in.bad()) throw DataError(path, "cannot read");
