@@ -1,5 +1,7 @@
 #include "platform/text.h"
 
+#include <vector>
+
 namespace tagvera::text {
 
 void AppendUtf8(std::string& out, char32_t cp) {
@@ -194,6 +196,23 @@ std::string Utf8ToUtf16(std::string_view in, bool bigEndian, bool* lossy) {
     }
     return out;
 }
+
+#if defined(_WIN32)
+std::wstring Utf8ToWide(std::string_view utf8) {
+    const std::string bytes = Utf8ToUtf16(utf8, false);
+    std::wstring out(bytes.size() / 2, L'\0');
+    for (size_t i = 0; i < out.size(); ++i)
+        out[i] = static_cast<wchar_t>(static_cast<uint8_t>(bytes[2 * i]) | static_cast<uint8_t>(bytes[2 * i + 1]) << 8);
+    return out;
+}
+
+std::string WideToUtf8(std::wstring_view wide) {
+    std::vector<uint8_t> bytes;
+    bytes.reserve(wide.size() * 2);
+    for (const wchar_t c : wide) bytes.push_back(static_cast<uint8_t>(c & 0xFF)), bytes.push_back(static_cast<uint8_t>(c >> 8));
+    return Utf16ToUtf8(bytes, false);
+}
+#endif
 
 std::string AnsiToUtf8(std::string_view ansi) { return SanitizeUtf8(ansi); }
 std::string Utf8ToAnsi(std::string_view utf8) { return std::string(utf8); }

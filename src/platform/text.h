@@ -35,6 +35,13 @@ std::string Utf16ToUtf8(std::span<const uint8_t> in, bool bigEndian, bool* lossy
 std::string Utf16BomToUtf8(std::span<const uint8_t> in, bool bigEndianWithoutBom, bool* lossy = nullptr);
 std::string Utf8ToUtf16(std::string_view in, bool bigEndian, bool* lossy = nullptr);
 
+#if defined(_WIN32)
+// Paths and names are UTF-8 inside tagvera and UTF-16 at the system's wide calls; invalid
+// sequences become U+FFFD both ways.
+std::wstring Utf8ToWide(std::string_view utf8);
+std::string WideToUtf8(std::wstring_view wide);
+#endif
+
 // The interfaces' 8-bit text and UTF-8 are the same on this platform; kept as named steps so that
 // a Windows build converts through its code page in one place.
 std::string AnsiToUtf8(std::string_view ansi);
