@@ -2,13 +2,13 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <limits>
-#include <system_error>
 #include <utility>
 
 #include "platform/fault_injection.h"
@@ -25,10 +25,6 @@ std::atomic<uint64_t> g_totalBytesRead{0};
 constexpr size_t kMaxIo = size_t(1) << 30;
 constexpr uint64_t kMaxOffset = static_cast<uint64_t>(std::numeric_limits<off_t>::max());
 
-std::string Describe(const std::string& step, const std::string& path, const std::string& reason) {
-    return step + " '" + path + "': " + reason;
-}
-
 // The injected error for step, or 0; lets every OS call below be written once.
 int Injected(fault::Step step) { return fault::Check(step); }
 
@@ -39,13 +35,6 @@ struct stat StatOf(int fd, const std::string& path) {
 }
 
 }  // namespace
-
-FileError::FileError(const std::string& step, const std::string& path, int osError)
-    : Error(TV_E_FAIL, Describe(step, path, std::generic_category().message(osError))),
-      step_(step), path_(path), osError_(osError) {}
-
-FileError::FileError(const std::string& step, const std::string& path, const std::string& reason)
-    : Error(TV_E_FAIL, Describe(step, path, reason)), step_(step), path_(path) {}
 
 File::File(const std::string& path, OpenMode mode) : path_(path), mode_(mode) {
     if (const int err = Injected(fault::Step::Open)) throw FileError("open", path, err);
@@ -68,7 +57,7 @@ File::File(const std::string& path, OpenMode mode) : path_(path), mode_(mode) {
     }
 }
 
-File::File(std::string path, OpenMode mode, int fd) : path_(std::move(path)), mode_(mode), fd_(fd) {}
+File::File(std::string path, OpenMode mode, Native fd) : path_(std::move(path)), mode_(mode), fd_(fd) {}
 
 File File::CreateNew(const std::string& path, unsigned permissions) {
     if (const int err = Injected(fault::Step::Open)) throw FileError("create", path, err);
@@ -171,6 +160,21 @@ void File::sync() {
     if (::fsync(fd_) != 0) throw FileError("fsync", path_, errno);
 }
 
+FileIdentity File::identity() const {
+    const struct stat st = StatOf(fd_, path_);
+    return {static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino)};
+}
+
+bool File::lockForWriters(bool wait) {
+    int rc;
+    do {
+        rc = ::flock(fd_, wait ? LOCK_EX : LOCK_EX | LOCK_NB);
+    } while (rc != 0 && errno == EINTR);
+    if (rc != 0 && errno == EWOULDBLOCK && !wait) return false;
+    if (rc != 0) throw FileError("lock", path_, errno);
+    return true;
+}
+
 void File::close() {
     if (fd_ < 0) return;
     // A failed close can be the first report of a lost write (NFS, some disks); say so.
@@ -203,6 +207,12 @@ uint64_t FileSize(const std::string& path) {
     return static_cast<uint64_t>(st.st_size);
 }
 
+std::optional<FileIdentity> IdentityOf(const std::string& path) {
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0) return std::nullopt;
+    return FileIdentity{static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino)};
+}
+
 bool RemoveFile(const std::string& path) {
     if (::unlink(path.c_str()) == 0) return true;
     if (errno == ENOENT) return false;
@@ -232,26 +242,6 @@ void SyncFolder(const std::string& dir) {
     const int err = errno;
     ::close(fd);
     if (rc != 0 && err != EINVAL && err != ENOTSUP) throw FileError("sync directory", dir, err);
-}
-
-// A Windows build would accept '\\' and drive letters here as well.
-std::string DirectoryOf(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    if (slash == std::string::npos) return ".";
-    if (slash == 0) return "/";
-    return path.substr(0, slash);
-}
-
-std::string BaseNameOf(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
-std::string ExtensionOf(const std::string& path) {
-    const std::string name = BaseNameOf(path);
-    const size_t dot = name.find_last_of('.');
-    if (dot == std::string::npos || dot == 0) return "";
-    return name.substr(dot);
 }
 
 }  // namespace tagvera::platform

@@ -4,6 +4,7 @@
 #define TAGVERA_PLATFORM_FILE_H
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -29,16 +30,31 @@ private:
     int osError_ = 0;
 };
 
+// Which file a handle or a name stands for: device and inode (on Windows the volume's serial
+// number and the file index), the same for every name and handle of one file.
+struct FileIdentity {
+    uint64_t device = 0;
+    uint64_t inode = 0;
+    bool operator==(const FileIdentity&) const = default;
+};
+
 enum class OpenMode {
     Read,       // reading only; fails on a missing file
     ReadWrite,  // reading and writing an existing file; never creates or truncates
 };
 
 // Others may read and write the same file meanwhile (on Windows this means opening with
-// FILE_SHARE_READ | FILE_SHARE_WRITE). Not copyable; movable. Not safe to share between threads
+// FILE_SHARE_READ | FILE_SHARE_WRITE, and FILE_SHARE_DELETE so that a rewrite may put a new file
+// under the name of one held open). Not copyable; movable. Not safe to share between threads
 // while one of them writes.
 class File final : public ByteSource {
 public:
+#if defined(_WIN32)
+    using Native = void*;  // a HANDLE; null when closed
+#else
+    using Native = int;  // a descriptor; -1 when closed
+#endif
+
     File(const std::string& path, OpenMode mode);
     // Creates a file that must not exist yet (exclusive create, close-on-exec), opened read-write
     // with the given permission bits (before the umask).
@@ -48,6 +64,11 @@ public:
     // is meant to take, for messages. Fails with osError EOPNOTSUPP where the file system or the
     // OS cannot make one.
     static File CreateAnonymous(const std::string& dir, const std::string& path, unsigned permissions);
+#if defined(_WIN32)
+    // Takes over a handle opened outside the fault hooks: the safe-write helper's own after its
+    // swap, which no failure may undo.
+    static File Adopt(const std::string& path, OpenMode mode, Native handle) { return File(path, mode, handle); }
+#endif
     ~File() override;
     File(File&& other) noexcept;
     File& operator=(File&& other) noexcept;
@@ -69,25 +90,35 @@ public:
     void sync();
     void close();
 
-    bool isOpen() const { return fd_ >= 0; }
+    bool isOpen() const { return fd_ != kClosed; }
     // False for a FIFO, a device or a socket (opening one never waits for a peer).
     bool regular() const { return regular_; }
     bool writable() const { return mode_ == OpenMode::ReadWrite; }
     const std::string& path() const { return path_; }
     // Bytes this object has read so far, for benchmarks and read-budget tests.
     uint64_t bytesRead() const { return bytesRead_; }
-    // The POSIX descriptor, for the safe-write helper; -1 when closed.
-    int nativeHandle() const { return fd_; }
+    // The descriptor or HANDLE, for the safe-write helper.
+    Native nativeHandle() const { return fd_; }
+    // Which file this is (fstat; GetFileInformationByHandle on Windows).
+    FileIdentity identity() const;
+    // The writers' advisory lock on this open file (file_lock.h): flock, or on Windows LockFileEx
+    // on one byte far past any real end. False when another writer holds it and wait is false.
+    bool lockForWriters(bool wait);
     // Counts this file's writes and syncs as fault::Step::Journal instead of Write and Fsync, so
     // that tests can fail an undo journal apart from the file it protects.
     void countAsJournal() { journal_ = true; }
 
 private:
-    File(std::string path, OpenMode mode, int fd);
+#if defined(_WIN32)
+    static constexpr Native kClosed = nullptr;
+#else
+    static constexpr Native kClosed = -1;
+#endif
+    File(std::string path, OpenMode mode, Native fd);
 
     std::string path_;
     OpenMode mode_;
-    int fd_ = -1;
+    Native fd_ = kClosed;
     bool regular_ = true;
     uint64_t size_ = 0;
     uint64_t bytesRead_ = 0;
@@ -104,15 +135,20 @@ bool IsDirectory(const std::string& path);
 bool IsRegularFile(const std::string& path);
 // Throws FileError when the path cannot be examined.
 uint64_t FileSize(const std::string& path);
+// The file the path names (links followed); nullopt when it cannot be examined.
+std::optional<FileIdentity> IdentityOf(const std::string& path);
 // True when the file was removed, false when it did not exist; FileError on any other failure.
 bool RemoveFile(const std::string& path);
 // Gives the file a new name, never replacing another file: FileError (EEXIST) when to exists, and
 // from keeps its name after any failure. The folder holding both is synced.
 void RenameWithoutReplacing(const std::string& from, const std::string& to);
 // Puts the folder's entries (a file created, renamed or removed in it) on stable storage. A file
-// system that cannot sync a folder at all is no failure.
+// system that cannot sync a folder at all is no failure. (Windows cannot sync a folder through a
+// handle: its renames are written through instead, and NTFS logs a created file's name with the
+// file's own flush.)
 void SyncFolder(const std::string& dir);
 // The directory part and the last component of a path ("a/b.mp3" -> "a", "b.mp3"; "b" -> ".").
+// On Windows a backslash separates too, and a drive's root keeps its separator (C:\b -> C:\ ).
 std::string DirectoryOf(const std::string& path);
 std::string BaseNameOf(const std::string& path);
 // A file name's extension with its dot, or "" ("a/b.tar.gz" -> ".gz", "a/.hidden" -> "").

@@ -1,7 +1,5 @@
 #include "platform/file_lock.h"
 
-#include <sys/file.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <mutex>
@@ -19,35 +17,26 @@ constexpr int kAttempts = 64;
 // The files this process holds locks on, by thread: the same thread locking one twice would wait
 // for itself forever, so that is refused instead.
 struct Held {
-    dev_t device;
-    ino_t inode;
+    FileIdentity file;
     std::thread::id owner;
 };
 std::mutex g_heldMutex;
 std::vector<Held> g_held;
 
-struct stat StatOf(File& file) {
-    struct stat st {};
-    if (::fstat(file.nativeHandle(), &st) != 0) throw FileError("stat", file.path(), errno);
-    return st;
+bool HeldByThisThread(const FileIdentity& id) {
+    std::lock_guard guard(g_heldMutex);
+    return std::any_of(g_held.begin(), g_held.end(),
+                       [&](const Held& h) { return h.file == id && h.owner == std::this_thread::get_id(); });
 }
 
-bool HeldByThisThread(const struct stat& st) {
+void Register(const FileIdentity& id) {
     std::lock_guard guard(g_heldMutex);
-    return std::any_of(g_held.begin(), g_held.end(), [&](const Held& h) {
-        return h.device == st.st_dev && h.inode == st.st_ino && h.owner == std::this_thread::get_id();
-    });
+    g_held.push_back(Held{id, std::this_thread::get_id()});
 }
 
-void Register(const struct stat& st) {
+void Unregister(const FileIdentity& id) {
     std::lock_guard guard(g_heldMutex);
-    g_held.push_back(Held{st.st_dev, st.st_ino, std::this_thread::get_id()});
-}
-
-void Unregister(const struct stat& st) {
-    std::lock_guard guard(g_heldMutex);
-    const auto it = std::find_if(g_held.begin(), g_held.end(),
-                                 [&](const Held& h) { return h.device == st.st_dev && h.inode == st.st_ino; });
+    const auto it = std::find_if(g_held.begin(), g_held.end(), [&](const Held& h) { return h.file == id; });
     if (it != g_held.end()) g_held.erase(it);
 }
 
@@ -66,20 +55,13 @@ bool FileWriteLock::acquire(const std::string& path, bool wait) {
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         File file(path_, OpenMode::Read);
         if (!file.regular()) throw FileError("open", path, "not a regular file");
-        const struct stat locked = StatOf(file);
+        const FileIdentity locked = file.identity();
         if (HeldByThisThread(locked)) {
             if (!wait) return false;
             throw FileError("lock", path, EDEADLK);
         }
-        int rc;
-        do {
-            rc = ::flock(file.nativeHandle(), wait ? LOCK_EX : LOCK_EX | LOCK_NB);
-        } while (rc != 0 && errno == EINTR);
-        if (rc != 0 && errno == EWOULDBLOCK && !wait) return false;
-        if (rc != 0) throw FileError("lock", path, errno);
-        struct stat named {};
-        if (::stat(path_.c_str(), &named) != 0 || named.st_dev != locked.st_dev || named.st_ino != locked.st_ino)
-            continue;  // replaced while we waited: lock the file the name has now
+        if (!file.lockForWriters(wait)) return false;
+        if (IdentityOf(path_) != locked) continue;  // replaced while we waited: lock the file the name has now
         Register(locked);
         held_ = locked;
         file_.emplace(std::move(file));
@@ -107,11 +89,11 @@ FileWriteLock::FileWriteLock(FileWriteLock&& other) noexcept
 }
 
 void FileWriteLock::follow(File&& replacement) {
-    const struct stat st = StatOf(replacement);
+    const FileIdentity id = replacement.identity();
     if (file_) Unregister(held_);
     file_.emplace(std::move(replacement));
-    Register(st);
-    held_ = st;
+    Register(id);
+    held_ = id;
 }
 
 }  // namespace tagvera::platform

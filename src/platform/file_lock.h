@@ -17,8 +17,6 @@
 #ifndef TAGVERA_PLATFORM_FILE_LOCK_H
 #define TAGVERA_PLATFORM_FILE_LOCK_H
 
-#include <sys/stat.h>
-
 #include <optional>
 #include <string>
 
@@ -50,7 +48,7 @@ public:
     // What acquiring found of an interrupted write.
     Recovery recovered() const { return recovered_; }
 
-    // For the safe-write helper: replacement, a file this process already holds flock on, has
+    // For the safe-write helper: replacement, a file this process already holds the lock on, has
     // just been put under path(). The lock moves to it and the old file's is let go.
     void follow(File&& replacement);
 
@@ -61,7 +59,7 @@ private:
 
     std::string path_;
     std::optional<File> file_;  // empty once moved from
-    struct stat held_ {};       // the file's identity, as locked
+    FileIdentity held_;         // the file, as locked
     Recovery recovered_ = Recovery::Nothing;
 };
 

@@ -24,8 +24,8 @@ public:
     void add(const std::string& path);
     bool empty() const { return systems_.empty(); }
 
-    // Syncs what was noted (Linux: fsync per file and its folder, or syncfs; Windows would flush
-    // each file) and forgets it. Throws FileError naming the first file that failed (its data may
+    // Syncs what was noted (Linux: fsync per file and its folder, or syncfs; Windows, which flushes
+    // a volume only for an administrator: FlushFileBuffers per file) and forgets it. Throws FileError naming the first file that failed (its data may
     // not be on disk); the rest is still synced and forgotten.
     void syncAll();
 

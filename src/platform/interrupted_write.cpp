@@ -1,6 +1,10 @@
 #include "platform/interrupted_write.h"
 
+#if defined(_WIN32)
+#include "platform/native_windows.h"
+#else
 #include <sys/stat.h>
+#endif
 
 #include <cerrno>
 
@@ -14,8 +18,14 @@ namespace {
 
 // A path that cannot be examined counts as there: the call that uses it reports why.
 bool Present(const std::string& path) {
+#if defined(_WIN32)
+    WIN32_FILE_ATTRIBUTE_DATA data{};
+    return ::GetFileAttributesExW(native::WidePath(path).c_str(), GetFileExInfoStandard, &data) ||
+           native::LastErrno() != ENOENT;
+#else
     struct stat st {};
     return ::lstat(path.c_str(), &st) == 0 || errno != ENOENT;
+#endif
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -26,15 +25,6 @@ namespace {
 constexpr uint64_t kMaxFileSize = 1 << 20;
 // A file changed this recently may change again within the same time-stamp tick: read it anew.
 constexpr time_t kRacySeconds = 2;
-
-constexpr std::array<Definition, 6> kKnown{{
-    {kTagReadPriority, ValueType::String, "K1,V2,V1", 0},
-    {kTagEditKorvaOne, ValueType::Dword, "", 1},
-    {kTagEditID3V2, ValueType::Dword, "", 1},
-    {kTagEditID3V1, ValueType::Dword, "", 1},
-    {kXMLEncoding, ValueType::String, "US-ASCII", 0},
-    {kWriteDBFields, ValueType::String, "0", 0},
-}};
 
 std::string Env(const char* name) {
     const char* v = std::getenv(name);
@@ -122,18 +112,6 @@ const ParsedValue* FindValue(const Snapshot& s, std::string_view name) {
     return nullptr;
 }
 
-std::string DefaultText(const Definition* d) {
-    if (!d) return "";
-    return d->type == ValueType::Dword ? std::to_string(d->defaultNumber) : std::string(d->defaultText);
-}
-
-uint32_t DefaultNumber(const Definition* d) {
-    if (!d) return 0;
-    uint32_t n = d->defaultNumber;
-    if (d->type == ValueType::String && !NumberFromText(d->defaultText, n)) n = 0;
-    return n;
-}
-
 // ---- editing ----
 
 std::vector<std::string> SplitLines(const std::string& text) {
@@ -209,14 +187,6 @@ void Put(const ParsedValue& value) {
 
 }  // namespace
 
-std::span<const Definition> KnownValues() { return kKnown; }
-
-const Definition* FindKnown(std::string_view name) {
-    for (const Definition& d : kKnown)
-        if (text::EqualsNoCase(d.name, name)) return &d;
-    return nullptr;
-}
-
 std::string PreferencesPath() {
     if (std::string p = Env("TAGVERA_PREFERENCES"); !p.empty()) return p;
     // A relative XDG_CONFIG_HOME is invalid and ignored, as the base-directory rules say.
@@ -255,7 +225,7 @@ std::vector<Entry> List() {
         s = std::make_shared<Snapshot>();
     }
     std::vector<Entry> out;
-    for (const Definition& d : kKnown) {
+    for (const Definition& d : KnownValues()) {
         Entry e{std::string(d.name), d.type, DefaultText(&d), DefaultNumber(&d), true};
         if (const ParsedValue* v = FindValue(*s, d.name)) e = Entry{std::string(d.name), v->type, v->text, v->number, false};
         out.push_back(std::move(e));

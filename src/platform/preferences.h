@@ -17,6 +17,11 @@
 // so a change made by another process (the command line, a test) is seen by the next read.
 // A missing file or value means the default. A damaged file makes every reader answer the
 // defaults; Check() says what is wrong and where. Readers never throw.
+//
+// On Windows the store is the registry itself: the values under HKEY_CURRENT_USER\kKey, strings
+// and 32-bit numbers with the same names and defaults, written one by one (no file, no cache).
+// There $TAGVERA_PREFERENCES names another key below HKEY_CURRENT_USER, and PreferencesPath() is
+// "HKEY_CURRENT_USER\<key>".
 #ifndef TAGVERA_PLATFORM_PREFERENCES_H
 #define TAGVERA_PLATFORM_PREFERENCES_H
 

@@ -1,4 +1,5 @@
-// Pieces of the preferences text form shared by the parser and the store (not for other layers).
+// Pieces of the preferences text form and defaults shared by the parser and the stores (not for
+// other layers).
 #ifndef TAGVERA_PLATFORM_PREFERENCES_FORMAT_H
 #define TAGVERA_PLATFORM_PREFERENCES_FORMAT_H
 
@@ -15,6 +16,9 @@ std::string CheckName(std::string_view name);
 std::string FormatValue(const ParsedValue& value);
 // A decimal or 0x number filling the whole text (blanks around allowed).
 bool NumberFromText(std::string_view text, uint32_t& out);
+// The default of a known value as text and as a number; "" and 0 for an unknown one (null).
+std::string DefaultText(const Definition* d);
+uint32_t DefaultNumber(const Definition* d);
 
 }  // namespace tagvera::platform::prefs
 

@@ -1,7 +1,9 @@
 #include "platform/rename_ordering.h"
 
+#if !defined(_WIN32)
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#endif
 
 #include <fstream>
 #include <map>
@@ -21,6 +23,7 @@ bool HasOption(std::string_view options, std::string_view wanted) {
     return false;
 }
 
+#if !defined(_WIN32)
 // "ID PARENT MAJOR:MINOR ROOT MOUNT-POINT OPTIONS [TAGS...] - TYPE SOURCE SUPER-OPTIONS" per line;
 // the last mount of a device is the one in effect.
 bool DeviceWritesDataFirst(dev_t device) {
@@ -38,6 +41,7 @@ bool DeviceWritesDataFirst(dev_t device) {
     }
     return answer;
 }
+#endif
 
 }  // namespace
 
@@ -47,6 +51,10 @@ bool MountWritesDataFirst(std::string_view type, std::string_view superOptions) 
 }
 
 bool RenameWritesDataFirst(const std::string& folder) {
+#if defined(_WIN32)
+    (void)folder;
+    return false;  // NTFS promises no order of data and rename: flush first, always
+#else
     struct stat st {};
     if (::stat(folder.c_str(), &st) != 0) return false;
     // Mounts do not change under a running batch often enough to read the table per file.
@@ -56,6 +64,7 @@ bool RenameWritesDataFirst(const std::string& folder) {
     const auto [at, added] = known.try_emplace(st.st_dev, false);
     if (added) at->second = DeviceWritesDataFirst(st.st_dev);
     return at->second;
+#endif
 }
 
 }  // namespace tagvera::platform

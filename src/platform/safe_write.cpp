@@ -1,125 +1,21 @@
 #include "platform/safe_write.h"
 
-#include <fcntl.h>
-#include <stdio.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 
 #include "platform/checksum.h"
-#include "platform/companion_files.h"
-#include "platform/fault_injection.h"
 #include "platform/chunked_read.h"
 #include "platform/file.h"
+#include "platform/file_replacement.h"
 #include "platform/rename_ordering.h"
 #include "platform/write_journal.h"
 
 namespace tagvera::platform {
 namespace {
 
-constexpr int kCreateAttempts = 16;
+using namespace replacement;
+
 constexpr char kShrankWhilePatched[] = "the file shrank while it was being patched";
-
-// ---- the target ----
-
-struct Target {
-    std::string path;  // symbolic links resolved
-    std::string dir;
-    bool exists = false;
-    struct stat st {};
-};
-
-Target Inspect(const std::string& path) {
-    Target t;
-    t.path = ResolveLastLink(path);
-    t.dir = DirectoryOf(t.path);
-    if (::stat(t.path.c_str(), &t.st) == 0) {
-        t.exists = true;
-        if (!S_ISREG(t.st.st_mode)) throw FileError("open", path, "not a regular file");
-    } else if (errno != ENOENT) {
-        throw FileError("open", path, errno);
-    }
-    return t;
-}
-
-// The file a lock holds, as it is now: the holder may have written it through another handle.
-Target Inspect(FileWriteLock& lock) {
-    Target t;
-    t.path = lock.path();
-    t.dir = DirectoryOf(t.path);
-    t.exists = true;
-    if (::fstat(lock.file().nativeHandle(), &t.st) != 0) throw FileError("stat", t.path, errno);
-    lock.file().refresh();
-    return t;
-}
-
-void RequireWritable(const Target& t) {
-    if ((t.st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0)
-        throw FileError("open for writing", t.path, "the file is read-only");
-    if (::access(t.path.c_str(), W_OK) != 0) throw FileError("open for writing", t.path, errno);
-}
-
-// ---- temporary files ----
-
-struct TempFile {
-    File file;
-    std::string path;    // the name it has, or will have
-    bool named = false;  // false while anonymous
-};
-
-// The writer holds a lock on its temporary file for as long as it has it: one that nobody holds is
-// litter (companion_files.h). Nobody else can reach the file yet, so this always succeeds.
-void Hold(File& file) { ::flock(file.nativeHandle(), LOCK_EX | LOCK_NB); }
-
-std::string ProcLink(const File& file) { return "/proc/self/fd/" + std::to_string(file.nativeHandle()); }
-
-TempFile CreateTemp(const Target& t, unsigned permissions) {
-    const std::string path = TempPathFor(t.path);
-    try {
-        File f = File::CreateAnonymous(t.dir, path, permissions);
-        // Naming it later goes through /proc; without /proc, a named file from the start.
-        if (::access(ProcLink(f).c_str(), F_OK) == 0) {
-            Hold(f);
-            return TempFile{std::move(f), path, false};
-        }
-    } catch (const FileError& e) {
-        if (e.osError() != EOPNOTSUPP) throw;
-    }
-    for (int attempt = 1;; ++attempt) {
-        try {
-            File f = File::CreateNew(path, permissions);
-            Hold(f);
-            return TempFile{std::move(f), path, true};
-        } catch (const FileError& e) {
-            if (e.osError() != EEXIST || attempt == kCreateAttempts) throw;
-            RemoveUnheldTemp(path, true);
-        }
-    }
-}
-
-// The rename that puts the new file in place needs a name to rename from.
-void Name(TempFile& tmp) {
-    if (tmp.named) return;
-    const std::string link = ProcLink(tmp.file);
-    for (int attempt = 1;; ++attempt) {
-        if (const int err = fault::Check(fault::Step::Link)) throw FileError("link", tmp.path, err);
-        if (::linkat(AT_FDCWD, link.c_str(), AT_FDCWD, tmp.path.c_str(), AT_SYMLINK_FOLLOW) == 0) break;
-        if (errno != EEXIST || attempt == kCreateAttempts) throw FileError("link", tmp.path, errno);
-        RemoveUnheldTemp(tmp.path, true);
-    }
-    tmp.named = true;
-}
-
-// Permission bits, then owner and group where this process may set them (chown first: it clears
-// set-id bits). Extended attributes and ACLs are not carried over.
-void CopyOwnership(const TempFile& tmp, const struct stat& st) {
-    const int fd = tmp.file.nativeHandle();
-    if (::fchown(fd, st.st_uid, st.st_gid) != 0 && errno != EPERM) throw FileError("chown", tmp.path, errno);
-    if (::fchmod(fd, st.st_mode & 07777) != 0) throw FileError("chmod", tmp.path, errno);
-}
 
 // ---- writing ----
 
@@ -195,58 +91,25 @@ void CheckRanges(const FileLayout& layout, uint64_t sourceSize, const std::strin
     }
 }
 
-// ---- putting the new file in place ----
-
-bool ExchangeNames(const std::string& a, const std::string& b) {
-    return ::renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0;
-}
-
-// Swaps the new file in. With an exchange the old content stays reachable under the temporary
-// name until the directory is synced, so even that last step can be undone. A deferred write
-// renames plainly, the rename that makes the file system write the new data first, and leaves
-// the folder to the batch's sync.
-void PutInPlace(const Target& t, const std::string& tmpPath, bool deferred) {
-    if (const int err = fault::Check(fault::Step::Rename)) throw FileError("rename", t.path, err);
-    if (deferred) {
-        if (::rename(tmpPath.c_str(), t.path.c_str()) != 0) throw FileError("rename", t.path, errno);
-        return;
-    }
-    const bool exchanged = t.exists && ExchangeNames(tmpPath, t.path);
-    if (!exchanged && ::rename(tmpPath.c_str(), t.path.c_str()) != 0) throw FileError("rename", t.path, errno);
-    try {
-        SyncFolder(t.dir);
-    } catch (const FileError&) {
-        if (exchanged) {
-            ExchangeNames(tmpPath, t.path);
-        } else if (!t.exists) {
-            ::rename(t.path.c_str(), tmpPath.c_str());
-        } else {
-            throw;  // plain rename on a file system without exchange: nothing left to restore
-        }
-        throw;
-    }
-    if (exchanged) ::unlink(tmpPath.c_str());
-}
-
 // The new content in a temporary file, put in place of the target. With a lock, the lock moves
 // to the new file. Deferred only where the rename itself keeps old-or-new over a power loss.
 template <class Body>
 void ReplaceFile(const Target& t, FileWriteLock* lock, unsigned newFilePermissions, Durability durability,
                  Body&& writeContent) {
     const bool deferred = durability == Durability::Deferred && t.exists && RenameWritesDataFirst(t.dir);
-    TempFile tmp = CreateTemp(t, t.exists ? (t.st.st_mode & 0777) : newFilePermissions);
+    TempFile tmp = CreateTemp(t, t.exists ? (t.permissions & 0777) : newFilePermissions);
     try {
-        if (t.exists) CopyOwnership(tmp, t.st);
+        if (t.exists) CopyOwnership(tmp, t);
         BufferedWriter out(tmp.file);
         writeContent(out);
         if (!deferred) tmp.file.sync();
         Name(tmp);
-        PutInPlace(t, tmp.path, deferred);
+        PutInPlace(t, tmp, deferred);
     } catch (...) {
-        if (tmp.named) ::unlink(tmp.path.c_str());
+        Discard(tmp);
         throw;
     }
-    if (lock) lock->follow(std::move(tmp.file));
+    if (lock && tmp.file.isOpen()) lock->follow(std::move(tmp.file));
 }
 
 // The new content written over the old in the same file, for a file with several names: the
@@ -413,8 +276,8 @@ void RewriteFile(FileWriteLock& lock, const FileLayout& layout, HardLinks links,
     RequireWritable(t);
     File& source = lock.file();
     CheckRanges(layout, source.size(), t.path);
-    if (t.st.st_nlink > 1 && links == HardLinks::Refuse) throw HardLinkError(t.path, t.st.st_nlink);
-    if (t.st.st_nlink > 1 && links == HardLinks::KeepInPlace) return RewriteInPlace(t, layout);
+    if (t.links > 1 && links == HardLinks::Refuse) throw HardLinkError(t.path, t.links);
+    if (t.links > 1 && links == HardLinks::KeepInPlace) return RewriteInPlace(t, layout);
     ReplaceFile(t, &lock, 0, durability, [&](BufferedWriter& out) { WritePieces(layout, source, t.path, out); });
 }
 
@@ -431,12 +294,6 @@ void WriteFileAtomically(const std::string& path, std::span<const uint8_t> bytes
         out.write(bytes);
         out.flush();
     });
-}
-
-bool IsWritableFile(const std::string& path) {
-    struct stat st {};
-    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
-    return (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) != 0 && ::access(path.c_str(), W_OK) == 0;
 }
 
 }  // namespace tagvera::platform

@@ -1,7 +1,9 @@
 #include "platform/write_journal.h"
 
+#if !defined(_WIN32)
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <cerrno>
@@ -59,9 +61,11 @@ private:
     Checksum sum_;
 };
 
+// A journal still open stays readable: a rollback after a failed removal reads it (on Windows its
+// name goes when its handle does).
 void RemoveJournal(const std::string& path) {
     if (const int err = fault::Check(fault::Step::Journal)) throw FileError("remove", path, err);
-    if (::unlink(path.c_str()) != 0 && errno != ENOENT) throw FileError("remove", path, errno);
+    RemoveFile(path);
 }
 
 JournalFound Discard(const std::string& journalPath) {
@@ -77,20 +81,24 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
       oldLength_(file.size()), hasOutcome_(outcome.has_value()) {
     journal_.countAsJournal();
     try {
-        struct stat st {};
-        if (::fstat(file.nativeHandle(), &st) != 0) throw FileError("stat", path, errno);
+        const FileIdentity id = file.identity();
         if (ranges_.size() > kMaxRanges) throw FileError("journal", path, "too many ranges");
         for (const Range& r : ranges_) {
             if (r.offset > oldLength_ || r.saved > oldLength_ - r.offset)
                 throw FileError("journal", path, "a saved range lies beyond the end of the file");
         }
-        // Whoever may write the file may finish its interrupted write.
+#if !defined(_WIN32)
+        // Whoever may write the file may finish its interrupted write. (On Windows the journal
+        // takes its folder's access rules, as the file did.)
+        struct stat st {};
+        if (::fstat(file.nativeHandle(), &st) != 0) throw FileError("stat", path, errno);
         if (::fchown(journal_.nativeHandle(), st.st_uid, st.st_gid) != 0 && errno != EPERM)
             throw FileError("chown", path_, errno);
         if (::fchmod(journal_.nativeHandle(), st.st_mode & 0666) != 0) throw FileError("chmod", path_, errno);
+#endif
         std::vector<uint8_t> head(kMagic, kMagic + sizeof kMagic);
-        Put(head, static_cast<uint64_t>(st.st_dev), 8);
-        Put(head, static_cast<uint64_t>(st.st_ino), 8);
+        Put(head, id.device, 8);
+        Put(head, id.inode, 8);
         Put(head, oldLength_, 8);
         Put(head, outcome ? outcome->length : 0, 8);
         Put(head, outcome ? outcome->checksum : 0, 8);
@@ -112,7 +120,10 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
             SyncFolder(DirectoryOf(path_));
         }
     } catch (...) {
-        ::unlink(path_.c_str());
+        try {
+            RemoveFile(path_);
+        } catch (const FileError&) {
+        }
         throw;
     }
 }
@@ -208,11 +219,8 @@ JournalFound RecoverFromJournal(const std::string& path) {
     if (sum.value() != Get(journal.readExact(size - kTrailerBytes, kTrailerBytes).data(), 8)) return Discard(journalPath);
 
     File file(path, OpenMode::ReadWrite);
-    struct stat st {};
-    if (::fstat(file.nativeHandle(), &st) != 0) throw FileError("stat", path, errno);
     // Replaced since (by another program): the journal's old bytes are of a file that is gone.
-    if (static_cast<uint64_t>(st.st_dev) != device || static_cast<uint64_t>(st.st_ino) != inode)
-        return Discard(journalPath);
+    if (file.identity() != FileIdentity{device, inode}) return Discard(journalPath);
     if ((flags & kHasOutcome) && file.size() == newLength) {
         Checksum now;
         bool inside = true;
