@@ -89,6 +89,7 @@ TEST(FileSystemSyncs, AFewFilesAreSyncedOneByOne) {
     EXPECT_EQ(SyncsDuring([&] { syncs.syncAll(); }), 0u);
 }
 
+#if !defined(_WIN32)  // Windows flushes a volume only for an administrator: file by file there
 TEST(FileSystemSyncs, ManyFilesOfOneFileSystemAreSyncedOnce) {
     ScratchDir dir, other;
     const auto paths = MakeFiles(dir, FileSystemSyncs::kFilesSyncedOneByOne + 5);
@@ -99,6 +100,7 @@ TEST(FileSystemSyncs, ManyFilesOfOneFileSystemAreSyncedOnce) {
     for (const auto& p : more) syncs.add(p);
     EXPECT_EQ(SyncsDuring([&] { syncs.syncAll(); }), 1u);
 }
+#endif
 
 TEST(FileSystemSyncs, AFailedSyncIsReportedAndTheRestStillSynced) {
     ScratchDir dir;

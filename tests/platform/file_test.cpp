@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/companion_files.h"
 #include "platform/fault_injection.h"
+#include "platform/safe_write.h"
 #include "platform/scratch_dir.h"
 
 namespace tagvera::platform {
@@ -141,6 +143,24 @@ TEST(File, SparseFileBeyondFourGigabytes) {
     EXPECT_EQ(f.readExact(at, 4), std::vector<uint8_t>(mark, mark + 4));
 }
 
+// Names are UTF-8 inside tagvera, whatever form the system takes them in (wide on Windows).
+TEST(File, NamesBeyondAsciiReachTheSystemWhole) {
+    ScratchDir dir;
+    const std::string name = "G\u00f6tterd\u00e4mmerung \u266b \u65e5\u672c.mp3", renamed = "\u00c5se.mp3";
+    const std::string path = dir.write(name, test::Pattern(100));
+    EXPECT_EQ(File(path, OpenMode::Read).readExact(0, 100), test::Pattern(100));
+    EXPECT_TRUE(IsRegularFile(path));
+    const uint8_t x[] = {'X'};
+    const Patch patch{0, x};
+    PatchInPlace(path, {&patch, 1});
+    RewriteFile(path, FileLayout().copy(0, 10));
+    RenameWithoutReplacing(path, dir.file(renamed));
+    EXPECT_EQ(dir.entries(), std::set<std::string>{renamed});
+    auto want = test::Pattern(10);
+    want[0] = 'X';
+    EXPECT_EQ(ReadAll(dir.file(renamed)), want);
+}
+
 TEST(PathHelpers, QuestionsAboutPaths) {
     ScratchDir dir;
     WriteAll(dir.file("x.mp3"), test::Pattern(42));
@@ -170,6 +190,12 @@ TEST(PathHelpers, QuestionsAboutPaths) {
     EXPECT_EQ(ExtensionOf("a.b/c.tar.gz"), ".gz");
     EXPECT_EQ(ExtensionOf("a.b/c"), "");
     EXPECT_EQ(ExtensionOf("dir/.hidden"), "");
+#if defined(_WIN32)
+    EXPECT_EQ(DirectoryOf("C:\\music\\a.mp3"), "C:\\music");
+    EXPECT_EQ(DirectoryOf("C:\\a.mp3"), "C:\\");
+    EXPECT_EQ(BaseNameOf("C:\\music/sub\\a.mp3"), "a.mp3");
+    EXPECT_EQ(JournalPathFor("C:\\music\\a.mp3"), "C:\\music\\.a.mp3.tagvera-undo");
+#endif
 }
 
 }  // namespace

@@ -3,10 +3,12 @@
 // file as it was or as the write makes it, byte for byte, and nothing beside it once tagvera has
 // opened the file again.
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/stat.h>
+#if !defined(_WIN32)
+#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#endif
 
 #include <cerrno>
 #include <chrono>
@@ -21,7 +23,9 @@
 #include "platform/interrupted_write.h"
 #include "platform/safe_write.h"
 #include "platform/scratch_dir.h"
+#if !defined(_WIN32)
 #include "platform/tmpfs_mount.h"
+#endif
 
 namespace tagvera::platform {
 namespace {
@@ -105,10 +109,10 @@ protected:
     }
 
     void Reset() const {
-        for (const auto& name : dir.entries()) ::unlink(dir.file(name).c_str());
+        for (const auto& name : dir.entries()) RemoveFile(dir.file(name));
         WriteAll(path, original);
         ::chmod(path.c_str(), 0640);
-        if (GetParam().secondName) ::link(path.c_str(), dir.file("b.mp3").c_str());
+        if (GetParam().secondName) std::filesystem::create_hard_link(path, dir.file("b.mp3"));
     }
     void Arm() const {
         if (GetParam().namedTemp) fault::FailNth(fault::Step::Link, 1, EOPNOTSUPP);
@@ -127,8 +131,11 @@ protected:
         want.insert(others.begin(), others.end());
         EXPECT_EQ(dir.entries(), want) << what;
         struct stat st {};
-        EXPECT_EQ(::stat(path.c_str(), &st) == 0 ? st.st_mode & 07777 : 0, 0640u) << what;
+        const unsigned mode = ::stat(path.c_str(), &st) == 0 ? st.st_mode & 07777 : 0;
+        EXPECT_EQ(test::kPosixModes ? mode : 0640u, 0640u) << what;
     }
+
+#if !defined(_WIN32)  // a kill needs a child made by fork
 
     // Runs the write in a child killed at a call (kill armed) or after a delay, then opens the file.
     void KillAndReopen(const std::string& what, fault::Step step, unsigned nth, std::chrono::microseconds delay) const {
@@ -156,6 +163,7 @@ protected:
         EXPECT_NO_THROW(RecoverInterruptedWrite(path)) << what;
         ExpectWhole(what, true);
     }
+#endif
 };
 
 std::string Label(fault::Step step, unsigned n) { return std::string(fault::StepName(step)) + " #" + std::to_string(n); }
@@ -180,6 +188,7 @@ TEST_P(Writes, AFailureAtAnyCallLeavesTheOldFile) {
     }
 }
 
+#if !defined(_WIN32)  // kills need fork; a full disk needs a tmpfs of the test's own
 TEST_P(Writes, AKillAtAnyCallLeavesTheOldFileOrTheNew) {
     for (const auto& [step, count] : calls) {
         for (unsigned n = 1; n <= count; ++n) KillAndReopen("kill at " + Label(step, n), step, n, {});
@@ -220,6 +229,7 @@ TEST_P(Writes, OnAFullFileSystemFailsWithNothingChanged) {
     fault::Reset();
     ExpectWhole("full", false, {"filler"});
 }
+#endif
 
 INSTANTIATE_TEST_SUITE_P(Kinds, Writes, ::testing::ValuesIn(kScenarios),
                          [](const auto& test) { return std::string(test.param.name); });

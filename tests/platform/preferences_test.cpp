@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#if defined(_WIN32)
+#include <windows.h>
+#else
 #include <sys/stat.h>
 #include <unistd.h>
+#endif
 
 #include <cstdlib>
 #include <optional>
@@ -11,6 +15,7 @@
 #include "base/error.h"
 #include "platform/file.h"
 #include "platform/scratch_dir.h"
+#include "platform/text.h"
 
 namespace tagvera::platform::prefs {
 namespace {
@@ -21,6 +26,7 @@ using test::WriteText;
 
 const std::string kHeader = "[Software\\KorvaNetworks\\KorvaJukebox\\1.0\\Preferences]\n";
 
+#if !defined(_WIN32)  // the file-backed store; Windows keeps the values in the registry
 // Points the store at a file of its own and puts the environment back afterwards.
 class Preferences : public ::testing::Test {
 protected:
@@ -197,6 +203,52 @@ TEST_F(Preferences, TheFileLocationFollowsTheEnvironment) {
     EXPECT_EQ(PreferencesPath(), dir_.file("home") + "/.config/tagvera/preferences");
     EXPECT_EQ(GetNumber(kTagEditID3V2), 1u) << "another file, another answer";
 }
+#endif
+
+#if defined(_WIN32)
+// The registry store, under a key of the test's own below the current user's: what a host or
+// another program put there is read as the library's own values are, and written back the same.
+TEST(RegistryPreferences, ValuesRoundTripThroughTheCurrentUsersKey) {
+    EXPECT_EQ(PreferencesPath(), "HKEY_CURRENT_USER\\" + std::string(kKey));
+    const std::wstring key = L"Software\\tagvera-test-" + std::to_wstring(::GetCurrentProcessId());
+    ::SetEnvironmentVariableW(L"TAGVERA_PREFERENCES", key.c_str());
+    ResetAll();
+    EXPECT_FALSE(Check().exists);
+    EXPECT_EQ(GetString(kTagReadPriority), "K1,V2,V1");
+
+    SetString(kTagReadPriority, "V2,K1,V1");
+    SetNumber("tageditid3v1", 0);
+    SetString("Gr\u00f6\u00dfe \u266b", "\u00fcber");
+    const DWORD number = 7;
+    ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"TagEditID3V2", REG_SZ, L"0x10", 10), ERROR_SUCCESS);
+    ASSERT_EQ(::RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"XMLEncoding", REG_DWORD, &number, 4), ERROR_SUCCESS);
+    DWORD stored = 99, size = sizeof stored;
+    ASSERT_EQ(::RegGetValueW(HKEY_CURRENT_USER, key.c_str(), L"TagEditID3V1", RRF_RT_REG_DWORD, nullptr, &stored, &size), ERROR_SUCCESS);
+    EXPECT_EQ(stored, 0u);
+
+    EXPECT_TRUE(Check().exists);
+    EXPECT_EQ(Check().path, "HKEY_CURRENT_USER\\" + text::WideToUtf8(key));
+    EXPECT_EQ(GetString(kTagReadPriority), "V2,K1,V1");
+    EXPECT_EQ(GetNumber(kTagEditID3V1), 0u);
+    EXPECT_EQ(GetNumber(kTagEditID3V2), 16u);
+    EXPECT_EQ(GetString(kXMLEncoding), "7");
+    const std::vector<Entry> all = List();
+    ASSERT_EQ(all.size(), KnownValues().size() + 1);
+    EXPECT_EQ(all.back().name, "Gr\u00f6\u00dfe \u266b");
+    EXPECT_EQ(all.back().text, "\u00fcber");
+    EXPECT_FALSE(all[3].isDefault);
+    EXPECT_TRUE(all[1].isDefault);
+
+    EXPECT_TRUE(Remove(kTagEditID3V1));
+    EXPECT_FALSE(Remove(kTagEditID3V1));
+    EXPECT_EQ(GetNumber(kTagEditID3V1), 1u);
+    EXPECT_THROW(SetNumber("Bad=Name", 1), Error);
+    ResetAll();
+    EXPECT_FALSE(Check().exists);
+    EXPECT_EQ(GetNumber(kTagEditID3V2), 1u);
+    ::SetEnvironmentVariableW(L"TAGVERA_PREFERENCES", nullptr);
+}
+#endif
 
 TEST(PreferencesParser, ReportsTheFirstBadLine) {
     struct Case {

@@ -1,10 +1,13 @@
 #include "platform/safe_write.h"
 
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <fcntl.h>
+#if defined(_WIN32)
+#include <io.h>
+#include <windows.h>
+#else
 #include <unistd.h>
+#endif
 
 #include <cerrno>
 #include <cstring>
@@ -14,7 +17,10 @@
 #include "platform/file.h"
 #include "platform/interrupted_write.h"
 #include "platform/scratch_dir.h"
+#include "platform/text.h"
+#if !defined(_WIN32)
 #include "platform/tmpfs_mount.h"
+#endif
 
 namespace tagvera::platform {
 namespace {
@@ -26,10 +32,18 @@ using test::WriteAll;
 using test::Span;
 using Names = std::set<std::string>;
 
-mode_t ModeOf(const std::string& path) {
+#if defined(_WIN32)
+constexpr bool kNamelessFiles = false;  // Windows has no file without a name
+#else
+constexpr bool kNamelessFiles = true;
+#endif
+
+// Permission bits as POSIX has them; Windows keeps only the read-only attribute, checked apart.
+void ExpectMode(const std::string& path, unsigned mode) {
+    if (!test::kPosixModes) return;
     struct stat st {};
-    EXPECT_EQ(::stat(path.c_str(), &st), 0);
-    return st.st_mode & 07777;
+    ASSERT_EQ(::stat(path.c_str(), &st), 0);
+    EXPECT_EQ(st.st_mode & 07777, mode) << path;
 }
 
 // A media file of 1.5 MB, so copies cross the helper's 1 MB chunks.
@@ -71,10 +85,11 @@ TEST(RewriteFile, WritesTheLayoutAndKeepsTheMode) {
     EXPECT_EQ(layout.knownSize(), expected.size() - 300'000);
     RewriteFile(m.path, layout);
     EXPECT_EQ(ReadAll(m.path), expected);
-    EXPECT_EQ(ModeOf(m.path), 0640u);
+    ExpectMode(m.path, 0640u);
     EXPECT_EQ(m.dir.entries(), Names{"a.mp3"});
 }
 
+#if !defined(_WIN32)  // owners and modes: ReplaceFileW carries the old file's security over there
 TEST(RewriteFile, KeepsOwnerAndGroupWherePermitted) {
     if (::geteuid() != 0) GTEST_SKIP() << "changing a file's owner needs root";
     Media m;
@@ -87,6 +102,7 @@ TEST(RewriteFile, KeepsOwnerAndGroupWherePermitted) {
     EXPECT_EQ(st.st_gid, 5678u);
     EXPECT_EQ(st.st_mode & 07777, 0604u);
 }
+#endif
 
 TEST(RewriteFile, TheTemporaryFileHasNoNameOrOneKnownInAdvance) {
     Media m;
@@ -95,7 +111,8 @@ TEST(RewriteFile, TheTemporaryFileHasNoNameOrOneKnownInAdvance) {
         if (!anonymous) fault::FailNth(fault::Step::Link, 1, EOPNOTSUPP);
         RewriteFile(m.path, FileLayout().copy(0, 5).generate([&](ByteSink&, ByteSource&) { during = m.dir.entries(); }));
         fault::Reset();
-        EXPECT_EQ(during, anonymous ? Names{"a.mp3"} : (Names{".a.mp3.tagvera-new.tmp", "a.mp3"}));
+        const bool nameless = anonymous && kNamelessFiles;
+        EXPECT_EQ(during, nameless ? Names{"a.mp3"} : (Names{".a.mp3.tagvera-new.tmp", "a.mp3"}));
         EXPECT_EQ(m.dir.entries(), Names{"a.mp3"});
     }
 }
@@ -149,6 +166,7 @@ TEST(RewriteFile, LeftoversOfAKilledWriteGoAtTheNextOpen) {
     EXPECT_EQ(dir.entries(), others);
 }
 
+#if !defined(_WIN32)  // a symbolic link there needs a privilege that tests do not have
 TEST(RewriteFile, ASymbolicLinkIsFollowedAndKept) {
     Media m;
     const std::string link = m.dir.file("link.mp3");
@@ -159,6 +177,7 @@ TEST(RewriteFile, ASymbolicLinkIsFollowedAndKept) {
     EXPECT_TRUE(S_ISLNK(st.st_mode));
     EXPECT_EQ(ReadAll(m.path), std::vector<uint8_t>(m.original.begin(), m.original.begin() + 4));
 }
+#endif
 
 TEST(ReadOnly, AReadOnlyFileIsRefusedWithoutTouchingIt) {
     Media m;
@@ -183,6 +202,7 @@ TEST(ReadOnly, AReadOnlyFileIsRefusedWithoutTouchingIt) {
     EXPECT_FALSE(IsWritableFile(m.dir.path()));
 }
 
+#if !defined(_WIN32)  // the read-only attribute of a folder does not stop writes into it
 TEST(ReadOnly, AReadOnlyFolderIsRefusedWithoutTouchingTheFile) {
     ScratchDir dir;
     const std::string path = dir.file("a.mp3");
@@ -215,6 +235,7 @@ TEST(ReadOnly, AReadOnlyFolderIsRefusedWithoutTouchingTheFile) {
         EXPECT_EQ(dir.entries(), Names{"a.mp3"});
     }
 }
+#endif
 
 TEST(PatchInPlace, OverwritesAndAppends) {
     Media m;
@@ -227,7 +248,7 @@ TEST(PatchInPlace, OverwritesAndAppends) {
     want.resize(want.size() - 3);
     want.insert(want.end(), tag, tag + sizeof tag);
     EXPECT_EQ(ReadAll(m.path), want);
-    EXPECT_EQ(ModeOf(m.path), 0640u);
+    ExpectMode(m.path, 0640u);
 
     // A patch near the end with the file cut after it: what lay beyond is gone.
     const uint64_t at = want.size() - 100;
@@ -249,7 +270,7 @@ TEST(RewriteFile, AFileWithTwoNamesIsWrittenUnderBothRefusedOrSplitAsAsked) {
     for (const HardLinks links : {HardLinks::KeepInPlace, HardLinks::Break, HardLinks::Refuse}) {
         Media m;
         const std::string other = m.dir.file("b.mp3");
-        ASSERT_EQ(::link(m.path.c_str(), other.c_str()), 0);
+        std::filesystem::create_hard_link(m.path, other);
         std::vector<uint8_t> expected;
         const FileLayout layout = SampleLayout(&expected, m.original);
         try {
@@ -262,26 +283,47 @@ TEST(RewriteFile, AFileWithTwoNamesIsWrittenUnderBothRefusedOrSplitAsAsked) {
         }
         EXPECT_EQ(ReadAll(m.path), links == HardLinks::Refuse ? m.original : expected);
         EXPECT_EQ(ReadAll(other), links == HardLinks::KeepInPlace ? expected : m.original);
-        EXPECT_EQ(ModeOf(m.path), 0640u);
+        ExpectMode(m.path, 0640u);
         EXPECT_EQ(m.dir.entries(), (Names{"a.mp3", "b.mp3"}));
     }
 }
 
+#if defined(_WIN32)
+// A program that holds the file open without letting it be deleted makes ReplaceFileW fail: the
+// write fails with the file as it was and nothing beside it.
+TEST(RewriteFile, AReplaceRefusedByAnotherProgramLeavesTheOriginal) {
+    Media m;
+    const HANDLE other = ::CreateFileW(text::Utf8ToWide(m.path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                       nullptr, OPEN_EXISTING, 0, nullptr);
+    ASSERT_NE(other, INVALID_HANDLE_VALUE);
+    EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(0, 10)), FileError);
+    ::CloseHandle(other);
+    EXPECT_TRUE(m.untouched());
+    RewriteFile(m.path, FileLayout().copy(0, 10));
+    EXPECT_EQ(ReadAll(m.path), std::vector<uint8_t>(m.original.begin(), m.original.begin() + 10));
+}
+#endif
+
 TEST(WriteFileAtomically, CreatesReplacesAndUndoes) {
     ScratchDir dir;
     const std::string path = dir.file("prefs");
-    const mode_t oldMask = ::umask(022);
+    const auto oldMask = ::umask(022);
     WriteFileAtomically(path, Span("one"), 0600);
     ::umask(oldMask);
     EXPECT_EQ(test::ReadText(path), "one");
-    EXPECT_EQ(ModeOf(path), 0600u);
+    ExpectMode(path, 0600u);
 
     ::chmod(path.c_str(), 0664);
     WriteFileAtomically(path, Span("two, longer"));
     EXPECT_EQ(test::ReadText(path), "two, longer");
-    EXPECT_EQ(ModeOf(path), 0664u);
+    ExpectMode(path, 0664u);
 
-    for (const fault::Step step : {fault::Step::Write, fault::Step::Fsync, fault::Step::Rename, fault::Step::Dirsync}) {
+    const fault::Step steps[] = {fault::Step::Write, fault::Step::Fsync, fault::Step::Rename,
+#if !defined(_WIN32)  // no folder is synced there
+                                 fault::Step::Dirsync
+#endif
+    };
+    for (const fault::Step step : steps) {
         fault::Scoped fault(step, 1, EIO);
         EXPECT_THROW(WriteFileAtomically(dir.file("new"), Span("x")), FileError) << fault::StepName(step);
         fault::FailNth(step, 1, EIO);

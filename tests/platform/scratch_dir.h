@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <set>
 #include <span>
 #include <string>
@@ -17,9 +18,19 @@ namespace tagvera::test {
 class ScratchDir {
 public:
     ScratchDir() {
+#if defined(_WIN32)
+        // No mkdtemp there: a random name, taken only if nobody has it.
+        std::random_device random;
+        for (int attempt = 0; path_.empty(); ++attempt) {
+            const auto dir = std::filesystem::temp_directory_path() / ("tagvera-platform-" + std::to_string(random()));
+            if (std::filesystem::create_directory(dir)) path_ = dir.string();
+            if (attempt == 100) throw std::runtime_error("no scratch folder");
+        }
+#else
         std::string pattern = (std::filesystem::temp_directory_path() / "tagvera-platform-XXXXXX").string();
         if (!mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
         path_ = pattern;
+#endif
     }
     ~ScratchDir() {
         std::error_code ec;
@@ -43,7 +54,10 @@ public:
     // Names in the folder, sorted.
     std::set<std::string> entries() const {
         std::set<std::string> out;
-        for (const auto& e : std::filesystem::directory_iterator(path_)) out.insert(e.path().filename().string());
+        for (const auto& e : std::filesystem::directory_iterator(path_)) {
+            const std::u8string name = e.path().filename().u8string();
+            out.insert(std::string(name.begin(), name.end()));
+        }
         return out;
     }
 
@@ -51,8 +65,12 @@ private:
     std::string path_;
 };
 
+// A UTF-8 path as the standard library's streams take it everywhere (Windows reads a narrow
+// string in the ANSI code page).
+inline std::filesystem::path PathOf(const std::string& utf8) { return std::u8string(utf8.begin(), utf8.end()); }
+
 inline std::vector<uint8_t> ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
+    std::ifstream in(PathOf(path), std::ios::binary | std::ios::ate);
     if (!in) return {};
     std::vector<uint8_t> out(static_cast<size_t>(in.tellg()));
     in.seekg(0);
@@ -61,7 +79,7 @@ inline std::vector<uint8_t> ReadAll(const std::string& path) {
 }
 
 inline void WriteAll(const std::string& path, const std::vector<uint8_t>& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    std::ofstream out(PathOf(path), std::ios::binary | std::ios::trunc);
     out.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
@@ -72,14 +90,22 @@ inline std::string ScratchDir::write(const std::string& name, const std::vector<
 }
 
 inline void WriteText(const std::string& path, const std::string& text) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    std::ofstream out(PathOf(path), std::ios::binary | std::ios::trunc);
     out << text;
 }
 
 inline std::string ReadText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
+    std::ifstream in(PathOf(path), std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
+
+// Permission bits are POSIX's; Windows has only the read-only attribute, which the tests check
+// on their own.
+#if defined(_WIN32)
+inline constexpr bool kPosixModes = false;
+#else
+inline constexpr bool kPosixModes = true;
+#endif
 
 // A string's bytes, as writers take them.
 inline std::span<const uint8_t> Span(const std::string& s) { return {reinterpret_cast<const uint8_t*>(s.data()), s.size()}; }

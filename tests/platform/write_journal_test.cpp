@@ -3,9 +3,8 @@
 #include "platform/write_journal.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <cstdio>
+#include <filesystem>
 #include <random>
 
 #include "platform/companion_files.h"
@@ -56,7 +55,7 @@ TEST(UndoJournal, ADamagedJournalIsRemovedAndTheFileLeftAlone) {
     EXPECT_EQ(ReadAll(path), original);
     WriteAll(journalPath, journal);
     WriteAll(dir.file("new"), patched);
-    ASSERT_EQ(::rename(dir.file("new").c_str(), path.c_str()), 0);
+    std::filesystem::rename(dir.file("new"), path);
     EXPECT_EQ(RecoverFromJournal(path), JournalFound::Discarded);
     EXPECT_EQ(ReadAll(path), patched);
     EXPECT_EQ(dir.entries(), Names{"a.mp3"});
