@@ -1,57 +1,21 @@
 // CImageMetadataPlugin: naming a file, loading it, and interrogation.
 #include "image/image_importer.h"
 
-#include <algorithm>
 #include <cmath>
+#include <utility>
 
-#include "base/byte_reader.h"
 #include "base/error.h"
 #include "component/managed_component.h"
 #include "image/exif_map.h"
-#include "image/probe.h"
+#include "image/picture_reader.h"
 #include "package/importer_kit/list_copy.h"
 #include "package/importer_kit/property_tree.h"
 #include "package/importer_kit/statistics.h"
 #include "platform/file.h"
 #include "platform/interrupted_write.h"
-#include "platform/zeroed_memory.h"
 #include "tagvera/vocabulary.h"
 
 namespace tagvera {
-namespace {
-
-// The headers and metadata of a picture: a file whose metadata alone is larger is not read for
-// EXIF (its size, resolution and depth still are).
-constexpr uint64_t kMostMetadataBytes = 256u << 20;
-
-// The metadata ranges of the file, one after the other or at their own offsets (the pixel data
-// between them left as zero pages that are never touched).
-std::vector<uint8_t> Concatenated(ByteSource& file, const image::ImageFacts& facts, uint64_t total) {
-    std::vector<uint8_t> bytes;
-    bytes.reserve(size_t(total));
-    for (const auto& range : facts.metadata) {
-        const auto part = file.readExact(range.offset, size_t(range.length));
-        bytes.insert(bytes.end(), part.begin(), part.end());
-    }
-    bytes.insert(bytes.end(), facts.metadataEnd.begin(), facts.metadataEnd.end());
-    return bytes;
-}
-
-std::vector<image::ExifItem> ReadExif(ByteSource& file, const image::ImageFacts& facts) {
-    uint64_t total = facts.metadataEnd.size();
-    for (const auto& range : facts.metadata) total = CheckedSum(total, range.length, TV_E_FAIL, "metadata size");
-    const uint64_t size = std::max(total, facts.metadataLayoutSize);
-    if (size > kMostMetadataBytes) throw Error(TV_E_FAIL, "metadata too large");
-    if (facts.metadataLayoutSize == 0) return image::ReadExifItems(Concatenated(file, facts, total));
-    const platform::ZeroedMemory laidOut{size_t(size)};
-    const std::span<uint8_t> bytes = laidOut.bytes();
-    for (const auto& range : facts.metadata)
-        if (file.readAt(range.offset, bytes.subspan(size_t(range.offset), size_t(range.length))) != range.length)
-            throw Error(TV_E_FAIL, "metadata cut short");
-    return image::ReadExifItems(bytes);
-}
-
-}  // namespace
 
 CImageMetadataPlugin::~CImageMetadataPlugin() = default;
 
@@ -83,13 +47,9 @@ CImageMetadataPlugin::Loaded CImageMetadataPlugin::LoadFile() const {
     if (!file.regular()) throw Error(TV_E_FAIL, "not a regular file");
     Loaded loaded;
     loaded.fileSize = file.size();
-    loaded.facts = image::ProbeImage(file);
-    if (loaded.facts.metadata.empty()) return loaded;
-    try {
-        loaded.exif = ReadExif(file, loaded.facts);
-    } catch (const Error&) {
-        // EXIF that does not read leaves the picture's own figures, as a viewer would show them.
-    }
+    image::Picture picture = image::ReadPicture(file);
+    loaded.facts = std::move(picture.facts);
+    loaded.exif = std::move(picture.exif);
     return loaded;
 }
 

@@ -7,11 +7,10 @@
 
 #include <cstdio>
 #include <fstream>
-#include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include "image/fixture_table.h"
 #include "image/image_importer.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/vocabulary.h"
@@ -20,25 +19,8 @@ namespace tagvera::image::testing {
 
 inline std::string FixturePath(const std::string& name) { return std::string(TAGVERA_TEST_DATA_DIR) + "/image/" + name; }
 
-// One line of expected.tsv: column name -> value ("-" where the tool found nothing).
-using Expectation = std::map<std::string, std::string>;
-
 inline std::vector<Expectation> Expectations() {
-    std::ifstream in(FixturePath("expected.tsv"));
-    std::vector<std::string> header;
-    std::vector<Expectation> rows;
-    for (std::string line; std::getline(in, line);) {
-        std::vector<std::string> cells;
-        std::stringstream split(line);
-        for (std::string cell; std::getline(split, cell, '\t');) cells.push_back(cell);
-        if (header.empty()) {
-            header = cells;
-            continue;
-        }
-        Expectation row;
-        for (size_t i = 0; i < header.size() && i < cells.size(); ++i) row[header[i]] = cells[i];
-        rows.push_back(row);
-    }
+    std::vector<Expectation> rows = ReadExpectations(FixturePath("expected.tsv"));
     EXPECT_FALSE(rows.empty()) << "no fixtures: run tools/make-image-fixtures.sh";
     return rows;
 }
