@@ -4,7 +4,11 @@
 // opened the file again.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#if !defined(_WIN32)
+#if defined(_WIN32)
+#include <windows.h>
+
+#include "platform/text.h"
+#else
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -135,7 +139,42 @@ protected:
         EXPECT_EQ(test::kPosixModes ? mode : 0640u, 0640u) << what;
     }
 
-#if !defined(_WIN32)  // a kill needs a child made by fork
+#if defined(_WIN32)
+    // The same with the write in a copy of this program (no fork there), which runs the test
+    // RunsAsAChild below with what to do in its environment and its output thrown away.
+    void KillAndReopen(const std::string& what, fault::Step step, unsigned nth, std::chrono::microseconds delay) const {
+        Reset();
+        wchar_t self[MAX_PATH];
+        ASSERT_GT(::GetModuleFileNameW(nullptr, self, MAX_PATH), 0u);
+        std::wstring line = L"\"" + std::wstring(self) + L"\" --gtest_filter=Kinds/Writes.RunsAsAChild/" +
+                            text::Utf8ToWide(GetParam().name);
+        const std::string job = path + "|" + std::to_string(static_cast<int>(step)) + "|" + std::to_string(nth);
+        SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+        const HANDLE nul = ::CreateFileW(L"NUL", GENERIC_WRITE, FILE_SHARE_WRITE, &inherit, OPEN_EXISTING, 0, nullptr);
+        STARTUPINFOW start{};
+        start.cb = sizeof start;
+        start.dwFlags = STARTF_USESTDHANDLES;
+        start.hStdOutput = start.hStdError = nul;
+        PROCESS_INFORMATION child{};
+        ::SetEnvironmentVariableW(L"TAGVERA_WRITE_CHILD", text::Utf8ToWide(job).c_str());
+        const bool started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &child);
+        ::SetEnvironmentVariableW(L"TAGVERA_WRITE_CHILD", nullptr);
+        ::CloseHandle(nul);
+        ASSERT_TRUE(started) << what;
+        if (!nth) {
+            std::this_thread::sleep_for(delay);
+            ::TerminateProcess(child.hProcess, 128 + 9);
+        }
+        ::WaitForSingleObject(child.hProcess, INFINITE);
+        DWORD status = 0;
+        ::GetExitCodeProcess(child.hProcess, &status);
+        ::CloseHandle(child.hProcess);
+        ::CloseHandle(child.hThread);
+        EXPECT_TRUE(status == 128 + 9 || (!nth && status == 0)) << what << ": status " << status;
+        EXPECT_NO_THROW(RecoverInterruptedWrite(path)) << what;
+        ExpectWhole(what, true);
+    }
+#else
 
     // Runs the write in a child killed at a call (kill armed) or after a delay, then opens the file.
     void KillAndReopen(const std::string& what, fault::Step step, unsigned nth, std::chrono::microseconds delay) const {
@@ -188,7 +227,26 @@ TEST_P(Writes, AFailureAtAnyCallLeavesTheOldFile) {
     }
 }
 
-#if !defined(_WIN32)  // kills need fork; a full disk needs a tmpfs of the test's own
+#if defined(_WIN32)
+// The child of KillAndReopen: the write on its parent's file, killed at the call it names.
+TEST_P(Writes, RunsAsAChild) {
+    wchar_t job[4096];
+    const DWORD n = ::GetEnvironmentVariableW(L"TAGVERA_WRITE_CHILD", job, 4096);
+    if (n == 0 || n >= 4096) GTEST_SKIP() << "the child of a kill test";
+    const std::string text = text::WideToUtf8(std::wstring_view(job, n));
+    const size_t bar = text.find('|'), bar2 = text.rfind('|');
+    Arm();
+    if (const unsigned nth = std::stoul(text.substr(bar2 + 1)))
+        fault::FailNth(static_cast<fault::Step>(std::stoi(text.substr(bar + 1))), nth, fault::kKillProcess);
+    try {
+        GetParam().write(text.substr(0, bar));
+    } catch (...) {
+        ::ExitProcess(2);
+    }
+    ::ExitProcess(0);
+}
+#endif
+
 TEST_P(Writes, AKillAtAnyCallLeavesTheOldFileOrTheNew) {
     for (const auto& [step, count] : calls) {
         for (unsigned n = 1; n <= count; ++n) KillAndReopen("kill at " + Label(step, n), step, n, {});
@@ -205,6 +263,8 @@ TEST_P(Writes, AKillAtARandomMomentLeavesTheOldFileOrTheNew) {
         KillAndReopen("kill after " + std::to_string(after.count()) + " us", fault::Step::Open, 0, after);
     }
 }
+
+#if !defined(_WIN32)  // a full disk needs a tmpfs of the test's own
 
 TEST_P(Writes, OnAFullFileSystemFailsWithNothingChanged) {
     test::TmpfsMount mount(dir.path(), "size=400k");
