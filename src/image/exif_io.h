@@ -1,5 +1,6 @@
-// EXIF items of an image in memory, read and written through exiv2. exiv2 throws on bad input:
-// everything it throws comes out of here as Error with TV_E_FAIL and exiv2's reason.
+// EXIF items of an image in memory, read and written through exiv2 (on Windows through GDI+,
+// exif_io_windows.cpp). Whatever goes wrong comes out of here as Error with TV_E_FAIL and the
+// reason, a value that does not fit its type as TV_E_INVALIDARG.
 #ifndef TAGVERA_IMAGE_EXIF_IO_H
 #define TAGVERA_IMAGE_EXIF_IO_H
 
@@ -33,7 +34,7 @@ struct ExifEdit {
 };
 
 // The image with the edits applied to its EXIF; every other byte exiv2 keeps (compressed image
-// data, other metadata). The bytes are taken over: an edit that fits, exiv2 makes in the buffer
+// data, other metadata). GDI+ keeps a JPEG's compressed data but encodes a PNG or TIFF anew. The bytes are taken over: an edit that fits, exiv2 makes in the buffer
 // it was given (TIFF), so a caller's copy would change under it.
 std::vector<uint8_t> ApplyExifEdits(std::vector<uint8_t> image, std::span<const ExifEdit> edits);
 

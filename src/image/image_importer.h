@@ -1,7 +1,8 @@
 // CImageMetadataPlugin: the package's component for still images (JPEG, PNG, GIF, BMP, TIFF).
-// Setting a file only names it; the first interrogation or write reads its headers and EXIF
-// (never its pixels), and the result stays until another file is set or the file is written.
-// Writes go to the EXIF of JPEG, PNG and TIFF files (image_importer_write.cpp).
+// Setting a file only names it; the first interrogation or write reads its figures and EXIF
+// (picture_reader: on Linux from the headers, never the pixels; on Windows through GDI+), and the
+// result stays until another file is set or the file is written. Writes go to the EXIF of JPEG,
+// PNG and TIFF files (image_importer_write.cpp; GDI+ writes no PNG).
 #ifndef TAGVERA_IMAGE_IMAGE_IMPORTER_H
 #define TAGVERA_IMAGE_IMAGE_IMPORTER_H
 

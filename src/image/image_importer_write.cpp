@@ -1,5 +1,5 @@
-// CImageMetadataPlugin: writing the table's EXIF properties back. exiv2 edits a copy of the file
-// in memory, which keeps the compressed image data byte for byte; the copy then replaces the file
+// CImageMetadataPlugin: writing the table's EXIF properties back. exiv2 (on Windows GDI+, see
+// exif_io_windows.cpp) edits a copy of the file in memory; the copy then replaces the file
 // through the safe-write helper, so a failure or a kill leaves the old file or the new one.
 #include <string>
 

@@ -9,6 +9,7 @@
 #include "image/exif_table.h"
 #include "image/image_bytes.h"
 #include "image/image_support.h"
+#include "image/jpeg_exif_segment.h"
 #include "image/probe.h"
 #include "platform/fault_injection.h"
 #include "platform/file.h"
@@ -198,6 +199,35 @@ TEST(ImageWriteFaults, AFailureAtAnyCallLeavesTheOldFileOrTheNewOne) {
             EXPECT_EQ(dir.entries(), std::set<std::string>{"photo.jpg"});
         }
     }
+}
+
+// The EXIF segment a Windows write takes from GDI+'s new encoding of a JPEG: moved into the
+// original, whose other segments and compressed data stay byte for byte.
+TEST(JpegExifSegment, MovesBetweenEncodingsAndLeavesTheRest) {
+    const auto scan = [](const Bytes& jpeg) {
+        MemorySource source(jpeg);
+        return Bytes(jpeg.begin() + long(ProbeImage(source).metadata[0].length), jpeg.end());
+    };
+    const auto items = [](const Bytes& jpeg) {
+        std::map<uint16_t, Bytes> byTag;
+        for (const auto& item : ReadExifItems(jpeg)) byTag[item.tag] = item.value;
+        return byTag;
+    };
+    const struct {
+        const char *target, *donor;
+    } rows[] = {{"jpeg-grey-cm.jpg", "jpeg-rgb-le.jpg"}, {"jpeg-rgb-be.jpg", "jpeg-rgb-le.jpg"}, {"jpeg-rgb-be.jpg", "jpeg-cmyk.jpg"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(std::string(row.target) + " <- " + row.donor);
+        const Bytes target = test::ReadAll(FixturePath(row.target));
+        const Bytes donor = test::ReadAll(FixturePath(row.donor));
+        const Bytes out = WithExifSegmentOf(target, donor);
+        EXPECT_EQ(scan(out), scan(target));
+        EXPECT_EQ(items(out), items(donor));
+        EXPECT_EQ(HasExifSegment(out), HasExifSegment(donor));
+        MemorySource before(target), after(out);
+        EXPECT_EQ(ProbeImage(after).xDpi, ProbeImage(before).xDpi) << "the JFIF segment stays first";
+    }
+    EXPECT_THROW(WithExifSegmentOf(Bytes{0xFF, 0xD8, 0xFF, 0xE1, 0xFF, 0xFF}, Bytes{0xFF, 0xD8, 0xFF, 0xDA}), Error);
 }
 
 }  // namespace
