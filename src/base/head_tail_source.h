@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/byte_source.h"
+#include "base/read_buffer.h"
 
 namespace tagvera {
 
@@ -54,13 +55,13 @@ public:
 
 private:
     // As many of the n bytes at offset as the source gives (fewer if it has shrunk).
-    std::vector<uint8_t> ReadBlock(uint64_t offset, uint64_t n) {
-        std::vector<uint8_t> block(static_cast<size_t>(n));
+    ReadBuffer ReadBlock(uint64_t offset, uint64_t n) {
+        ReadBuffer block(static_cast<size_t>(n));
         block.resize(source_.readAt(offset, block));
         return block;
     }
     // Copies what the block holds of [offset, offset + out.size()) from its start; the count.
-    static size_t Prefix(const std::vector<uint8_t>& block, uint64_t blockStart, uint64_t offset, std::span<uint8_t> out) {
+    static size_t Prefix(std::span<const uint8_t> block, uint64_t blockStart, uint64_t offset, std::span<uint8_t> out) {
         if (offset < blockStart || offset - blockStart >= block.size()) return 0;
         const size_t from = static_cast<size_t>(offset - blockStart);
         const size_t n = std::min(out.size(), block.size() - from);
@@ -73,7 +74,8 @@ private:
 
     ByteSource& source_;
     size_t headWanted_, tailWanted_;
-    std::vector<uint8_t> head_, tail_, recent_;
+    ReadBuffer head_, tail_;
+    std::vector<uint8_t> recent_;
     uint64_t tailStart_ = 0, recentStart_ = 0;
     bool headRead_ = false, tailRead_ = false;
 };
