@@ -38,7 +38,10 @@ const std::string& CMPAMetaProperty::path() const {
     return pathText_;
 }
 
+// A node whose path already derives from parentPath keeps it, and its subtree keeps theirs, as the
+// walk below assumes of every child it meets (a group merged under a root of the same path).
 void CMPAMetaProperty::UpdatePaths(const NodePath& parentPath) {
+    if (path_.DerivesFrom(parentPath, name_, flags_ & kFlagFlatten)) return;
     ComposePath(parentPath);
     UpdateChildPaths();
 }
@@ -48,6 +51,7 @@ void CMPAMetaProperty::UpdatePaths(const NodePath& parentPath) {
 // two names) already has its path from this walk; its subtree is not walked again, which keeps a
 // tree of such doubled nodes from costing 2^depth.
 void CMPAMetaProperty::UpdateChildPaths() {
+    if (children_.empty()) return;
     std::vector<CMPAMetaProperty*> pending{this};
     while (!pending.empty()) {
         CMPAMetaProperty* node = pending.back();

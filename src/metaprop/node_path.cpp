@@ -31,7 +31,12 @@ NodePath NodePath::Child(std::string_view name) const {
 }
 
 bool NodePath::DerivesFrom(const NodePath& parent, std::string_view name, bool flatten) const {
-    if (!parent.part_ || !part_) return false;
+    // Below an empty path a node's path is its name alone, or empty: the same text is the same path.
+    if (!parent.part_) {
+        if (flatten || name.empty()) return !part_;
+        return part_ && !part_->prefix && part_->text == name;
+    }
+    if (!part_) return false;
     if (flatten) return part_ == parent.part_;
     return part_->prefix == parent.part_ && part_->text == name;
 }

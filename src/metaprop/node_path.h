@@ -22,7 +22,8 @@ public:
     NodePath Child(std::string_view name) const;
 
     // Whether this path was made by Child(name) (or, with flatten, is the very path) of parent, the
-    // same parts and not just the same text. Never for an empty parent.
+    // same parts and not just the same text; below an empty parent, whether it is what Child(name)
+    // would spell.
     bool DerivesFrom(const NodePath& parent, std::string_view name, bool flatten) const;
 
     bool empty() const { return !part_; }
