@@ -25,7 +25,8 @@ void EraseOne(std::vector<T>& list, const T& value) {
 
 HRESULT CMPAMetaProperty::InternalQueryInterface(const GUID& iid, void** out) {
     if (!out) return TV_E_POINTER;
-    // Tested in this order.
+    // The class itself first: nodes ask it of each other on every add and lookup (FromInterface).
+    if (iid == IID_CMPAMetaPropertyClass) return Hand(this, out);
     if (iid == IID_IUnknown) return Hand(static_cast<IUnknown*>(static_cast<CUnknownIMP*>(this)), out);
     if (iid == IID_IKNContextUser) return Hand(static_cast<IKNContextUser*>(this), out);
     if (iid == IID_IMPAMetaProperty) return Hand(static_cast<IMPAMetaProperty*>(this), out);
@@ -35,7 +36,6 @@ HRESULT CMPAMetaProperty::InternalQueryInterface(const GUID& iid, void** out) {
     if (iid == IID_IKMAXMLParserResponse) return Hand(static_cast<IKMAXMLParserResponse*>(this), out);
     if (iid == IID_IMPAMetaPropertySerialize2) return Hand(static_cast<IMPAMetaPropertySerialize2*>(this), out);
     if (iid == IID_IMPAMetaPropertyParentMgr) return Hand(static_cast<IMPAMetaPropertyParentMgr*>(this), out);
-    if (iid == IID_CMPAMetaPropertyClass) return Hand(this, out);
     return NoInterface(out);
 }
 
@@ -96,6 +96,8 @@ CMPAMetaProperty::~CMPAMetaProperty() {
         DisposePointerValue();
     } catch (...) {
     }
+    // A leaf hands nothing on, and needs no list of deferred releases (a thread-local) to do it.
+    if (!next_ && children_.empty()) return;
     DeferredReleases releases;
     if (nextNode_) EraseOne(nextNode_->chainOwners_, this);
     releases.Add(next_);
@@ -117,7 +119,7 @@ CMPAMetaProperty::~CMPAMetaProperty() {
 
 void* CMPAMetaProperty::ValuePointer() const {
     void* pointer = nullptr;
-    if (hasValue_ && valueSize_ >= sizeof pointer) std::memcpy(&pointer, value_.get(), sizeof pointer);
+    if (hasValue_ && valueSize_ >= sizeof pointer) std::memcpy(&pointer, valueData(), sizeof pointer);
     return pointer;
 }
 
@@ -141,6 +143,7 @@ void CMPAMetaProperty::DisposePointerValue() {
 }
 
 void CMPAMetaProperty::StoreValue(const uint8_t* data, uint32_t size) {
+    std::unique_ptr<uint8_t[]> previous;  // freed after the copy: data may be the node's own value
     if (hasValue_) {
         changed_ = kChanged;
         // A new pointer in a pointer-owning node frees the old one; the same pointer stays.
@@ -149,14 +152,18 @@ void CMPAMetaProperty::StoreValue(const uint8_t* data, uint32_t size) {
             if (data && size >= sizeof incoming) std::memcpy(&incoming, data, sizeof incoming);
             if (incoming != ValuePointer()) DisposePointerValue();
         }
-        value_.reset();
+        previous = std::move(value_);
         valueSize_ = 0;
         hasValue_ = false;
     }
     if (!data) return;
-    value_.reset(new (std::nothrow) uint8_t[size ? size : 1]);
-    if (!value_) throw std::bad_alloc();
-    if (size) std::memcpy(value_.get(), data, size);
+    if (size <= kInlineValueBytes) {
+        if (size) std::memmove(inlineValue_, data, size);
+    } else {
+        value_.reset(new (std::nothrow) uint8_t[size]);
+        if (!value_) throw std::bad_alloc();
+        std::memcpy(value_.get(), data, size);
+    }
     valueSize_ = size;
     hasValue_ = true;
 }
@@ -182,7 +189,7 @@ HRESULT CMPAMetaProperty::GetValue(const uint8_t** data, uint32_t* size) {
         *size = 0;
         return TV_E_PROP_EMPTY;
     }
-    *data = value_.get();
+    *data = valueData();
     *size = valueSize_;
     return TV_S_OK;
 }
@@ -257,7 +264,7 @@ HRESULT CMPAMetaProperty::IsEqual(IMPAMetaProperty* other) {
     if (!otherData) otherSize = 0;
     const uint32_t size = hasValue_ ? valueSize_ : 0;
     if (otherSize != size) return 0;
-    return size == 0 || std::memcmp(otherData, value_.get(), size) == 0 ? 1 : 0;
+    return size == 0 || std::memcmp(otherData, valueData(), size) == 0 ? 1 : 0;
 }
 
 // --- IMPAMetaPropertyLinkedList ------------------------------------------------------------------
@@ -293,7 +300,7 @@ HRESULT CMPAMetaProperty::SetNext(IMPAMetaPropertyLinkedList* next) {
 
 // --- IMPAMetaPropertyParentMgr -------------------------------------------------------------------
 
-std::vector<CMPAMetaProperty::ParentLink>::iterator CMPAMetaProperty::FindParent(IMPAMetaProperty* parent) {
+CMPAMetaProperty::ParentLink* CMPAMetaProperty::FindParent(IMPAMetaProperty* parent) {
     return std::find_if(parents_.begin(), parents_.end(), [&](const ParentLink& p) { return p.node == parent; });
 }
 

@@ -74,7 +74,10 @@ public:
     uint32_t flags() const { return flags_; }
     uint32_t changed() const { return changed_; }
     bool hasValue() const { return hasValue_; }
-    const uint8_t* valueData() const { return value_.get(); }
+    const uint8_t* valueData() const {
+        if (!hasValue_) return nullptr;
+        return valueSize_ <= kInlineValueBytes ? inlineValue_ : value_.get();
+    }
     uint32_t valueSize() const { return valueSize_; }
     const Children& children() const { return children_; }
     // The node after node in its same-name chain, or empty; own is node as this class, or null.
@@ -203,8 +206,38 @@ private:
     // A parent, not owned, and how many of its entries hold this node (a node may stand under two
     // names), so taking it out of one entry keeps the parent while another still holds it.
     struct ParentLink {
-        IMPAMetaProperty* node;
-        uint32_t links;
+        IMPAMetaProperty* node = nullptr;
+        uint32_t links = 0;
+    };
+    // Nearly every node has one parent: it is held in place, and only a second one costs a list.
+    class ParentLinks {
+    public:
+        size_t size() const { return many_.empty() ? (one_.node ? 1 : 0) : many_.size(); }
+        bool empty() const { return size() == 0; }
+        ParentLink* begin() { return many_.empty() ? &one_ : many_.data(); }
+        ParentLink* end() { return begin() + size(); }
+        const ParentLink* begin() const { return many_.empty() ? &one_ : many_.data(); }
+        const ParentLink* end() const { return begin() + size(); }
+        const ParentLink& operator[](size_t i) const { return begin()[i]; }
+        void push_back(const ParentLink& link) {
+            if (many_.empty() && !one_.node) {
+                one_ = link;
+                return;
+            }
+            if (many_.empty()) many_.push_back(one_);
+            many_.push_back(link);
+            one_ = {};
+        }
+        void erase(ParentLink* at) {
+            if (many_.empty())
+                one_ = {};
+            else
+                many_.erase(many_.begin() + (at - many_.data()));
+        }
+
+    private:
+        ParentLink one_;
+        std::vector<ParentLink> many_;
     };
 
     // Fields and values (meta_property.cpp).
@@ -230,7 +263,7 @@ private:
     }
 
     // Adding and merging (meta_property_add.cpp).
-    HRESULT AddPropertyImpl(std::string_view name, uint32_t type, uint32_t flags, const uint8_t* data, uint32_t size,
+    HRESULT AddPropertyImpl(const char* name, uint32_t type, uint32_t flags, const uint8_t* data, uint32_t size,
                             bool replace, ComPtr<IMPAMetaProperty>* placed);
     HRESULT AddChildImpl(IMPAMetaProperty* child, bool replace, const char* name, uint32_t addFlags,
                          bool updatePaths, ComPtr<IMPAMetaProperty>* placed);
@@ -243,7 +276,7 @@ private:
     // One entry of parent more or less holds this node.
     void AddParentNode(IMPAMetaProperty* parent);
     void RemoveParentNode(IMPAMetaProperty* parent);
-    std::vector<ParentLink>::iterator FindParent(IMPAMetaProperty* parent);
+    ParentLink* FindParent(IMPAMetaProperty* parent);
 
     // Cloning (meta_property_clone.cpp).
     HRESULT CopyFieldsInto(IMPAMetaProperty* target) const;
@@ -261,6 +294,9 @@ private:
     mutable bool pathSpelled_ = true;
     uint32_t type_ = kTypeNone;
     uint32_t flags_ = 0;
+    // Most values are numbers and short texts: they live in the node, larger ones on the heap.
+    static constexpr uint32_t kInlineValueBytes = 32;
+    uint8_t inlineValue_[kInlineValueBytes];
     std::unique_ptr<uint8_t[]> value_;
     uint32_t valueSize_ = 0;
     bool hasValue_ = false;
@@ -277,7 +313,7 @@ private:
 
     IMPAMetaPropertyLinkedList* next_ = nullptr;  // owned: one reference
     CMPAMetaProperty* nextNode_ = nullptr;        // next_ as this class, or null
-    std::vector<ParentLink> parents_;  // not owned
+    ParentLinks parents_;  // not owned
     // Nodes whose next-sibling link holds this node (not owned): owners too, for the cycle check.
     std::vector<CMPAMetaProperty*> chainOwners_;
 };

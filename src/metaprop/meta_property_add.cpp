@@ -51,7 +51,7 @@ HRESULT AddThroughInterface(IMPAMetaProperty* target, IMPAMetaProperty* child, b
 
 // --- AddProperty and its shortcuts ----------------------------------------------------------------
 
-HRESULT CMPAMetaProperty::AddPropertyImpl(std::string_view name, uint32_t type, uint32_t flags, const uint8_t* data,
+HRESULT CMPAMetaProperty::AddPropertyImpl(const char* name, uint32_t type, uint32_t flags, const uint8_t* data,
                                           uint32_t size, bool replace, ComPtr<IMPAMetaProperty>* placed) {
     ComPtr<IMPAMetaProperty> node;
     HRESULT hr = CreateNode(node);
@@ -62,8 +62,7 @@ HRESULT CMPAMetaProperty::AddPropertyImpl(std::string_view name, uint32_t type, 
         hr = node->SetValue(data, size);
         if (Failed(hr)) return hr;
     }
-    const std::string nameText(name);
-    return AddChildImpl(node.get(), replace, nameText.c_str(), 0, true, placed);
+    return AddChildImpl(node.get(), replace, name, 0, true, placed);
 }
 
 // newNode receives the node that stands under the name afterwards: the new node when it was added
@@ -142,7 +141,8 @@ HRESULT CMPAMetaProperty::AddChildImpl(IMPAMetaProperty* child, bool replace, co
         if (!own) return AddThroughInterface(target.get(), child, replace, std::string(rest), addFlags, placed);
         ComPtr<IMPAMetaProperty> group;
         if (Failed(own->FindDirect(first, group))) {
-            const HRESULT hr = own->AddPropertyImpl(first, kTypeGroup, 0, nullptr, 0, false, &group);
+            const std::string groupName(first);
+            const HRESULT hr = own->AddPropertyImpl(groupName.c_str(), kTypeGroup, 0, nullptr, 0, false, &group);
             if (Failed(hr)) return hr;
             if (!group) return TV_E_FAIL;
         }
@@ -214,12 +214,13 @@ HRESULT CMPAMetaProperty::AddChildHere(IMPAMetaProperty* child, bool replace, co
             child->SetParentPath(path().c_str());
     }
 
-    auto at = children_.find(key);
-    if (at == children_.end()) {
+    // One walk down the map finds the entry or the place for a new one.
+    auto at = children_.lower_bound(key);
+    if (at == children_.end() || at->first != key) {
         Entry entry;
         entry.first = ComPtr<IMPAMetaProperty>::Share(child);
         entry.firstNode = childNode;
-        children_.emplace(std::move(key), std::move(entry));
+        children_.emplace_hint(at, std::move(key), std::move(entry));
         if (addFlags & kAddMarkChanged) MarkModified(child);
         if (childNode)
             childNode->AddParentNode(AsProperty());

@@ -45,7 +45,7 @@ HRESULT CMPAMetaProperty::CopyFieldsInto(IMPAMetaProperty* target) const {
     HRESULT result = target->SetName(name_.c_str());
     result |= target->SetType(type_);
     if (copyValue) {
-        const HRESULT hr = target->SetValue(value_.get(), valueSize_);
+        const HRESULT hr = target->SetValue(valueData(), valueSize_);
         if (Failed(hr) && type_ == kTypeInterfacePointer) {
             if (auto* pointer = static_cast<IUnknown*>(ValuePointer())) pointer->Release();
         }
