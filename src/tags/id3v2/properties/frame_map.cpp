@@ -82,11 +82,31 @@ constexpr std::array<PictureTypeRow, 15> kPictureTypes{{
     {20, 20, "Publisher Logo Picture", "Credits"},
 }};
 
+// A four-character id as one number, so that the tables are searched by comparing words; 0 (which
+// no table id packs to) for any other length.
+constexpr uint32_t PackId(std::string_view id) {
+    if (id.size() != 4) return 0;
+    return uint32_t(uint8_t(id[0])) << 24 | uint32_t(uint8_t(id[1])) << 16 | uint32_t(uint8_t(id[2])) << 8 |
+           uint32_t(uint8_t(id[3]));
+}
+
+constexpr auto kPackedFrameNumbers = [] {
+    std::array<uint32_t, kFrameNumbers.size()> packed{};
+    for (size_t i = 0; i < packed.size(); ++i) packed[i] = PackId(kFrameNumbers[i]);
+    return packed;
+}();
+constexpr auto kPackedFrameMap = [] {
+    std::array<uint32_t, kFrameMap.size()> packed{};
+    for (size_t i = 0; i < packed.size(); ++i) packed[i] = PackId(kFrameMap[i].frameId);
+    return packed;
+}();
+
 }  // namespace
 
 uint32_t FrameNumber(std::string_view id) {
-    for (size_t i = 0; i < kFrameNumbers.size(); ++i)
-        if (id == kFrameNumbers[i]) return static_cast<uint32_t>(i + 1);
+    const uint32_t packed = PackId(id);
+    for (size_t i = 0; packed && i < kPackedFrameNumbers.size(); ++i)
+        if (packed == kPackedFrameNumbers[i]) return static_cast<uint32_t>(i + 1);
     return 0;
 }
 
@@ -98,8 +118,9 @@ std::string_view FrameIdOfNumber(uint32_t number) {
 std::span<const FrameMapRow> FrameMap() { return kFrameMap; }
 
 const FrameMapRow* FindReadRow(std::string_view id) {
-    for (const auto& row : kFrameMap)
-        if (id == row.frameId && row.read != ReadRule::NotRead) return &row;
+    const uint32_t packed = PackId(id);
+    for (size_t i = 0; packed && i < kFrameMap.size(); ++i)
+        if (packed == kPackedFrameMap[i] && kFrameMap[i].read != ReadRule::NotRead) return &kFrameMap[i];
     return nullptr;
 }
 

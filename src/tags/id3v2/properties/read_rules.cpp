@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "base/error.h"
 #include "metaprop/genre_table.h"
@@ -64,7 +65,7 @@ bool TextRule(PropertySpec& p, const Frame& frame, const Fields& f, const std::s
     if (text.empty()) return false;
     p.type = kTypeText;
     if (IsUnicode(f)) AddNumber(p, "Unicode", 1);
-    const auto value = TextValue(text);
+    auto value = TextValue(text);
     if (frame.id == "COMM" && value.size() - 1 >= kLongCommentBytes) {
         p.type = kTypeReference;
         AddString(p, "MimeType", "text/plain");
@@ -72,7 +73,7 @@ bool TextRule(PropertySpec& p, const Frame& frame, const Fields& f, const std::s
         AddNumber(p, "DataSize", static_cast<uint32_t>(value.size()), kFlagType);
         return true;
     }
-    p.value = value;
+    p.value = std::move(value);
     return true;
 }
 
@@ -168,6 +169,7 @@ std::optional<PropertySpec> ReadFrameProperty(const Frame& frame) {
     if (!decoded) return std::nullopt;
     const Fields& f = *decoded;
     PropertySpec p;
+    p.children.reserve(4);  // a picture's three and the frame number; most frames have one or two
     p.parent = row->parent;
     p.name = row->property;
     p.frameNumber = FrameNumber(frame.id);
