@@ -144,13 +144,12 @@ std::optional<Fields> TryDecodeFields(const Frame& frame, std::string* why) {
 
 namespace {
 
-void Append(std::vector<uint8_t>& out, const std::vector<uint8_t>& b) { out.insert(out.end(), b.begin(), b.end()); }
 void AppendLatin1(std::vector<uint8_t>& out, const std::string& s, bool terminate) {
-    Append(out, EncodeText(s, TextEncoding::Latin1));
+    AppendEncodedText(out, s, TextEncoding::Latin1);
     if (terminate) out.push_back(0);
 }
 void AppendText(std::vector<uint8_t>& out, const std::string& s, TextEncoding e, bool terminate) {
-    Append(out, EncodeText(s, e));
+    AppendEncodedText(out, s, e);
     if (terminate) AppendTerminator(out, e);
 }
 void AppendData(std::vector<uint8_t>& out, std::span<const uint8_t> d) { out.insert(out.end(), d.begin(), d.end()); }

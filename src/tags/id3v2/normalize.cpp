@@ -65,8 +65,10 @@ struct Builder {
     }
 
     void addTag(const std::vector<Frame>& frames) {
-        std::set<std::string> present;
-        for (const auto& f : frames) present.insert(f.id);
+        // Asked only of dates and people lists, so a look through the tag's frames when asked.
+        const auto present = [&frames](std::string_view id) {
+            return std::any_of(frames.begin(), frames.end(), [id](const Frame& f) { return f.id == id; });
+        };
         std::vector<std::string> people;
         TextEncoding peopleEncoding = TextEncoding::Latin1;
         size_t peopleAt = SIZE_MAX;
@@ -75,7 +77,7 @@ struct Builder {
                 if (src.id == "TDRC" || src.id == "TDOR") {
                     const Fields f = DecodeFields(src);
                     const bool original = src.id == "TDOR";
-                    if (present.count(original ? "TORY" : "TYER")) {
+                    if (present(original ? "TORY" : "TYER")) {
                         add(NormalizeFrame(src));
                         continue;
                     }
@@ -85,7 +87,7 @@ struct Builder {
                         continue;
                     }
                     for (auto& p : parts)
-                        if (!present.count(p.id)) add(std::move(p));
+                        if (!present(p.id)) add(std::move(p));
                     continue;
                 }
                 if (src.id == "TIPL" || src.id == "TMCL") {
@@ -101,7 +103,7 @@ struct Builder {
                 result.dropped.push_back(src.id + ": " + e.what());
             }
         }
-        if (!people.empty() && !present.count("IPLS")) {
+        if (!people.empty() && !present("IPLS")) {
             Fields f;
             f.kind = FrameKind::PeopleList;
             f.values = std::move(people);

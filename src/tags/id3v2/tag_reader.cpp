@@ -498,7 +498,8 @@ FileTags ReadFileTags(ByteSource& source, const ReadOptions& options) {
     if (options.prepended) {
         uint64_t offset = 0;
         while (tags.prepended.size() < options.limits.maxTagsInRow && fileSize - offset >= kHeaderSize) {
-            const auto head = source.readExact(offset, kHeaderSize);
+            uint8_t head[kHeaderSize];
+            if (source.readAt(offset, head) != kHeaderSize) throw Error(TV_E_FAIL, "short read");
             const auto header = ParseTagHeader(head);
             if (!header) break;
             const uint64_t total = header->totalSize();

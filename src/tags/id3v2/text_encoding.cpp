@@ -96,17 +96,21 @@ std::vector<std::string> DecodeTextList(std::span<const uint8_t> bytes, TextEnco
 
 std::vector<uint8_t> EncodeText(std::string_view utf8, TextEncoding e) {
     std::vector<uint8_t> out;
+    AppendEncodedText(out, utf8, e);
+    return out;
+}
+
+void AppendEncodedText(std::vector<uint8_t>& out, std::string_view utf8, TextEncoding e) {
     switch (e) {
         case TextEncoding::Latin1: {
             const std::string s = text::Utf8ToLatin1(utf8);
-            out.assign(s.begin(), s.end());
+            out.insert(out.end(), s.begin(), s.end());
             break;
         }
         case TextEncoding::Utf16: {
             // An empty string has no byte order to mark (and the tag library drops such a BOM).
             if (utf8.empty()) break;
             const std::string s = text::Utf8ToUtf16(utf8, false);
-            out.reserve(s.size() + 2);
             out.push_back(0xFF);
             out.push_back(0xFE);
             out.insert(out.end(), s.begin(), s.end());
@@ -114,16 +118,15 @@ std::vector<uint8_t> EncodeText(std::string_view utf8, TextEncoding e) {
         }
         case TextEncoding::Utf16BE: {
             const std::string s = text::Utf8ToUtf16(utf8, true);
-            out.assign(s.begin(), s.end());
+            out.insert(out.end(), s.begin(), s.end());
             break;
         }
         case TextEncoding::Utf8: {
             const std::string s = text::SanitizeUtf8(utf8);
-            out.assign(s.begin(), s.end());
+            out.insert(out.end(), s.begin(), s.end());
             break;
         }
     }
-    return out;
 }
 
 void AppendTerminator(std::vector<uint8_t>& out, TextEncoding e) { out.insert(out.end(), UnitSize(e), 0); }

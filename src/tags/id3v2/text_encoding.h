@@ -34,6 +34,8 @@ std::vector<std::string> DecodeTextList(std::span<const uint8_t> bytes, TextEnco
 // UTF-8 to field bytes, without terminator. Utf16 writes a little-endian BOM first (not for an
 // empty string); Latin1 turns characters it cannot hold into '?'.
 std::vector<uint8_t> EncodeText(std::string_view utf8, TextEncoding e);
+// The same bytes appended to out, as a frame's fields are put together.
+void AppendEncodedText(std::vector<uint8_t>& out, std::string_view utf8, TextEncoding e);
 void AppendTerminator(std::vector<uint8_t>& out, TextEncoding e);
 
 }  // namespace tagvera::id3v2
