@@ -38,8 +38,15 @@ public:
 
     void Add(int32_t v) {
         if (count_ < kCapacity) first_[count_] = v;
-        for (int p = 1; p <= kCapacity; ++p)
-            if (first_[count_ % p] != v) broken_[p - 1] = true;
+        static_assert(kCapacity == 4, "one test per period below");
+        // Once every period is broken nothing more can change (most VBR streams, after a few frames).
+        if (!allBroken_) {
+            if (first_[0] != v) broken_[0] = true;
+            if (first_[count_ & 1] != v) broken_[1] = true;
+            if (first_[count_ % 3] != v) broken_[2] = true;
+            if (first_[count_ & 3] != v) broken_[3] = true;
+            allBroken_ = broken_[0] && broken_[1] && broken_[2] && broken_[3];
+        }
         ++count_;
     }
     int Period() const {
@@ -56,6 +63,7 @@ public:
 private:
     int32_t first_[kCapacity] = {};
     bool broken_[kCapacity] = {};
+    bool allBroken_ = false;
     uint64_t count_ = 0;
 };
 

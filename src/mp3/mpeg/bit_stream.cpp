@@ -92,7 +92,13 @@ uint32_t CBitStream::PeekBitsAt(uint32_t ahead, uint32_t n) const {
     const uint32_t position = (readPos_ + ahead) & (CapacityBits() - 1);
     const uint32_t byte = position >> 3;
     uint64_t window = 0;
-    for (uint32_t i = 0; i < 5; ++i) window = (window << 8) | ring_[(byte + i) & mask];
+    if (byte + 5 <= capacity_) {
+        // The five bytes lie in one piece (all but the last four of a ring's positions).
+        const uint8_t* at = ring_ + byte;
+        window = uint64_t(at[0]) << 32 | uint64_t(at[1]) << 24 | uint64_t(at[2]) << 16 | uint64_t(at[3]) << 8 | at[4];
+    } else {
+        for (uint32_t i = 0; i < 5; ++i) window = (window << 8) | ring_[(byte + i) & mask];
+    }
     const uint32_t shift = 40 - (position & 7) - n;
     return static_cast<uint32_t>((window >> shift) & ((uint64_t(1) << n) - 1));
 }
