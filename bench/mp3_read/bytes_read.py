@@ -9,16 +9,29 @@ import statistics
 import sys
 
 CALL = re.compile(r'^(?:\d+\s+)?(read|pread64|readv|preadv|preadv2)\((\d+)<([^>]*)>,.*\)\s+=\s+(\d+)')
+# With several threads strace splits a call in two lines: "PID pread64(3</path>, <unfinished ...>"
+# and later "PID <... pread64 resumed>..., 0) = 16384".
+UNFINISHED = re.compile(r'^(\d+)\s+(?:read|pread64|readv|preadv|preadv2)\(\d+<([^>]*)>,.*<unfinished \.\.\.>')
+RESUMED = re.compile(r'^(\d+)\s+<\.\.\. (?:read|pread64|readv|preadv|preadv2) resumed>.*\)\s+=\s+(\d+)')
 
 
 def main():
     log, corpus = sys.argv[1], os.path.realpath(sys.argv[2])
     per_file = {os.path.join(corpus, n): 0 for n in os.listdir(corpus) if os.path.isfile(os.path.join(corpus, n))}
+    pending = {}
     with open(log, errors="replace") as f:
         for line in f:
             m = CALL.match(line)
             if m and m.group(3) in per_file:
                 per_file[m.group(3)] += int(m.group(4))
+                continue
+            m = UNFINISHED.match(line)
+            if m:
+                pending[m.group(1)] = m.group(2)
+                continue
+            m = RESUMED.match(line)
+            if m and pending.get(m.group(1)) in per_file:
+                per_file[pending.pop(m.group(1))] += int(m.group(2))
     def summary(values):
         values = sorted(values)
         p90 = values[min(len(values) - 1, int(len(values) * 0.9))]
