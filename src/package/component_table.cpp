@@ -1,6 +1,6 @@
-// The one list of components. When a component's folder lands, its row's creator changes from
-// CreateNotBuiltComponent to the component's own, declared in importer_kit/component_creators.h.
-// The lists each component advertises are the importers' own (importer_kit/advertised_types.h).
+// The one list of components, each with the creator its folder defines (importer_kit/
+// component_creators.h). The lists each component advertises are the importers' own
+// (importer_kit/advertised_types.h).
 #include "package/component_table.h"
 
 #include "metaprop/metaprop_component.h"
@@ -19,6 +19,19 @@ HRESULT CreateNotBuiltComponent(IKCAPackage_*, IUnknown*, IUnknown** out) {
 namespace {
 constexpr const char* kMimeTypes = kSupportedMimeTypes;
 constexpr const char* kExtensions = kSupportedExtensions;
+
+// A folder that a target has no libraries for yet (the build says which) keeps its row, so a host
+// still sees the component and is told E_NOTIMPL when it asks for one.
+#if TAGVERA_HAS_MP3
+constexpr ComponentCreator kMp3Creator = CreateImportMP3File;
+#else
+constexpr ComponentCreator kMp3Creator = CreateNotBuiltComponent;
+#endif
+#if TAGVERA_HAS_IMAGE
+constexpr ComponentCreator kImageCreator = CreateImageMetadataPlugin;
+#else
+constexpr ComponentCreator kImageCreator = CreateNotBuiltComponent;
+#endif
 }  // namespace
 
 const ComponentTableRow kTagveraComponentTable[] = {
@@ -33,7 +46,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kMimeTypes, advertised::kKorvaMediaMimeTypes),
 
     // 2: MPEG audio files
-    ComponentRow(CLSID_CImportMP3File, CreateImportMP3File),
+    ComponentRow(CLSID_CImportMP3File, kMp3Creator),
     NumberRow(kLoadMultiple, 1),
     StringRow(kMimeTypes, advertised::kMp3MimeTypes),
     StringRow(kExtensions, advertised::kMp3Extensions),
@@ -50,7 +63,7 @@ const ComponentTableRow kTagveraComponentTable[] = {
     StringRow(kExtensions, advertised::kMp4Extensions),
 
     // 5: still images
-    ComponentRow(CLSID_CImageMetadataPlugin, CreateImageMetadataPlugin),
+    ComponentRow(CLSID_CImageMetadataPlugin, kImageCreator),
     NumberRow(kLoadMultiple, 1),
     StringRow(kMimeTypes, advertised::kImageMimeTypes),
     StringRow(kExtensions, advertised::kImageExtensions),
