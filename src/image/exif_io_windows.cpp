@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
-#include <limits>
 
 #include "base/error.h"
 #include "image/exif_table.h"
@@ -74,7 +73,7 @@ bool AppendWord(std::vector<uint8_t>& out, uint16_t type, std::string_view word)
 
 // The value bytes of an edit in its item type: ASCII with its terminator, numbers from words
 // separated by spaces, as exiv2 reads them on Linux.
-std::vector<uint8_t> ValueOf(const ExifEdit& edit) {
+std::vector<uint8_t> EncodedValue(const ExifEdit& edit) {
     if (!edit.fromText) return edit.bytes;
     std::vector<uint8_t> out;
     if (edit.type == kExifAscii) {
@@ -145,7 +144,7 @@ std::vector<ExifItem> ReadExifItems(std::span<const uint8_t> image) {
 
 std::vector<uint8_t> ApplyExifEdits(std::vector<uint8_t> image, std::span<const ExifEdit> edits) {
     std::vector<std::vector<uint8_t>> values;
-    for (const ExifEdit& edit : edits) values.push_back(edit.remove ? std::vector<uint8_t>() : ValueOf(edit));
+    for (const ExifEdit& edit : edits) values.push_back(edit.remove ? std::vector<uint8_t>() : EncodedValue(edit));
     MemorySource source(image);
     GdiplusPicture picture(source);
     const ImageFormat format = picture.facts().format;
