@@ -8,23 +8,18 @@ namespace tagvera {
 
 namespace {
 
-// Count, sum and spread of one header field over all frames seen.
+// Count and sum of one header field over all frames seen, and whether it ever changed.
 struct FieldStats {
     int32_t count = 0;
     int64_t sum = 0;
     int32_t first = 0;
-    int32_t minimum = 0;
-    int32_t maximum = 0;
     bool allSame = true;
 
     void Add(int32_t v) {
-        if (count == 0) {
-            first = minimum = maximum = v;
-        } else {
-            if (v != first) allSame = false;
-            if (v < minimum) minimum = v;
-            if (v > maximum) maximum = v;
-        }
+        if (count == 0)
+            first = v;
+        else if (v != first)
+            allSame = false;
         ++count;
         sum += v;
     }
