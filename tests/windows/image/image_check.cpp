@@ -147,6 +147,20 @@ void CheckWrite(const std::string& folder, const std::string& scratch, const std
     std::cout << "written: " << file << " " << line << "\n";
 }
 
+// A name beyond ASCII reaches the component as UTF-8, as every path inside tagvera does.
+void CheckUtf8Name(const std::string& folder, const std::string& scratch) {
+    const std::string name = scratch + "\\gr\xC3\xBCn \xE2\x98\x80.gif";
+    const auto wide = [](const std::string& utf8) {
+        std::wstring out(utf8.size(), L'\0');
+        out.resize(size_t(::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), int(utf8.size()), out.data(), int(out.size()))));
+        return out;
+    };
+    if (!::CopyFileW(wide(folder + "\\gif.gif").c_str(), wide(name).c_str(), FALSE)) return Fail("cannot copy gif.gif to a UTF-8 name");
+    const Session s(name);
+    if (s.result != TV_S_OK || Shown(s.value("Statistics:Width"), Kind::Number) != "24") return Fail("a UTF-8 file name does not read");
+    std::cout << "read: a UTF-8 file name\n";
+}
+
 }  // namespace
 }  // namespace tagvera::image::testing
 
@@ -161,6 +175,7 @@ int main(int argc, char** argv) {
     for (const auto& row : rows) CheckRead(argv[1], row);
     for (const char* file : {"jpeg-rgb-be.jpg", "tiff-rgb-le.tif", "png-rgb.png"}) CheckWrite(argv[1], argv[2], file, false);
     CheckWrite(argv[1], argv[2], "tiff-grey16-be.tif", true);
+    CheckUtf8Name(argv[1], argv[2]);
     if (failures == 0) std::cout << "image check: passed\n";
     else std::cout << "image check: " << failures << " failed\n";
     return failures == 0 ? 0 : 1;
