@@ -16,8 +16,10 @@ cmake --build "$build" --target tagvera_image_check -j2 >/dev/null
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -r "$root/tests/data/image" "$work/fixtures"
-mkdir "$work/scratch" "$work/prefix"
-output=$(cd "$work" && WINEDEBUG=-all WINEPREFIX="$work/prefix" "$wine" "$build/tests/windows/image/tagvera_image_check.exe" \
+mkdir "$work/scratch"
+# A Wine prefix takes some 700 MB: one per build tree, made on the first run, unless one is given.
+export WINEPREFIX=${WINEPREFIX:-"$build/wine-prefix"}
+output=$(cd "$work" && WINEDEBUG=-all "$wine" "$build/tests/windows/image/tagvera_image_check.exe" \
   fixtures scratch 2>/dev/null | tr -d '\r' || true)
 printf '%s\n' "$output"
 [ "$(printf '%s\n' "$output" | tail -n 1)" = "image check: passed" ]
