@@ -69,6 +69,7 @@ struct Builder {
         const auto present = [&frames](std::string_view id) {
             return std::any_of(frames.begin(), frames.end(), [id](const Frame& f) { return f.id == id; });
         };
+        result.frames.reserve(result.frames.size() + frames.size());
         std::vector<std::string> people;
         TextEncoding peopleEncoding = TextEncoding::Latin1;
         size_t peopleAt = SIZE_MAX;

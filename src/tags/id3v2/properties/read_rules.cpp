@@ -30,7 +30,9 @@ constexpr size_t kLongCommentBytes = 261;
 
 std::vector<uint8_t> TextValue(const std::string& utf8) {
     const std::string ansi = text::Utf8ToAnsi(utf8);
-    std::vector<uint8_t> v(ansi.begin(), ansi.end());
+    std::vector<uint8_t> v;
+    v.reserve(ansi.size() + 1);  // the terminator too, or it would move the text once more
+    v.assign(ansi.begin(), ansi.end());
     v.push_back(0);
     return v;
 }
