@@ -103,7 +103,7 @@ void CopyOwnership(const TempFile&, const Target&) {}
 // away. Renames are written through; the folder cannot be flushed (file.h).
 void PutInPlace(const Target& t, TempFile& tmp, bool) {
     if (const int err = fault::Check(fault::Step::Rename)) throw FileError("rename", t.path, err);
-    const std::wstring target = WidePath(t.path), replacement = WidePath(tmp.path);
+    const std::wstring target = native::FullWidePath(t.path), replacement = native::FullWidePath(tmp.path);
     if (!t.exists) {
         if (!::MoveFileExW(replacement.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
             throw FileError("rename", t.path, LastErrno());

@@ -22,6 +22,18 @@ std::wstring WidePath(const std::string& utf8) {
     return wide;
 }
 
+std::wstring FullWidePath(const std::string& utf8) {
+    const std::wstring wide = WidePath(utf8);
+    if (wide.starts_with(L"\\\\?\\")) return wide;
+    const DWORD needed = ::GetFullPathNameW(wide.c_str(), 0, nullptr, nullptr);
+    if (needed == 0) return wide;
+    std::wstring full(needed, L'\0');
+    const DWORD written = ::GetFullPathNameW(wide.c_str(), needed, full.data(), nullptr);
+    if (written == 0 || written >= needed) return wide;
+    full.resize(written);
+    return WidePath(text::WideToUtf8(full));
+}
+
 int ErrnoFrom(DWORD error) {
     switch (error) {
         case ERROR_FILE_NOT_FOUND:

@@ -13,6 +13,9 @@ namespace tagvera::platform::native {
 // The path as the wide calls take it: '/' becomes '\', and a long absolute path gets the "\\?\"
 // prefix that lifts the 260-character limit.
 std::wstring WidePath(const std::string& utf8);
+// WidePath made absolute against the current folder: ReplaceFileW finds the folder for its own
+// work from the replaced file's path, and a bare file name gives it none.
+std::wstring FullWidePath(const std::string& utf8);
 
 // The errno value that stands for a system error code (EIO for one without a counterpart).
 int ErrnoFrom(DWORD error);

@@ -39,8 +39,9 @@ for f in "${fixtures[@]}"; do
 done
 chmod u+w "$work"/windows/*.mp3 "$work"/linux/*.mp3
 
+# Wine's own lines (a new prefix made on the first run) are not the command's.
 # Each side in its own folder, the file names relative, so that the lines printed match.
-(cd "$work/windows" && "$wine" ../bin/tagvera.exe set -j 1 ./*.mp3 "${edit[@]}" 2>&1 | tr -d '\r' | sed 's#\\#/#g' > ../windows.out) || true
+(cd "$work/windows" && "$wine" ../bin/tagvera.exe set -j 1 ./*.mp3 "${edit[@]}" 2>&1 | tr -d '\r' | sed 's#\\#/#g' | { grep -v '^wine: ' || true; } > ../windows.out) || true
 (cd "$work/linux" && "$linux/cli/tagvera" set -j 1 ./*.mp3 "${edit[@]}" > ../linux.out 2>&1) || true
 
 failed=0
