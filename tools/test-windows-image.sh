@@ -9,8 +9,12 @@ build=${1:-"$root/build-win64-image"}
 wine=/usr/lib/wine/wine64
 [ -x "$wine" ] || { echo "test-windows-image: wine64 missing (Debian's wine64 package)" >&2; exit 1; }
 
-cmake -S "$root" -B "$build" -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchains/x86_64-w64-mingw32.cmake" \
-  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAGVERA_TESTS=OFF -DTAGVERA_WINDOWS_IMAGE_CHECK=ON >/dev/null
+# A tree that is there already (the x86_64 tree of tools/build-windows.sh) keeps its configuration
+# and its built library; only the check is added to it.
+config=(-DTAGVERA_WINDOWS_IMAGE_CHECK=ON)
+[ -f "$build/CMakeCache.txt" ] || config+=(-DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchains/x86_64-w64-mingw32.cmake"
+  -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTAGVERA_TESTS=OFF)
+cmake -S "$root" -B "$build" "${config[@]}" >/dev/null
 cmake --build "$build" --target tagvera_image_check -j2 >/dev/null
 
 work=$(mktemp -d)

@@ -3,7 +3,8 @@
 # cannot run): the host check (tests/windows/host_check.cpp) on one file of each format,
 # `tagvera.exe info --json` on the samples against the Linux build's output for the same files,
 # and `tagvera.exe set` then `info` on copies, whose bytes must equal the Linux build's writes,
-# and the same edit on every MP3 fixture, byte for byte as the Linux build writes it.
+# the same edit on every MP3 fixture, byte for byte as the Linux build writes it, and the
+# platform layer's tests and the GDI+ image check, built into the same tree.
 # Wine's exit status says nothing (it exits 0 when it cannot start a program at all), so only
 # output is checked. A format whose importer the Windows build lacks is reported as skipped, and
 # checked like the others once it builds. Failures are listed again as the last lines.
@@ -148,6 +149,16 @@ case $(printf '%s\n' "$mp3_log" | tail -n 1) in
   *"written byte-identically") ;;
   *) fail "MP3 tags: $(printf '%s\n' "$mp3_log" | tail -n 1)" ;;
 esac
+
+echo "== the platform layer's tests and the GDI+ image check, added to the same tree =="
+platform_log=$("$root/tools/test-windows-platform.sh" "$win" 2>&1 || true)
+printf '%s\n' "$platform_log" | tail -n 3
+[ "$(printf '%s\n' "$platform_log" | tail -n 1)" = "test-windows-platform: passed" ] ||
+  fail "platform tests: $(printf '%s\n' "$platform_log" | tail -n 1)"
+image_log=$("$root/tools/test-windows-image.sh" "$win" 2>&1 || true)
+printf '%s\n' "$image_log" | grep -E '^(wine|FAIL|image check)' | tail -n 8
+[ "$(printf '%s\n' "$image_log" | tail -n 1)" = "image check: passed" ] ||
+  fail "image check: $(printf '%s\n' "$image_log" | tail -n 1)"
 
 if [ -s stderr.log ] && [ ${#failures[@]} -gt 0 ]; then
   echo "-- standard error of the runs:"

@@ -289,8 +289,17 @@ TEST(RewriteFile, AFileWithTwoNamesIsWrittenUnderBothRefusedOrSplitAsAsked) {
 }
 
 #if defined(_WIN32)
+// Wine's ReplaceFileW makes an empty rf*.tmp beside the file before it tries, and leaves it there
+// when it fails; Windows's makes none.
+Names WithoutWinesLeftovers(Names names) {
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    if (ntdll && ::GetProcAddress(ntdll, "wine_get_version"))
+        std::erase_if(names, [](const std::string& n) { return n.starts_with("rf") && n.ends_with(".tmp"); });
+    return names;
+}
+
 // A program that holds the file open without letting it be deleted makes ReplaceFileW fail: the
-// write fails with the file as it was and nothing beside it.
+// write fails with the file as it was and nothing of ours beside it.
 TEST(RewriteFile, AReplaceRefusedByAnotherProgramLeavesTheOriginal) {
     Media m;
     const HANDLE other = ::CreateFileW(text::Utf8ToWide(m.path).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -298,7 +307,8 @@ TEST(RewriteFile, AReplaceRefusedByAnotherProgramLeavesTheOriginal) {
     ASSERT_NE(other, INVALID_HANDLE_VALUE);
     EXPECT_THROW(RewriteFile(m.path, FileLayout().copy(0, 10)), FileError);
     ::CloseHandle(other);
-    EXPECT_TRUE(m.untouched());
+    EXPECT_EQ(ReadAll(m.path), m.original);
+    EXPECT_EQ(WithoutWinesLeftovers(m.dir.entries()), Names{"a.mp3"});
     RewriteFile(m.path, FileLayout().copy(0, 10));
     EXPECT_EQ(ReadAll(m.path), std::vector<uint8_t>(m.original.begin(), m.original.begin() + 10));
 }
