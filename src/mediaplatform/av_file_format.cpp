@@ -5,10 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "host/ref_counted.h"
 #include "mediaplatform/bounded_io.h"
+#include "mediaplatform/file_format_base.h"
 #include "mediaplatform/host_values.h"
-#include "mediaplatform/message_queue.h"
 #include "mediaplatform/stream_mime.h"
 #include "tagvera/com_ptr.h"
 
@@ -57,7 +56,7 @@ std::string CoverMimeType(const AVCodecParameters& codec) {
     return codec.codec_id == AV_CODEC_ID_BMP ? "image/bmp" : "image/jpeg";
 }
 
-class AvFileFormat final : public host::RefCounted<IKMAFileFormat> {
+class AvFileFormat final : public FileFormatBase {
 public:
     AvFileFormat(IKMAClassFactory* factory, const PluginRow& plugin)
         : factory_(ComPtr<IKMAClassFactory>::Share(factory)), plugin_(plugin) {}
@@ -103,13 +102,6 @@ public:
     }
 
 private:
-    void* find(const GUID& iid) override { return iid == IID_IKMAFileFormat ? static_cast<IKMAFileFormat*>(this) : nullptr; }
-
-    template <class Notify>
-    void Post(Notify notify) {
-        PostToThisThread([response = response_, notify] { notify(response.get()); });
-    }
-
     HRESULT Open(IKMAFileObject* file) {
         const AVInputFormat* demuxer = av_find_input_format(plugin_.demuxer);
         if (!demuxer) return TV_E_FAIL;
@@ -177,7 +169,6 @@ private:
 
     ComPtr<IKMAClassFactory> factory_;
     const PluginRow& plugin_;
-    ComPtr<IKMAFormatResponse> response_;
     std::unique_ptr<BoundedIo> io_;
     AVFormatContext* input_ = nullptr;
     HRESULT openStatus_ = TV_E_NOTLOADED;

@@ -4,9 +4,8 @@
 #include <optional>
 #include <utility>
 
-#include "host/ref_counted.h"
+#include "mediaplatform/file_format_base.h"
 #include "mediaplatform/host_values.h"
-#include "mediaplatform/message_queue.h"
 #include "mediaplatform/wave_header.h"
 #include "tagvera/com_ptr.h"
 
@@ -15,7 +14,7 @@ namespace {
 
 constexpr PluginRow kWavePlugins[] = {{"WAV", "wav", "wav"}};
 
-class WaveFileFormat final : public host::RefCounted<IKMAFileFormat> {
+class WaveFileFormat final : public FileFormatBase {
 public:
     explicit WaveFileFormat(IKMAClassFactory* factory) : factory_(ComPtr<IKMAClassFactory>::Share(factory)) {}
 
@@ -78,15 +77,7 @@ public:
     }
 
 private:
-    void* find(const GUID& iid) override { return iid == IID_IKMAFileFormat ? static_cast<IKMAFileFormat*>(this) : nullptr; }
-
-    template <class Notify>
-    void Post(Notify notify) {
-        PostToThisThread([response = response_, notify] { notify(response.get()); });
-    }
-
     ComPtr<IKMAClassFactory> factory_;
-    ComPtr<IKMAFormatResponse> response_;
     ComPtr<IKMAFileObject> file_;
     std::optional<WaveHeader> header_;
 };
