@@ -1,0 +1,18 @@
+# The C++ sources of the calling folder for the target system. A file whose every line differs on
+# Windows has a twin there, name_windows.cpp, built in its place; elsewhere the twins are left out.
+function(tagvera_folder_sources out)
+  file(GLOB _sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  set(_twins ${_sources})
+  list(FILTER _twins INCLUDE REGEX "_windows\\.cpp$")
+  if(_twins)
+    list(REMOVE_ITEM _sources ${_twins})
+  endif()
+  if(WIN32)
+    foreach(_twin IN LISTS _twins)
+      string(REGEX REPLACE "_windows\\.cpp$" ".cpp" _posix ${_twin})
+      list(REMOVE_ITEM _sources ${_posix})
+    endforeach()
+    list(APPEND _sources ${_twins})
+  endif()
+  set(${out} ${_sources} PARENT_SCOPE)
+endfunction()
