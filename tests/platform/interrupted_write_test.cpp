@@ -157,10 +157,18 @@ protected:
         start.hStdOutput = start.hStdError = nul;
         PROCESS_INFORMATION child{};
         ::SetEnvironmentVariableW(L"TAGVERA_WRITE_CHILD", text::Utf8ToWide(job).c_str());
-        const bool started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &child);
+        // Wine now and then fails to start a process while the last one is still going away;
+        // that is the harness, not the write under test, so it is tried again.
+        bool started = false;
+        DWORD whyNot = 0;
+        for (int attempt = 0; attempt < 5 && !started; ++attempt) {
+            if (attempt) std::this_thread::sleep_for(std::chrono::milliseconds(50 * attempt));
+            started = ::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &child);
+            if (!started) whyNot = ::GetLastError();
+        }
         ::SetEnvironmentVariableW(L"TAGVERA_WRITE_CHILD", nullptr);
         ::CloseHandle(nul);
-        ASSERT_TRUE(started) << what;
+        ASSERT_TRUE(started) << what << ": CreateProcessW failed with error " << whyNot;
         if (!nth) {
             std::this_thread::sleep_for(delay);
             ::TerminateProcess(child.hProcess, 128 + 9);
