@@ -117,22 +117,31 @@ std::string ValueText(IMPAMetaProperty* node, bool statistic, const MediaFile& m
         case kTypeNone: break;
         default: text = OneLine(TextOf(node)); break;
     }
-    if (auto language = ChildAt(node, "Language")) text += " (" + TextOf(language.get()) + ")";
+    // Most values have no children: the lookup by name is left to those that do.
+    uint32_t childNames = 0;
+    if (Succeeded(node->GetChildNameCount(&childNames)) && childNames)
+        if (auto language = ChildAt(node, "Language")) text += " (" + TextOf(language.get()) + ")";
     return text;
 }
 
-void PrintNode(std::ostream& out, IMPAMetaProperty* node, int depth, bool statistic, const MediaFile& media) {
-    const std::string indent(size_t(depth) * 2, ' ');
+// A file's text is put together in one string and written once: a stream insertion per piece
+// costs more than the piece.
+void PrintNode(std::string& out, IMPAMetaProperty* node, int depth, bool statistic, const MediaFile& media) {
+    const std::string name = NameOf(node);
+    out.append(size_t(depth) * 2, ' ');
+    out += name;
     if (IsGroup(node)) {
-        out << indent << NameOf(node) << '\n';
-        for (const auto& child : ChildrenOf(node))
-            PrintNode(out, child.get(), depth + 1, statistic || (depth == 1 && NameOf(node) == kGroupStatistics), media);
+        out += '\n';
+        const bool statistics = statistic || (depth == 1 && name == kGroupStatistics);
+        for (const auto& child : ChildrenOf(node)) PrintNode(out, child.get(), depth + 1, statistics, media);
         return;
     }
-    out << indent << NameOf(node) << ": " << ValueText(node, statistic, media) << '\n';
+    out += ": ";
+    out += ValueText(node, statistic, media);
+    out += '\n';
 }
 
-void PrintSummary(std::ostream& out, const MediaFile& media, const Statistics& s) {
+void PrintSummary(std::string& out, const MediaFile& media, const Statistics& s) {
     std::vector<std::string> parts;
     if (s.lengthMs) parts.push_back(s.lengthClipped ? "duration clipped" : Duration(*s.lengthMs));
     if (s.bitRate) parts.push_back(std::to_string((*s.bitRate + 500) / 1000) + " kbit/s" +
@@ -140,15 +149,23 @@ void PrintSummary(std::ostream& out, const MediaFile& media, const Statistics& s
     if (s.channels) parts.push_back(ChannelText(*s.channels));
     if (s.sampleRate) parts.push_back(std::to_string(*s.sampleRate) + " Hz");
     parts.push_back(std::to_string(media.actualSize) + " bytes");
-    out << "  ";
-    for (size_t i = 0; i < parts.size(); ++i) out << (i ? ", " : "") << parts[i];
-    out << '\n';
-    if (media.result == TV_S_INCOMPLETE) out << "  statistics incomplete" << (s.sizeClipped ? ": FileSize clipped to 32 bits" : "") << '\n';
+    out += "  ";
+    for (size_t i = 0; i < parts.size(); ++i) {
+        if (i) out += ", ";
+        out += parts[i];
+    }
+    out += '\n';
+    if (media.result == TV_S_INCOMPLETE) {
+        out += "  statistics incomplete";
+        if (s.sizeClipped) out += ": FileSize clipped to 32 bits";
+        out += '\n';
+    }
 }
 
-void PrintText(std::ostream& out, const MediaFile& media) {
+void PrintText(std::ostream& stream, const MediaFile& media) {
     const Statistics s = ReadStatistics(media);
-    out << media.path << '\n';
+    std::string out = media.path;
+    out += '\n';
     PrintSummary(out, media, s);
     // The groups in the tree's order, the statistics last.
     ComPtr<IMPAMetaProperty> statistics;
@@ -158,9 +175,10 @@ void PrintText(std::ostream& out, const MediaFile& media) {
     }
     if (statistics) PrintNode(out, statistics.get(), 1, false, media);
     if (const auto leftOut = LeftOutOf(media); !leftOut.empty()) {
-        out << "  Also in the file, left out of the tree\n";
-        for (const auto& part : leftOut) out << "    " << part.property << ": " << part.part << " " << part.holds << '\n';
+        out += "  Also in the file, left out of the tree\n";
+        for (const auto& part : leftOut) out += "    " + part.property + ": " + part.part + " " + part.holds + '\n';
     }
+    stream.write(out.data(), static_cast<std::streamsize>(out.size()));
 }
 
 // ---- JSON ----
