@@ -1,6 +1,6 @@
-// Any bytes as a file: the frame layer reads its tags, decodes every frame, normalises and
-// renders them, and reads its own render back. Read again leaving pictures in the file, the tags
-// are the same once the pictures are loaded.
+// Any bytes as a file: the frame layer reads its tags, decodes every frame, normalises them (with
+// the fields they decode to) and renders them, and reads its own render back. Read again leaving
+// pictures in the file, the tags are the same once the pictures are loaded.
 #include <cstddef>
 #include <cstdint>
 
@@ -38,6 +38,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     id3v2::NormalizeOptions options;
     options.trailingFields = true;
     const auto normal = id3v2::NormalizeToV23(tags, options);
+    // The fields known from normalising are those the frames decode to.
+    for (size_t i = 0; i < normal.frames.size(); ++i)
+        if (!id3v2::SameFields(normal.fields.at(i), id3v2::DecodeFields(normal.frames[i]))) __builtin_trap();
     try {
         const auto rendered = id3v2::RenderV23Tag(normal.frames, 16);
         const auto back = id3v2::ParseTag(rendered);

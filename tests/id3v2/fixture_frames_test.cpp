@@ -99,6 +99,9 @@ TEST_P(FixtureFrames, TagLibraryKeepsTheNormalisedTag) {
     options.trailingFields = true;
     const auto normal = id3v2::NormalizeToV23(tags, options);
     EXPECT_TRUE(normal.dropped.empty());
+    ASSERT_EQ(normal.fields.size(), normal.frames.size());
+    for (size_t i = 0; i < normal.frames.size(); ++i)
+        EXPECT_TRUE(id3v2::SameFields(normal.fields[i], id3v2::DecodeFields(normal.frames[i]))) << normal.frames[i].id;
     id3v2::Id3libTag lib;
     lib.Load(normal.frames);
     EXPECT_EQ(Prints(lib.Frames()), Prints(normal.frames));

@@ -1,5 +1,7 @@
 #include "tags/id3v2/fields.h"
 
+#include <algorithm>
+
 #include "base/byte_reader.h"
 #include "tags/id3v2/frame_ids.h"
 #include "platform/text.h"
@@ -13,6 +15,13 @@ std::string Fields::joinedText() const {
         out += values[i];
     }
     return out;
+}
+
+bool SameFields(const Fields& a, const Fields& b) {
+    return a.kind == b.kind && a.encoding == b.encoding && a.values == b.values && a.desc == b.desc &&
+           a.lang == b.lang && a.url == b.url && a.mime == b.mime && a.filename == b.filename && a.owner == b.owner &&
+           a.email == b.email && a.pictureType == b.pictureType && a.rating == b.rating && a.counter == b.counter &&
+           std::ranges::equal(a.data, b.data) && a.deferredData == b.deferredData;
 }
 
 FrameKind KindOf(const std::string& id) {
@@ -60,6 +69,11 @@ std::span<const uint8_t> Rest(ByteReader& r) { return r.bytes(r.remaining()); }
 
 Fields DecodeFields(const Frame& frame) {
     Fields f;
+    DecodeFields(frame, f);
+    return f;
+}
+
+void DecodeFields(const Frame& frame, Fields& f) {
     f.kind = frame.encrypted ? FrameKind::Binary : KindOf(frame.id);
     ByteReader r(frame.payload, TV_E_FAIL);
     switch (f.kind) {
@@ -130,7 +144,6 @@ Fields DecodeFields(const Frame& frame) {
             f.data = frame.payload;
             break;
     }
-    return f;
 }
 
 std::optional<Fields> TryDecodeFields(const Frame& frame, std::string* why) {

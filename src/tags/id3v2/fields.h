@@ -44,11 +44,16 @@ struct Fields {
     std::string joinedText() const;
 };
 
+// Field by field, data by its bytes.
+bool SameFields(const Fields& a, const Fields& b);
+
 FrameKind KindOf(const std::string& id);
 
 // Decodes the payload; throws Error when the fields do not fit it (a bogus encoding byte, a
 // picture without its MIME terminator). Encrypted frames decode as Binary.
 Fields DecodeFields(const Frame& frame);
+// The same into fields that are new (default-constructed), for callers that keep them in place.
+void DecodeFields(const Frame& frame, Fields& f);
 // The same for callers to whom fields that do not fit are no fields: nothing then, and the reason
 // in *why when asked.
 std::optional<Fields> TryDecodeFields(const Frame& frame, std::string* why = nullptr);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "tags/id3v2/fields.h"
 #include "tags/id3v2/tag.h"
 
 namespace tagvera::id3v2 {
@@ -19,6 +20,9 @@ struct NormalizeOptions {
 
 struct NormalizedFrames {
     std::vector<Frame> frames;
+    // fields[i] is what DecodeFields(frames[i]) gives, known from normalising it: readers of the
+    // frames need not decode them again (data points into frames[i].payload).
+    std::vector<Fields> fields;
     std::vector<std::string> dropped;  // frames that have no v2.3 form, with the reason
 };
 

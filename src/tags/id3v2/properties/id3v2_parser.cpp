@@ -143,8 +143,11 @@ public:
             if (!linked()) return TV_E_FAIL;
             leftOut_.clear();
             treeRead_ = false;
+            // Frames as loaded come with their fields; a frame changed since is decoded again.
+            const bool decoded = fields_.size() == frames_.size();
             for (size_t i = 0; i < frames_.size(); ++i) {
-                const auto spec = id3v2::ReadFrameProperty(frames_[i]);
+                const auto spec = decoded ? id3v2::ReadFrameProperty(frames_[i], fields_[i])
+                                          : id3v2::ReadFrameProperty(frames_[i]);
                 if (!spec) continue;
                 const HRESULT hr = AddToTree(root, *spec);
                 if (Failed(hr)) return hr;
@@ -248,6 +251,7 @@ public:
             if (!linked()) return TV_E_FAIL;
             id3v2::StripId3v2Tags(path_);
             frames_.clear();
+            fields_.clear();
             tagSize_ = 0;
             if (library_) library_->Clear();
             return TV_S_OK;
@@ -311,6 +315,7 @@ private:
         path_.clear();
         buffer_.clear();
         frames_.clear();
+        fields_.clear();
         leftOut_.clear();
         treeRead_ = false;
         tagSize_ = 0;
@@ -324,7 +329,9 @@ private:
         const id3v2::FileTags tags = id3v2::ReadFileTags(source, read);
         id3v2::NormalizeOptions options;
         options.trailingFields = (flags & kLinkTrailingTags) != 0;
-        frames_ = id3v2::NormalizeToV23(tags, options).frames;
+        auto normal = id3v2::NormalizeToV23(tags, options);
+        frames_ = std::move(normal.frames);
+        fields_ = std::move(normal.fields);
         sourceMajor_ = tags.first() ? tags.first()->major : 0;
         // The ID3v2 tags at the start are at most 8 tags of 256 MB: this fits 32 bits.
         tagSize_ = static_cast<uint32_t>(tags.prependedSize);
@@ -405,6 +412,8 @@ private:
         if (!linked()) throw Error(TV_E_FAIL, "no tag linked");
         Frame* frame = FindFrameFor(property);
         if (!frame) throw Error(TV_E_FAIL, "no frame for the property");
+        // The caller may change the frame, and loading its data moves its payload.
+        fields_.clear();
         LoadDeferred(*frame);
         return *frame;
     }
@@ -439,6 +448,7 @@ private:
     std::string path_;
     std::vector<uint8_t> buffer_;
     std::vector<Frame> frames_;
+    std::vector<id3v2::Fields> fields_;  // frames_ as loaded, decoded; empty once a frame may have changed
     uint32_t tagSize_ = 0;
     uint8_t sourceMajor_ = 0;
     std::vector<std::pair<std::string, size_t>> leftOut_;  // property and frame the last tree read left out

@@ -165,11 +165,15 @@ std::optional<std::string> CdTocValue(const std::vector<uint8_t>& data) {
 }
 
 std::optional<PropertySpec> ReadFrameProperty(const Frame& frame) {
-    const FrameMapRow* row = FindReadRow(frame.id);
-    if (!row || frame.encrypted) return std::nullopt;
+    if (!FindReadRow(frame.id) || frame.encrypted) return std::nullopt;
     const std::optional<Fields> decoded = id3v2::TryDecodeFields(frame);
     if (!decoded) return std::nullopt;
-    const Fields& f = *decoded;
+    return ReadFrameProperty(frame, *decoded);
+}
+
+std::optional<PropertySpec> ReadFrameProperty(const Frame& frame, const Fields& f) {
+    const FrameMapRow* row = FindReadRow(frame.id);
+    if (!row || frame.encrypted) return std::nullopt;
     PropertySpec p;
     p.children.reserve(4);  // a picture's three and the frame number; most frames have one or two
     p.parent = row->parent;

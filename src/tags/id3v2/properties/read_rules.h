@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tags/id3v2/fields.h"
 #include "tags/id3v2/tag.h"
 
 namespace tagvera::id3v2 {
@@ -34,6 +35,8 @@ struct PropertySpec {
 // The property a frame is read as; nothing for frames that are not read (no map row, an empty
 // text, a year of 0, a picture type above 20, fields that do not decode).
 std::optional<PropertySpec> ReadFrameProperty(const id3v2::Frame& frame);
+// The same for a frame whose fields are known (NormalizedFrames::fields), without decoding it.
+std::optional<PropertySpec> ReadFrameProperty(const id3v2::Frame& frame, const id3v2::Fields& fields);
 
 // The bytes a reference property read from frame stands for: picture or object data, or the
 // text of a long comment or of lyrics with its terminator. Throws Error for other frames.
