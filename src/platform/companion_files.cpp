@@ -49,6 +49,9 @@ bool SameFile(const struct stat& a, const struct stat& b) { return a.st_dev == b
 
 std::string JournalPathFor(const std::string& file) { return CompanionPath(file, ".tagvera-undo"); }
 std::string TempPathFor(const std::string& file) { return CompanionPath(file, ".tagvera-new.tmp"); }
+std::string SpareJournalPathFor(const std::string& file) {
+    return file.substr(0, file.size() - BaseNameOf(file).size()) + ".tagvera-undo-spare";
+}
 
 #if defined(_WIN32)
 // A symbolic link is a reparse point; the file it leads to is named by the handle that followed it.

@@ -17,6 +17,9 @@ namespace tagvera::platform {
 std::string JournalPathFor(const std::string& file);
 // ".<name>.tagvera-new.tmp" beside file.
 std::string TempPathFor(const std::string& file);
+// ".tagvera-undo-spare" in file's folder: a batch's journal file between two edits there
+// (write_journal.h), locked like a temporary file; unlike either name above, no file's own.
+std::string SpareJournalPathFor(const std::string& file);
 
 // path, or the file its last component links to: companion files go beside the file itself, and
 // the link stays a link.

@@ -95,6 +95,8 @@ public:
     bool regular() const { return regular_; }
     bool writable() const { return mode_ == OpenMode::ReadWrite; }
     const std::string& path() const { return path_; }
+    // The holder linked the file under another name: messages name that one from now on.
+    void renamed(std::string path) { path_ = std::move(path); }
     // Bytes this object has read so far, for benchmarks and read-budget tests.
     uint64_t bytesRead() const { return bytesRead_; }
     // The descriptor or HANDLE, for the safe-write helper.

@@ -10,6 +10,7 @@
 
 #include "platform/fault_injection.h"
 #include "platform/file.h"
+#include "platform/write_journal.h"
 
 namespace tagvera::platform {
 
@@ -41,6 +42,7 @@ void FileSystemSyncs::add(const std::string& path) {
 }
 
 void FileSystemSyncs::syncAll() {
+    ReleaseSpareJournals();
     std::optional<FileError> first;
     for (const FileSystem& fs : systems_) {
         std::set<std::string> folders;

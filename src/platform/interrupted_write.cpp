@@ -44,6 +44,9 @@ Recovery RecoverLocked(const std::string& path) {
 
 Recovery RecoverInterruptedWrite(const std::string& path) {
     const std::string file = ResolveLastLink(path);
+    // A killed batch's spare journal is no file's: whichever file of the folder opens next takes it away.
+    if (const std::string spare = SpareJournalPathFor(file); !HoldsSpareJournal(spare) && Present(spare))
+        RemoveUnheldTemp(spare, false);
     if (!Present(JournalPathFor(file)) && !Present(TempPathFor(file))) return Recovery::Nothing;
     try {
         const std::optional<FileWriteLock> lock = FileWriteLock::TryAcquire(file);

@@ -2,9 +2,10 @@
 //
 // A write killed (or cut off by a power loss) in the middle leaves at most two things, both under
 // names derived from the file's own (companion_files.h): the undo journal of an in-place write,
-// and the new file of a rewrite not yet put in place. The next open puts the file back as it was
+// and the new file of a rewrite not yet put in place; a killed batch may also leave its spare
+// journal file in the folder (write_journal.h), which holds no write and the next open removes. The next open puts the file back as it was
 // before the write (or keeps the write, if it had completed) and removes both, so nothing a
-// killed write leaves outlives the next open. Finding nothing costs a look at two known names.
+// killed write leaves outlives the next open. Finding nothing costs a look at three known names.
 #ifndef TAGVERA_PLATFORM_INTERRUPTED_WRITE_H
 #define TAGVERA_PLATFORM_INTERRUPTED_WRITE_H
 

@@ -58,10 +58,10 @@ enum class Durability {
     Synced,
     // Nothing is synced: old-or-new under a kill of the process at any moment (the OS keeps what
     // was written); under a power loss before the caller's later sync (file_system_sync.h), no
-    // promise, as for any write in the OS's cache. The journal is removed as soon as the patches
-    // are written: kept until the batch's sync, it would still promise nothing, because the OS may
-    // write the patches to disk before the journal, and a journal left that long could undo
-    // another program's later edit. A rewrite is old-or-new under a power loss too, where it is
+    // promise, as for any write in the OS's cache. The journal is zeroed and unnamed as soon as the
+    // patches are written (its file kept for the batch's next edit, write_journal.h): kept until
+    // the batch's sync, it would still promise nothing, because the OS may write the patches to
+    // disk before the journal, and a journal left that long could undo another program's later edit. A rewrite is old-or-new under a power loss too, where it is
     // deferred at all (RewriteFile).
     Deferred,
 };

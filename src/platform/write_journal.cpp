@@ -1,6 +1,7 @@
 #include "platform/write_journal.h"
 
 #if !defined(_WIN32)
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <limits>
+#include <mutex>
 
 #include "platform/checksum.h"
 #include "platform/chunked_read.h"
@@ -39,7 +41,9 @@ uint64_t Get(const uint8_t* p, int bytes) {
 // Appends to the journal through one buffer, so that a journal of a few patches is one write.
 class Appender {
 public:
-    explicit Appender(File& file) : file_(file) {}
+    // magicLast: the first bytes go out zeroed (the checksum still covers the magic); the caller
+    // writes the magic once the rest is in place.
+    Appender(File& file, bool magicLast) : file_(file), magicLast_(magicLast) {}
     void add(std::span<const uint8_t> bytes) {
         sum_.add(bytes);
         buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
@@ -47,6 +51,7 @@ public:
     }
     void flush() {
         if (buffer_.empty()) return;
+        if (at_ == 0 && magicLast_) std::fill_n(buffer_.begin(), std::min(buffer_.size(), sizeof kMagic), 0);
         file_.writeAt(at_, buffer_);
         at_ += buffer_.size();
         buffer_.clear();
@@ -56,6 +61,7 @@ public:
 
 private:
     File& file_;
+    bool magicLast_;
     std::vector<uint8_t> buffer_;
     uint64_t at_ = 0;
     Checksum sum_;
@@ -73,11 +79,159 @@ JournalFound Discard(const std::string& journalPath) {
     return JournalFound::Discarded;
 }
 
+#if !defined(_WIN32)
+// Gives the file one more name. Through /proc, so that it is this file that gets it, whatever its
+// other name leads to now; a file whose last name went cannot get one (ENOENT).
+bool LinkAlso(const File& file, const std::string& name) {
+    const std::string proc = "/proc/self/fd/" + std::to_string(file.nativeHandle());
+    return ::linkat(AT_FDCWD, proc.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
+// Removes the name if it still leads to file (someone may have removed it, and another batch
+// taken it since).
+void Unname(const std::string& name, const File& file) noexcept {
+    struct stat named {}, held {};
+    if (::lstat(name.c_str(), &named) == 0 && ::fstat(file.nativeHandle(), &held) == 0 && named.st_dev == held.st_dev &&
+        named.st_ino == held.st_ino)
+        ::unlink(name.c_str());
+}
+
+// The file a name leads to, the name itself when it is a link; nullopt when there is none.
+std::optional<FileIdentity> IdentityOfName(const std::string& name) {
+    struct stat st {};
+    if (::lstat(name.c_str(), &st) != 0) return std::nullopt;
+    return FileIdentity{static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino)};
+}
+
+// The spare journal files of this process, one per folder its batches edit (a few at most). A
+// child of fork() starts without any: its parent's are its parent's.
+class SpareJournals {
+public:
+    ~SpareJournals() { releaseAll(); }
+
+    // The name leads to one of this process's spares, parked or at work.
+    bool holds(const std::string& sparePath) {
+        std::lock_guard lock(mutex_);
+        ownOnly();
+        const auto found = std::find_if(names_.begin(), names_.end(), [&](const auto& n) { return n.first == sparePath; });
+        return found != names_.end() && IdentityOfName(sparePath) == found->second;
+    }
+    void named(const std::string& sparePath, const File& file) {
+        const FileIdentity id = file.identity();
+        std::lock_guard lock(mutex_);
+        ownOnly();
+        names_.emplace_back(sparePath, id);
+    }
+    void unname(const std::string& sparePath, const File& file) noexcept {
+        Unname(sparePath, file);
+        std::lock_guard lock(mutex_);
+        ownOnly();
+        forget(sparePath);
+    }
+
+    std::optional<File> take(const std::string& sparePath) {
+        std::lock_guard lock(mutex_);
+        ownOnly();
+        const auto found = std::find_if(spares_.begin(), spares_.end(), [&](const auto& s) { return s.first == sparePath; });
+        if (found == spares_.end()) return std::nullopt;
+        std::optional<File> file(std::move(found->second));
+        spares_.erase(found);
+        return file;
+    }
+
+    void put(const std::string& sparePath, File&& file) {
+        std::lock_guard lock(mutex_);
+        ownOnly();
+        if (spares_.size() == kMost) {
+            Unname(spares_.front().first, spares_.front().second);
+            forget(spares_.front().first);
+            spares_.erase(spares_.begin());
+        }
+        spares_.emplace_back(sparePath, std::move(file));
+    }
+
+    void releaseAll() noexcept {
+        std::lock_guard lock(mutex_);
+        ownOnly();
+        for (const auto& [path, file] : spares_) Unname(path, file), forget(path);
+        spares_.clear();
+    }
+
+private:
+    // After a fork, the spares are the parent's: let go of them, names untouched.
+    void ownOnly() {
+        if (owner_ == ::getpid()) return;
+        spares_.clear();
+        names_.clear();
+        owner_ = ::getpid();
+    }
+    void forget(const std::string& sparePath) {
+        const auto found = std::find_if(names_.begin(), names_.end(), [&](const auto& n) { return n.first == sparePath; });
+        if (found != names_.end()) names_.erase(found);
+    }
+
+    static constexpr size_t kMost = 4;
+    std::mutex mutex_;
+    pid_t owner_ = ::getpid();
+    std::vector<std::pair<std::string, File>> spares_;  // parked
+    std::vector<std::pair<std::string, FileIdentity>> names_;
+};
+
+SpareJournals& Spares() {
+    static SpareJournals spares;
+    return spares;
+}
+#endif
+
+// The file for the journal of target at journalPath. Not durable: the folder's spare, linked
+// under that name, when this process keeps one; else a new file, which becomes the folder's spare
+// where it can be (spare: set when so).
+File OpenJournal(const std::string& target, const std::string& journalPath, bool durable, bool& spare) {
+#if !defined(_WIN32)
+    if (!durable) {
+        const std::string sparePath = SpareJournalPathFor(target);
+        if (std::optional<File> kept = Spares().take(sparePath)) {
+            if (LinkAlso(*kept, journalPath)) {
+                spare = true;
+                kept->renamed(journalPath);
+                return std::move(*kept);
+            }
+            Spares().unname(sparePath, *kept);
+        }
+        File journal = File::CreateNew(journalPath, 0600);
+        try {
+            spare = journal.lockForWriters(false) && LinkAlso(journal, sparePath);
+        } catch (const FileError&) {
+        }
+        if (spare) Spares().named(sparePath, journal);
+        return journal;
+    }
+#else
+    (void)target, (void)durable, (void)spare;
+#endif
+    return File::CreateNew(journalPath, 0600);
+}
+
 }  // namespace
+
+void ReleaseSpareJournals() noexcept {
+#if !defined(_WIN32)
+    Spares().releaseAll();
+#endif
+}
+
+bool HoldsSpareJournal(const std::string& sparePath) {
+#if !defined(_WIN32)
+    return Spares().holds(sparePath);
+#else
+    (void)sparePath;
+    return false;
+#endif
+}
 
 UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range> ranges,
                          std::optional<Outcome> outcome, bool durable)
-    : path_(JournalPathFor(path)), journal_(File::CreateNew(path_, 0600)), ranges_(std::move(ranges)),
+    : path_(JournalPathFor(path)), journal_(OpenJournal(path, path_, durable, spare_)), ranges_(std::move(ranges)),
       oldLength_(file.size()), hasOutcome_(outcome.has_value()) {
     journal_.countAsJournal();
     try {
@@ -105,7 +259,8 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
         Put(head, ranges_.size(), 4);
         Put(head, outcome ? kHasOutcome : 0, 4);
         for (const Range& r : ranges_) Put(head, r.offset, 8), Put(head, r.saved, 8), Put(head, r.written, 8);
-        Appender out(journal_);
+        // A spare holds an older journal's bytes: the magic goes last, once the rest would check.
+        Appender out(journal_, spare_);
         out.add(head);
         for (const Range& r : ranges_) {
             savedAt_.push_back(out.position());
@@ -115,6 +270,10 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
         Put(trailer, out.checksum(), 8);
         out.add(trailer);
         out.flush();
+        if (spare_) {
+            if (journal_.size() > out.position()) journal_.truncate(out.position());
+            journal_.writeAt(0, std::span(reinterpret_cast<const uint8_t*>(kMagic), sizeof kMagic));
+        }
         if (durable) {
             journal_.sync();
             SyncFolder(DirectoryOf(path_));
@@ -124,6 +283,7 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
             RemoveFile(path_);
         } catch (const FileError&) {
         }
+        dropSpare();
         throw;
     }
 }
@@ -152,9 +312,22 @@ size_t UndoJournal::OldBytes::readAt(uint64_t offset, std::span<uint8_t> out) {
 }
 
 void UndoJournal::remove(bool durable) {
+    // Zeroed before its name goes: a kill between the two leaves a journal that is only discarded.
+    if (spare_) journal_.writeAt(0, std::vector<uint8_t>(sizeof kMagic, 0));
     RemoveJournal(path_);
     removed_ = true;
+#if !defined(_WIN32)
+    if (spare_) Spares().put(SpareJournalPathFor(path_), std::move(journal_));
+#endif
+    spare_ = false;
     if (durable && !hasOutcome_) SyncFolder(DirectoryOf(path_));
+}
+
+void UndoJournal::dropSpare() noexcept {
+#if !defined(_WIN32)
+    if (spare_) Spares().unname(SpareJournalPathFor(path_), journal_);
+#endif
+    spare_ = false;
 }
 
 void UndoJournal::restore(File& file) {
@@ -173,6 +346,7 @@ void UndoJournal::restore(File& file) {
 }
 
 void UndoJournal::rollBack(File& file) noexcept {
+    dropSpare();
     try {
         restore(file);
         if (!removed_) remove(false);

@@ -19,6 +19,12 @@
 // holds are put back over it.
 //
 // The caller holds the file's write lock for the journal's whole life.
+//
+// A batch's edits (not durable) pass one journal file on from edit to edit instead of creating
+// and removing one each, which on ext4 costs an inode allocation per edit. Between edits the file
+// waits under its folder's spare name (companion_files.h), locked and with its first bytes zeroed
+// so that it never reads as a journal; it takes a file's journal name (a second link) only while
+// that file's write lock is held, and has it removed once the edit is done.
 #ifndef TAGVERA_PLATFORM_WRITE_JOURNAL_H
 #define TAGVERA_PLATFORM_WRITE_JOURNAL_H
 
@@ -45,6 +51,12 @@ enum class JournalFound {
 // the journal then stays.
 JournalFound RecoverFromJournal(const std::string& path);
 
+// Removes the spare journal files this process keeps for its batches; before the batch's sync, so
+// that the sync makes their removal durable too. (Also done when the process exits normally.)
+void ReleaseSpareJournals() noexcept;
+// The spare journal file under this name is this process's own.
+bool HoldsSpareJournal(const std::string& sparePath);
+
 class UndoJournal {
 public:
     // The write changes [offset, offset + written); the first `saved` of those bytes are old
@@ -68,6 +80,9 @@ public:
                 bool durable);
     UndoJournal(const UndoJournal&) = delete;
     UndoJournal& operator=(const UndoJournal&) = delete;
+    // Neither removed nor rolled back (a writer that gave up): the journal stays for the next
+    // open, the spare name goes.
+    ~UndoJournal() { dropSpare(); }
 
     // The file's bytes as they were, within the saved ranges.
     ByteSource& oldBytes() { return old_; }
@@ -86,6 +101,8 @@ private:
     UndoJournal(std::string path, File journal, std::vector<Range> ranges, uint64_t oldLength, bool hasOutcome);
     // rollBack, throwing.
     void restore(File& file);
+    // Takes the spare's name away after a failure: the next edit starts with a new file.
+    void dropSpare() noexcept;
 
     class OldBytes final : public ByteSource {
     public:
@@ -98,6 +115,7 @@ private:
     };
 
     std::string path_;
+    bool spare_ = false;  // also its folder's spare (before journal_, which sets it)
     File journal_;
     std::vector<Range> ranges_;
     std::vector<uint64_t> savedAt_;  // where each range's old bytes start in the journal
