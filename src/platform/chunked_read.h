@@ -16,12 +16,40 @@ namespace tagvera::platform {
 
 inline constexpr size_t kChunk = size_t(1) << 20;  // copy, journal and write-buffer size
 
+// The chunk buffer of a thread, lent to one ReadInChunks at a time and kept, uncleared, between
+// them: a fresh megabyte costs its page faults on every copy. A call made inside another's `each`
+// gets one of its own.
+inline thread_local std::vector<uint8_t> tChunkBuffer;
+inline thread_local bool tChunkBufferLent = false;
+
+class ChunkBuffer {
+public:
+    explicit ChunkBuffer(size_t size) : lent_(!tChunkBufferLent) {
+        std::vector<uint8_t>& buffer = lent_ ? tChunkBuffer : own_;
+        if (buffer.size() < size) buffer.resize(size);
+        tChunkBufferLent = true;
+        span_ = std::span(buffer).first(size);
+    }
+    ~ChunkBuffer() {
+        if (lent_) tChunkBufferLent = false;
+    }
+    ChunkBuffer(const ChunkBuffer&) = delete;
+    ChunkBuffer& operator=(const ChunkBuffer&) = delete;
+    std::span<uint8_t> span() const { return span_; }
+
+private:
+    bool lent_;
+    std::vector<uint8_t> own_;
+    std::span<uint8_t> span_;
+};
+
 // Calls each(chunk) on length bytes of source from offset, a chunk at a time; a source may answer
 // a read in parts. A range that ends early throws FileError("read", name, shortReason).
 template <class Each>
 void ReadInChunks(ByteSource& source, const std::string& name, uint64_t offset, uint64_t length, const char* shortReason,
                   Each&& each) {
-    std::vector<uint8_t> chunk(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
+    const ChunkBuffer buffer(static_cast<size_t>(std::min<uint64_t>(length, kChunk)));
+    const std::span<uint8_t> chunk = buffer.span();
     while (length > 0) {
         const size_t want = static_cast<size_t>(std::min<uint64_t>(length, chunk.size()));
         size_t got = 0;

@@ -24,6 +24,13 @@ public:
     explicit BufferedWriter(File& file) : file_(file) { buffer_.reserve(kChunk); }
 
     void write(std::span<const uint8_t> bytes) override {
+        // A copied chunk goes out as it is, after what is buffered: moving it into the buffer
+        // first would copy every byte of the audio once more.
+        if (bytes.size() >= kChunk / 4) {
+            flush();
+            emit(bytes);
+            return;
+        }
         while (!bytes.empty()) {
             if (buffer_.empty() && bytes.size() >= kChunk) {
                 emit(bytes.first(kChunk));
