@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -26,11 +25,9 @@ constexpr int kKills = 30;
 
 // The CRC and size cksum gives: a pass over 500 MB at the disk cache's speed in any build.
 std::string Sum(const std::string& path) {
-    FILE* p = ::popen(("cksum < '" + path + "'").c_str(), "r");
-    if (!p) return "?";
-    char line[128] = {};
-    const bool read = std::fgets(line, sizeof line, p) != nullptr;
-    return ::pclose(p) == 0 && read ? line : "?";
+    int status = -1;
+    const std::string line = CommandOutput("cksum < '" + path + "'", &status);
+    return status == 0 && !line.empty() ? line : "?";
 }
 
 // Starts the command with its output discarded.

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -80,16 +79,6 @@ inline ImageSession OpenImage(const std::string& path) {
     s.open = s.importer->SetFilename(path.c_str());
     if (Succeeded(s.open)) s.result = s.importer->Interrogate(s.tree.put());
     return s;
-}
-
-// A command's standard output; empty when it failed.
-inline std::string RunCommand(const std::string& command) {
-    std::string out;
-    FILE* p = popen((command + " 2>/dev/null").c_str(), "r");
-    if (!p) return out;
-    char buf[4096];
-    for (size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) out.append(buf, n);
-    return pclose(p) == 0 ? out : std::string();
 }
 
 inline bool HaveTool(const char* path) { return std::ifstream(path).good(); }

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <map>
 
+#include "cli/run_cli.h"
 #include "image/exif_table.h"
 #include "image/image_bytes.h"
 #include "image/image_support.h"
@@ -23,7 +24,7 @@ namespace fault = platform::fault;
 // exiftool's view of the metadata, "[group] tag" -> value, offsets left out (a rewrite moves them).
 std::map<std::string, std::string> ExiftoolTags(const std::string& path) {
     std::map<std::string, std::string> tags;
-    std::stringstream lines(RunCommand("exiftool -n -a -G1 -S " + path));
+    std::stringstream lines(CommandOutput("exiftool -n -a -G1 -S " + path));
     for (std::string line; std::getline(lines, line);) {
         const size_t colon = line.find(": ");
         if (colon == std::string::npos || line.rfind("[ExifTool]", 0) == 0 || line.rfind("[System]", 0) == 0 ||
@@ -50,7 +51,7 @@ Bytes ImageData(const std::string& path) {
         }
         return data;
     }
-    std::stringstream strips(RunCommand("exiftool -n -T -StripOffsets -StripByteCounts " + path));
+    std::stringstream strips(CommandOutput("exiftool -n -T -StripOffsets -StripByteCounts " + path));
     size_t offset = 0, count = 0;
     strips >> offset >> count;
     return Bytes(all.begin() + long(offset), all.begin() + long(offset + count));
@@ -66,7 +67,7 @@ TEST_P(ImageWrite, ExiftoolReadsTheEditAndEverythingElseKept) {
     const std::string path = dir.copy(FixturePath(GetParam()));
     const auto before = ExiftoolTags(path);
     const Bytes data = ImageData(path);
-    const std::string pixels = HaveTool("/usr/bin/convert") ? RunCommand("/usr/bin/convert '" + path + "[0]' rgba:- | md5sum") : "";
+    const std::string pixels = HaveTool("/usr/bin/convert") ? CommandOutput("/usr/bin/convert '" + path + "[0]' rgba:- | md5sum") : "";
     {
         const auto s = OpenImage(path);
         s.set("Statistics:EquipmentMake", "NEWCO");
@@ -90,7 +91,7 @@ TEST_P(ImageWrite, ExiftoolReadsTheEditAndEverythingElseKept) {
     EXPECT_EQ(after, expected);
     EXPECT_EQ(ImageData(path), data);
     if (!pixels.empty()) {
-        EXPECT_EQ(RunCommand("/usr/bin/convert '" + path + "[0]' rgba:- | md5sum"), pixels);
+        EXPECT_EQ(CommandOutput("/usr/bin/convert '" + path + "[0]' rgba:- | md5sum"), pixels);
     }
     const auto again = OpenImage(path);
     EXPECT_EQ(again.value("Statistics:EquipmentMake"), Bytes({'N', 'E', 'W', 'C', 'O', 0}));

@@ -4,7 +4,6 @@
 // gives the same duration.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <map>
 #include <sstream>
@@ -18,19 +17,9 @@ namespace {
 const std::string kData = std::string(TAGVERA_TEST_DATA_DIR) + "/mp4/";
 const std::string kJpeg = std::string(TAGVERA_TEST_DATA_DIR) + "/image/jpeg-grey-cm.jpg";
 
-std::string Output(const std::string& command) {
-    std::string out;
-    FILE* pipe = popen(command.c_str(), "r");
-    if (!pipe) return out;
-    char buffer[4096];
-    for (size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;) out.append(buffer, n);
-    pclose(pipe);
-    return out;
-}
-
 // What mutagen reads: "key<TAB>value" a line; a cover as its sizes and formats.
 std::map<std::string, std::string> Mutagen(const std::string& file) {
-    std::istringstream lines(Output("/usr/bin/python3 -c \"import sys\nfrom mutagen.mp4 import MP4\nf = MP4(sys.argv[1])\n"
+    std::istringstream lines(CommandOutput("/usr/bin/python3 -c \"import sys\nfrom mutagen.mp4 import MP4\nf = MP4(sys.argv[1])\n"
                                     "for k, v in (f.tags or {}).items(): print(k + '\\t' + repr([(len(c), c.imageformat) "
                                     "for c in v] if k == 'covr' else v))\" '" + file + "' 2>&1"));
     std::map<std::string, std::string> items;
@@ -43,7 +32,7 @@ std::map<std::string, std::string> Mutagen(const std::string& file) {
 
 // ffmpeg's packet checksums of every stream but attached pictures.
 std::string Packets(const std::string& file) {
-    std::istringstream lines(Output("ffmpeg -v error -i '" + file + "' -map 0 -c copy -f framecrc - 2>&1"));
+    std::istringstream lines(CommandOutput("ffmpeg -v error -i '" + file + "' -map 0 -c copy -f framecrc - 2>&1"));
     std::string kept, pictures = ",";
     for (std::string line; std::getline(lines, line);) {
         if (line.starts_with("#codec_id") && (line.ends_with("mjpeg") || line.ends_with("png")))
@@ -55,7 +44,7 @@ std::string Packets(const std::string& file) {
 }
 
 std::string Duration(const std::string& file) {
-    return Output("ffprobe -v error -show_entries format=duration -of csv=p=0 '" + file + "'");
+    return CommandOutput("ffprobe -v error -show_entries format=duration -of csv=p=0 '" + file + "'");
 }
 
 struct Row {
@@ -67,7 +56,7 @@ struct Row {
 };
 
 TEST(Mp4Interop, EditsReadBackAndMediaUntouched) {
-    if (Output("/usr/bin/python3 -c 'import mutagen' 2>&1 && ffmpeg -version >/dev/null 2>&1 && echo ok") != "ok\n")
+    if (CommandOutput("/usr/bin/python3 -c 'import mutagen' 2>&1 && ffmpeg -version >/dev/null 2>&1 && echo ok") != "ok\n")
         GTEST_SKIP() << "mutagen or ffmpeg missing";
     const std::string jpegSize = std::to_string(std::filesystem::file_size(kJpeg));
     const Row rows[] = {
