@@ -15,12 +15,6 @@
 namespace tagvera::testing {
 namespace {
 
-uint32_t TypeOf(IMPAMetaProperty* node) {
-    uint32_t type = 0;
-    node->GetType(&type);
-    return type;
-}
-
 TEST(Id3Fixtures, AreAllThere) { EXPECT_GE(FixtureBasesIn(Id3DataDir()).size(), 35u) << Id3DataDir(); }
 
 class FixtureProperties : public ::testing::TestWithParam<std::string> {
@@ -39,9 +33,7 @@ protected:
         const auto fid = NodeAt(n, id3v2::kFrameIdProperty);
         ASSERT_TRUE(fid) << path;
         EXPECT_EQ(TypeOf(fid.get()), kTypeBinary);
-        uint32_t flags = 0;
-        fid->GetFlags(&flags);
-        EXPECT_EQ(flags, kFlagPrivate);
+        EXPECT_EQ(FlagsOf(fid.get()), uint32_t(kFlagPrivate));
         EXPECT_EQ(NumberAt(n, id3v2::kFrameIdProperty), id3v2::FrameNumber(id)) << path;
     }
 
@@ -66,21 +58,8 @@ TEST_P(FixtureProperties, MappedFramesAreInTheTree) {
     std::set<std::string> seen;  // the first frame that names a property wins
     int checked = 0;
     for (const auto& f : expected["frames"].array) {
-        const std::string id = f["id"].string;
-        std::string path;
-        if (id == "TIT2") path = "Track:Name";
-        else if (id == "TPE1") path = "Artist:Name";
-        else if (id == "TALB") path = "Album:Name";
-        else if (id == "TRCK") path = "Track:CD Track #";
-        else if (id == "TYER" || id == "TDRC") path = "Track:Year";
-        else if (id == "TCON") path = "Track:Genre";
-        else if (id == "COMM") path = "Track:Comments";
-        else if (id == "USLT") path = "Track:Lyrics";
-        else if (id == "TXXX") path = "Track:" + f["desc"].string;
-        else if (id == "APIC" && f["type"].number == 3) path = "Album:Cover Art";
-        else if (id == "GEOB") path = "Track:" + f["desc"].string;
-        else continue;
-        if (!seen.insert(path).second) continue;
+        const std::string id = f["id"].string, path = PropertyPathOf(f);
+        if (path.empty() || !seen.insert(path).second) continue;
         const auto n = NodeAt(root_.get(), path.c_str());
         ASSERT_TRUE(n) << path;
         ++checked;

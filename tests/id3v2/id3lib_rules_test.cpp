@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "base/byte_source.h"
 #include "id3v2/tag_builder.h"
@@ -53,8 +51,7 @@ std::vector<std::string> Mp3FilesUnder(const std::string& dir) {
 }
 
 Frames NormalisedFramesOf(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    const Bytes bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const Bytes bytes = test::ReadAll(path);
     MemorySource source{std::span<const uint8_t>(bytes)};
     id3v2::NormalizeOptions options;
     options.trailingFields = true;

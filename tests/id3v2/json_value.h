@@ -142,6 +142,19 @@ inline std::string Joined(const Json& frame) {
     return s;
 }
 
+// The property a fixture frame is read into, "" for frames the fixture tests do not follow.
+inline std::string PropertyPathOf(const Json& frame) {
+    static const std::map<std::string, std::string> kPaths = {
+        {"TIT2", "Track:Name"}, {"TPE1", "Artist:Name"},     {"TALB", "Album:Name"},     {"TRCK", "Track:CD Track #"},
+        {"TYER", "Track:Year"}, {"TDRC", "Track:Year"},      {"TCON", "Track:Genre"},    {"COMM", "Track:Comments"},
+        {"USLT", "Track:Lyrics"}};
+    const std::string id = frame["id"].string;
+    if (id == "TXXX" || id == "GEOB") return "Track:" + frame["desc"].string;
+    if (id == "APIC") return frame["type"].number == 3 ? "Album:Cover Art" : "";
+    const auto it = kPaths.find(id);
+    return it == kPaths.end() ? "" : it->second;
+}
+
 }  // namespace tagvera::testing
 
 #endif

@@ -12,26 +12,23 @@ using id3v2::DecodeText;
 using id3v2::DecodeTextList;
 using id3v2::TextEncoding;
 
-TEST(TextEncoding, Utf16ByteOrderMarks) {
-    EXPECT_EQ(DecodeText(Bytes{0xFF, 0xFE, 'h', 0, 0xE4, 0}, TextEncoding::Utf16), "hä");
-    EXPECT_EQ(DecodeText(Bytes{0xFE, 0xFF, 0, 'h', 0, 0xE4}, TextEncoding::Utf16), "hä");
-    EXPECT_EQ(DecodeText(Bytes{0, 'h', 0, 0xE4}, TextEncoding::Utf16BE), "hä");
-    EXPECT_EQ(DecodeText(B("ok"), TextEncoding::Utf8), "ok");
-    EXPECT_EQ(DecodeText(Bytes{0xE9}, TextEncoding::Latin1), "é");
-}
-
-TEST(TextEncoding, MissingBomIsGuessedFromTheZeroBytes) {
-    EXPECT_EQ(DecodeText(Bytes{'a', 0, 'b', 0}, TextEncoding::Utf16), "ab");
-    EXPECT_EQ(DecodeText(Bytes{0, 'a', 0, 'b'}, TextEncoding::Utf16), "ab");
-}
-
-TEST(TextEncoding, OddLengthsAndBrokenUnits) {
-    // A stray trailing zero byte is dropped; a stray other byte becomes U+FFFD.
-    EXPECT_EQ(DecodeText(Bytes{0xFF, 0xFE, 'a', 0, 0}, TextEncoding::Utf16), "a");
-    EXPECT_EQ(DecodeText(Bytes{0xFF, 0xFE, 'a', 0, 'b'}, TextEncoding::Utf16), "a\xEF\xBF\xBD");
-    // An unpaired surrogate and invalid UTF-8 never pass through as broken UTF-8.
-    EXPECT_EQ(DecodeText(Bytes{0xFF, 0xFE, 0x00, 0xD8}, TextEncoding::Utf16), "\xEF\xBF\xBD");
-    EXPECT_EQ(DecodeText(Bytes{'a', 0xC3}, TextEncoding::Utf8), "a\xEF\xBF\xBD");
+// Every form a writer leaves: byte order marks or none (guessed from the zero bytes), a stray
+// trailing byte (a zero is dropped, any other is U+FFFD), an unpaired surrogate, broken UTF-8.
+TEST(TextEncoding, DecodesEveryFormWritersLeave) {
+    using enum TextEncoding;
+    const struct {
+        Bytes bytes;
+        TextEncoding encoding;
+        const char* text;
+    } cases[] = {
+        {{0xFF, 0xFE, 'h', 0, 0xE4, 0}, Utf16, "hä"}, {{0xFE, 0xFF, 0, 'h', 0, 0xE4}, Utf16, "hä"},
+        {{0, 'h', 0, 0xE4}, Utf16BE, "hä"},           {{'o', 'k'}, Utf8, "ok"},
+        {{0xE9}, Latin1, "é"},                        {{'a', 0, 'b', 0}, Utf16, "ab"},
+        {{0, 'a', 0, 'b'}, Utf16, "ab"},              {{0xFF, 0xFE, 'a', 0, 0}, Utf16, "a"},
+        {{0xFF, 0xFE, 'a', 0, 'b'}, Utf16, "a\xEF\xBF\xBD"}, {{0xFF, 0xFE, 0x00, 0xD8}, Utf16, "\xEF\xBF\xBD"},
+        {{'a', 0xC3}, Utf8, "a\xEF\xBF\xBD"},
+    };
+    for (const auto& c : cases) EXPECT_EQ(DecodeText(c.bytes, c.encoding), c.text) << c.text;
 }
 
 TEST(TextEncoding, ValueLists) {

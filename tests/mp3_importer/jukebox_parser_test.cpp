@@ -129,11 +129,7 @@ TEST(JukeboxParser, BuildWithForceTakesEverythingAtTwoLevels) {
     EXPECT_EQ(TextAt(rebuilt.get(), "Track:Name"), "Stored Title");
     EXPECT_EQ(TextAt(rebuilt.get(), "Artist:Name"), "Stored Artist");
     // The host's tree is left as it was: Build adds copies, not the host's own nodes.
-    uint32_t parents = 0;
-    auto manager = QueryAs<IMPAMetaPropertyParentMgr>(NodeAt(tree.get(), "Track:Name"), IID_IMPAMetaPropertyParentMgr);
-    ASSERT_TRUE(manager);
-    manager->GetParentCount(&parents);
-    EXPECT_EQ(parents, 1u);
+    EXPECT_EQ(testing::ParentCount(NodeAt(tree.get(), "Track:Name").get()), 1u);
 }
 
 TEST(JukeboxParser, CoverThroughADataSourceIsStoredAndReadBack) {
@@ -164,9 +160,7 @@ TEST(JukeboxParser, CoverThroughADataSourceIsStoredAndReadBack) {
     auto held = Held(parser.get());
     auto stored = NodeAt(held.get(), "Album:Cover Art");
     ASSERT_TRUE(stored);
-    uint32_t type = 0;
-    stored->GetType(&type);
-    EXPECT_EQ(type, uint32_t(kTypeReference));
+    EXPECT_EQ(testing::TypeOf(stored.get()), uint32_t(kTypeReference));
     EXPECT_EQ(NumberAt(stored.get(), kPropDataSize), picture.size());
 
     test::ScratchDir dir;

@@ -38,11 +38,8 @@ TEST_P(MpegFixture, StatisticsMatchTheDecoder) {
     EXPECT_EQ(got.text("Statistics:Filename"), path);
     EXPECT_EQ(got.text("Statistics:MimeType"), "audio/mp3");
     EXPECT_EQ(got.number("Statistics:File Protection"), 0u);
-    uint32_t flags = 0;
-    NodeAt(got.tree.get(), "Statistics:MimeType")->GetFlags(&flags);
-    EXPECT_EQ(flags, uint32_t(kFlagReadOnly | kFlagPrivate));
-    NodeAt(got.tree.get(), "Statistics:Length")->GetFlags(&flags);
-    EXPECT_EQ(flags, uint32_t(kFlagReadOnly));
+    EXPECT_EQ(FlagsOf(NodeAt(got.tree.get(), "Statistics:MimeType").get()), uint32_t(kFlagReadOnly | kFlagPrivate));
+    EXPECT_EQ(FlagsOf(NodeAt(got.tree.get(), "Statistics:Length").get()), uint32_t(kFlagReadOnly));
 }
 
 INSTANTIATE_TEST_SUITE_P(Mp3, MpegFixture, ::testing::ValuesIn(Mp3FixtureNames()),

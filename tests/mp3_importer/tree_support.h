@@ -1,5 +1,5 @@
-// Property trees for the MP3 importer's tests: making them, reading values back by path, blocks,
-// and a data source that hands out fixed bytes.
+// Property trees for the MP3 importer's tests (made as the tree tests make them): values read back
+// by path, blocks, and a data source that hands out fixed bytes.
 #ifndef TAGVERA_TESTS_MP3_IMPORTER_TREE_SUPPORT_H
 #define TAGVERA_TESTS_MP3_IMPORTER_TREE_SUPPORT_H
 
@@ -10,19 +10,13 @@
 #include <vector>
 
 #include "id3v2/tag_builder.h"
-#include "metaprop/metaprop_component.h"
+#include "metaprop/tree_test_support.h"
 #include "tagvera/com_ptr.h"
 #include "tagvera/importer.h"
 #include "tagvera/metaprop.h"
 #include "tagvera/metaprop_serialize.h"
 
 namespace tagvera::testing {
-
-inline ComPtr<IMPAMetaProperty> NewTree() {
-    ComPtr<IMPAMetaProperty> tree;
-    EXPECT_EQ(CreateStandaloneMetaProperty(tree.put()), TV_S_OK);
-    return tree;
-}
 
 // The node at path, or empty.
 inline ComPtr<IMPAMetaProperty> NodeAt(IMPAMetaProperty* tree, const char* path) {
