@@ -6,16 +6,12 @@
 #include "image/exif_table.h"
 #include "image/image_bytes.h"
 #include "image/image_support.h"
-#include "metaprop/metaprop_component.h"
+#include "metaprop/tree_test_support.h"
 
 namespace tagvera::image::testing {
 namespace {
 
-ComPtr<IMPAMetaProperty> NewTree() {
-    ComPtr<IMPAMetaProperty> tree;
-    EXPECT_EQ(CreateStandaloneMetaProperty(tree.put()), TV_S_OK);
-    return tree;
-}
+using tagvera::testing::NewTree;
 
 struct ItemCase {
     const char* name;
