@@ -16,6 +16,7 @@
 #include "kmedia/km_checker.h"
 #include "kmedia/km_generator.h"
 #include "kmedia/logical_stream.h"
+#include "mp3_importer/tree_support.h"
 #include "package/importer_kit/component_creators.h"
 #include "platform/fault_injection.h"
 #include "platform/file.h"
@@ -26,8 +27,6 @@
 
 namespace tagvera::kmedia::testing {
 namespace {
-
-uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
 
 KmFileSpec Sample() {
     KmFileSpec s;
@@ -231,12 +230,11 @@ struct Sink final : IKMAProgressSink {
     std::vector<uint32_t> seen;
 };
 
-TEST(KmEditObject, SaveThroughTheInterfacesKeepsPackets) {
+// The packets and headers of a save are the engine's (KmEdit above); here what the tables pass.
+TEST(KmEditObject, SaveThroughTheInterfaces) {
     test::ScratchDir dir;
-    const std::string in = dir.file("in.km"), out = dir.file("out.km");
-    const auto input = BuildKmFile(Sample());
-    WriteFile(in, input);
-    const auto edit = OpenEdit(in);
+    const std::string out = dir.file("out.km");
+    const auto edit = OpenEdit(dir.write("in.km", BuildKmFile(Sample())));
     uint32_t streams = 0, flag = 7;
     EXPECT_EQ(edit->GetNumStreamHeaders(&streams), TV_S_OK);
     EXPECT_EQ(streams, 2u);
@@ -257,12 +255,8 @@ TEST(KmEditObject, SaveThroughTheInterfacesKeepsPackets) {
     EXPECT_EQ(sink.refs, 1u);
 
     const auto output = test::ReadAll(out);
-    const KmHeaders h = CheckConsistent(output);
-    ASSERT_TRUE(h.content);
-    EXPECT_EQ(h.content->title, std::string(256, 't'));
-    EXPECT_EQ(h.properties->flags, 1 | 2 | 8);
-    MemorySource inSrc(input);
-    EXPECT_EQ(Packets(output, h), Packets(input, ReadKmHeaders(inSrc)));
+    MemorySource src(output);
+    EXPECT_EQ(ReadKmHeaders(src).content->title, std::string(256, 't'));
 }
 
 TEST(KmEditObject, RefusedRequests) {
@@ -401,13 +395,9 @@ uint32_t ImportedLength(const std::string& path) {
     ComPtr<IUnknown> unknown;
     EXPECT_EQ(CreateImportKMJFile(nullptr, nullptr, unknown.put()), TV_S_OK);
     const auto importer = QueryAs<IMPAInterrogateFile>(unknown, IID_IMPAInterrogateFile);
-    ComPtr<IMPAMetaProperty> tree, length;
-    const uint8_t* v = nullptr;
-    uint32_t n = 0;
-    if (Failed(importer->SetFilename(path.c_str())) || Failed(importer->Interrogate(tree.put())) ||
-        Failed(tree->FindByPath("Statistics:Length", length.put())) || Failed(length->GetValue(&v, &n)) || n != 4)
-        return 0;
-    return uint32_t(v[0]) | uint32_t(v[1]) << 8 | uint32_t(v[2]) << 16 | uint32_t(v[3]) << 24;
+    ComPtr<IMPAMetaProperty> tree;
+    if (Failed(importer->SetFilename(path.c_str())) || Failed(importer->Interrogate(tree.put()))) return 0;
+    return tagvera::testing::NumberAt(tree.get(), "Statistics:Length");
 }
 
 // Several inputs through the editing object: one file with every input's packets and time running

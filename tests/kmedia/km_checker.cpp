@@ -16,12 +16,6 @@ std::vector<std::vector<uint8_t>> Packets(const std::vector<uint8_t>& file, cons
     return out;
 }
 
-namespace {
-
-uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
-
-}  // namespace
-
 KmHeaders CheckConsistent(const std::vector<uint8_t>& file, std::optional<uint64_t> mediaEnd) {
     MemorySource src(file);
     const KmHeaders h = ReadKmHeaders(src, {.readIndexes = true});

@@ -11,6 +11,8 @@
 
 namespace tagvera::kmedia::testing {
 
+inline uint32_t Be32(const uint8_t* p) { return uint32_t(p[0]) << 24 | uint32_t(p[1]) << 16 | uint32_t(p[2]) << 8 | p[3]; }
+
 // Every packet of a file, bytes included.
 std::vector<std::vector<uint8_t>> Packets(const std::vector<uint8_t>& file, const KmHeaders& h);
 

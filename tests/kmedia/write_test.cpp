@@ -96,8 +96,7 @@ void ExpectOneTrailerAfterTheMedia(const Bytes& before, const Bytes& after) {
     ASSERT_TRUE(trailer && trailer->hasHeader);
     const uint64_t kmmd = trailer->blockOffset - kTrailerHeaderSize;
     EXPECT_EQ(kmmd, mediaEnd);
-    const uint32_t count = uint32_t(after[kmmd + 4]) << 24 | uint32_t(after[kmmd + 5]) << 16 | after[kmmd + 6] << 8 | after[kmmd + 7];
-    EXPECT_EQ(count, after.size() - kmmd);
+    EXPECT_EQ(Be32(&after[kmmd + 4]), after.size() - kmmd);
     EXPECT_EQ(std::string(after.end() - 128, after.end() - 125), "TAG");
 }
 
