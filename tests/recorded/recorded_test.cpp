@@ -2,13 +2,10 @@
 // stream checked by ffmpeg afterwards (its packets unchanged).
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-
+#include "cli/run_cli.h"
 #include "host/host.h"
 #include "metaprop/property_access.h"
+#include "platform/scratch_dir.h"
 #include "recorded/recorded_trailer.h"
 #include "tagvera/importer.h"
 
@@ -16,11 +13,7 @@ namespace tagvera::recorded {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
-
-Bytes ReadAll(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(in), {});
-}
+using test::ReadAll;
 
 struct TrailerCase {
     const char* name;
@@ -70,7 +63,7 @@ protected:
         o.directories = {{"DT_Plugins", TAGVERA_MEDIA_PLATFORM_DIR}};
         return o;
     }()};
-    std::string dir = ::testing::TempDir();
+    test::ScratchDir dir;
 
     // Writes title (forced) and returns the title read back.
     std::string WriteTitle(const std::string& path, const std::string& title) {
@@ -87,18 +80,15 @@ protected:
         return ChildText(track.get(), "Name");
     }
     std::string Packets(const std::string& path) {
-        std::string out;
-        FILE* p = ::popen(("ffmpeg -v error -i '" + path + "' -map 0 -c copy -f framecrc - 2>&1").c_str(), "r");
-        for (char buf[4096]; std::fgets(buf, sizeof buf, p);) out += buf;
-        EXPECT_EQ(::pclose(p), 0) << out;
+        int status = -1;
+        const std::string out = CommandOutput("ffmpeg -v error -i '" + path + "' -map 0 -c copy -f framecrc - 2>&1", &status);
+        EXPECT_EQ(status, 0) << out;
         return out;
     }
 };
 
 TEST_F(RecordedWrite, FlvStaysAStreamWithTheSamePackets) {
-    const std::string path = dir + "recorded.flv";
-    std::filesystem::copy_file(std::string(TAGVERA_TEST_DATA_DIR) + "/interrogate/clip.flv", path,
-                               std::filesystem::copy_options::overwrite_existing);
+    const std::string path = dir.copy(std::string(TAGVERA_TEST_DATA_DIR) + "/interrogate/clip.flv", "recorded.flv");
     const std::string before = Packets(path);
     EXPECT_EQ(WriteTitle(path, "First"), "First");
     EXPECT_EQ(WriteTitle(path, "A second, longer title"), "A second, longer title");
@@ -113,9 +103,8 @@ TEST_F(RecordedWrite, FlvStaysAStreamWithTheSamePackets) {
 }
 
 TEST_F(RecordedWrite, RecKeepsOneTrailerAndOneTagAndStripsBack) {
-    const std::string path = dir + "take.REC";
     const Bytes media(300, 'r');
-    std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(media.data()), media.size());
+    const std::string path = dir.write("take.REC", media);
     EXPECT_EQ(WriteTitle(path, "Short"), "Short");
     EXPECT_EQ(WriteTitle(path, "Much longer than the first one"), "Much longer than the first one");
     const Bytes written = ReadAll(path);
