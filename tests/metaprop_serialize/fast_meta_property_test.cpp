@@ -40,13 +40,11 @@ TEST_P(FastView, AnswersReadsInPlaceWithoutBuildingATree) {
     ASSERT_EQ(track->FindFirstChild("Name", name.put()), TV_S_OK);
     EXPECT_EQ(TextOf(name.get()), "Autumn Leaves");
     EXPECT_EQ(PathOf(name.get()), "Track:Name");
-    uint32_t type = 0, flags = 0, changed = 7;
+    uint32_t changed = 7;
     ASSERT_EQ(view_->FindFirstChild("Statistics:MimeType", mime.put()), TV_S_OK);
-    mime->GetType(&type);
-    mime->GetFlags(&flags);
     mime->GetChanged(&changed);
-    EXPECT_EQ(type, kTypeText);
-    EXPECT_EQ(flags, kFlagReadOnly | kFlagPrivate);
+    EXPECT_EQ(TypeOf(mime.get()), kTypeText);
+    EXPECT_EQ(FlagsOf(mime.get()), kFlagReadOnly | kFlagPrivate);
     EXPECT_EQ(changed, 0u);
 
     // The value is the block's own bytes.

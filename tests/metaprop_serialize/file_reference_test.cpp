@@ -67,9 +67,7 @@ TEST_F(FileReferences, NamesInABlockAreNeverOpened) {
                 ASSERT_EQ(ReadBlock(tree.get(), block, true, big), TV_S_OK);
                 Node lyrics;
                 ASSERT_EQ(tree->FindFirstChild("Track:Lyrics", lyrics.put()), TV_S_OK);
-                uint32_t type = 0;
-                lyrics->GetType(&type);
-                EXPECT_EQ(type, uint32_t(kTypeReference));
+                EXPECT_EQ(TypeOf(lyrics.get()), uint32_t(kTypeReference));
                 EXPECT_FALSE(Holds(WriteBlock(tree.get(), {.keepReferences = true, .bigEndian = big}), t.marker));
 
                 const std::string mp3 = dir_.write("v.mp3", Mp3File(JukeboxFrame(block)));

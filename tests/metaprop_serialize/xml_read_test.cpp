@@ -101,11 +101,9 @@ TEST(XmlRead, OnlyPropertiesInsideTheDocumentElementCount) {
     EXPECT_EQ(Dump(outside.get(), {.withRoot = false}), "");
 }
 
+// Each fault's code and place are the parser's test; here that the code comes through unchanged.
 TEST(XmlRead, MalformedDocumentsFailWithTheParsersCodeKeepingWhatWasRead) {
-    Read("<KJMETADATA><PROP name=\"A\"></prop></KJMETADATA>", TV_E_XML_TAGMISMATCH);
     Read("<KJMETADATA><PROP name=\"A\"", TV_E_XML_UNTERMINATEDTAG);
-    Read("<KJMETADATA><PROP name=A /></KJMETADATA>", TV_E_XML_BADATTRIBUTEVALUE);
-    Read("<KJMETADATA><PROP name= /></KJMETADATA>", TV_E_XML_MISSINGVALUE);
     Node tree = Read("<KJMETADATA><PROP name=\"A\" value=\"a\" /><PROP name=\"B\" value=\"b\"></KJMETADATA>",
                      TV_E_XML_TAGMISMATCH);
     EXPECT_EQ(Dump(tree.get(), {.withRoot = false}),
