@@ -43,7 +43,10 @@ class Appender {
 public:
     // magicLast: the first bytes go out zeroed (the checksum still covers the magic); the caller
     // writes the magic once the rest is in place.
-    Appender(File& file, bool magicLast) : file_(file), magicLast_(magicLast) {}
+    // expected: the journal's size, so that the buffer grows once.
+    Appender(File& file, bool magicLast, uint64_t expected) : file_(file), magicLast_(magicLast) {
+        buffer_.reserve(static_cast<size_t>(std::min<uint64_t>(expected, kChunk)));
+    }
     void add(std::span<const uint8_t> bytes) {
         sum_.add(bytes);
         buffer_.insert(buffer_.end(), bytes.begin(), bytes.end());
@@ -259,8 +262,10 @@ UndoJournal::UndoJournal(File& file, const std::string& path, std::vector<Range>
         Put(head, ranges_.size(), 4);
         Put(head, outcome ? kHasOutcome : 0, 4);
         for (const Range& r : ranges_) Put(head, r.offset, 8), Put(head, r.saved, 8), Put(head, r.written, 8);
+        uint64_t saved = 0;
+        for (const Range& r : ranges_) saved += r.saved;
         // A spare holds an older journal's bytes: the magic goes last, once the rest would check.
-        Appender out(journal_, spare_);
+        Appender out(journal_, spare_, head.size() + saved + kTrailerBytes);
         out.add(head);
         for (const Range& r : ranges_) {
             savedAt_.push_back(out.position());
