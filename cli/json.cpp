@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <string>
 
 namespace tagvera::cli {
 
@@ -66,32 +67,40 @@ std::string JsonQuote(std::string_view text) {
     return out;
 }
 
-void JsonWriter::indent() {
-    out_ << '\n';
-    for (size_t i = 0; i < depth(); ++i) out_ << "  ";
+void JsonWriter::lineBreak(std::string& text) const {
+    text += '\n';
+    text.append(2 * depth(), ' ');
 }
 
-void JsonWriter::beforeValue() {
+void JsonWriter::write(const std::string& text) {
+    if (!text.empty()) out_.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+void JsonWriter::beforeValue(std::string& text) {
     if (afterKey_) {
         afterKey_ = false;
         return;
     }
     if (!levels_.empty()) {
-        if (levels_.back().count++) out_ << ',';
-        indent();
+        if (levels_.back().count++) text += ',';
+        lineBreak(text);
     }
 }
 
 JsonWriter& JsonWriter::beginObject() {
-    beforeValue();
-    out_ << '{';
+    std::string text;
+    beforeValue(text);
+    text += '{';
+    write(text);
     levels_.push_back({true});
     return *this;
 }
 
 JsonWriter& JsonWriter::beginArray() {
-    beforeValue();
-    out_ << '[';
+    std::string text;
+    beforeValue(text);
+    text += '[';
+    write(text);
     levels_.push_back({false});
     return *this;
 }
@@ -99,9 +108,11 @@ JsonWriter& JsonWriter::beginArray() {
 void JsonWriter::close(char bracket) {
     const bool hadItems = !levels_.empty() && levels_.back().count > 0;
     levels_.pop_back();
-    if (hadItems) indent();
-    out_ << bracket;
-    if (levels_.empty() && baseDepth_ == 0) out_ << '\n';
+    std::string text;
+    if (hadItems) lineBreak(text);
+    text += bracket;
+    if (levels_.empty() && baseDepth_ == 0) text += '\n';
+    write(text);
 }
 
 JsonWriter& JsonWriter::endObject() {
@@ -115,44 +126,59 @@ JsonWriter& JsonWriter::endArray() {
 }
 
 JsonWriter& JsonWriter::key(std::string_view name) {
-    beforeValue();
-    out_ << JsonQuote(name) << ": ";
+    std::string text;
+    beforeValue(text);
+    text += JsonQuote(name);
+    text += ": ";
+    write(text);
     afterKey_ = true;
     return *this;
 }
 
-JsonWriter& JsonWriter::value(std::string_view text) {
-    beforeValue();
-    out_ << JsonQuote(text);
+JsonWriter& JsonWriter::value(std::string_view string) {
+    std::string text;
+    beforeValue(text);
+    text += JsonQuote(string);
+    write(text);
     return *this;
 }
 
 JsonWriter& JsonWriter::value(bool b) {
-    beforeValue();
-    out_ << (b ? "true" : "false");
+    std::string text;
+    beforeValue(text);
+    text += b ? "true" : "false";
+    write(text);
     return *this;
 }
 
 JsonWriter& JsonWriter::value(int64_t n) {
-    beforeValue();
-    out_ << n;
+    std::string text;
+    beforeValue(text);
+    text += std::to_string(n);
+    write(text);
     return *this;
 }
 
 JsonWriter& JsonWriter::value(uint64_t n) {
-    beforeValue();
-    out_ << n;
+    std::string text;
+    beforeValue(text);
+    text += std::to_string(n);
+    write(text);
     return *this;
 }
 
 JsonWriter& JsonWriter::next() {
-    beforeValue();
+    std::string text;
+    beforeValue(text);
+    write(text);
     return *this;
 }
 
 JsonWriter& JsonWriter::null() {
-    beforeValue();
-    out_ << "null";
+    std::string text;
+    beforeValue(text);
+    text += "null";
+    write(text);
     return *this;
 }
 

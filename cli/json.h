@@ -59,9 +59,12 @@ private:
         bool object;
         size_t count = 0;
     };
-    void beforeValue();
+    // Each call puts its text together first and writes it once: a stream insertion per comma,
+    // line break and level of indentation costs more than those bytes.
+    void beforeValue(std::string& text);
+    void lineBreak(std::string& text) const;
+    void write(const std::string& text);
     void close(char bracket);
-    void indent();
 
     std::ostream& out_;
     size_t baseDepth_ = 0;
