@@ -90,7 +90,15 @@ const Song kSongs[] = {
 struct Command {
     const char* name;
     std::vector<std::string> (*args)(const std::string& file, const Song& song, const std::string& art);
+    bool batch = false;  // a copy of the song, FirstOfBatch(file), is written first in the same run
 };
+
+// A batch passes its journal file on from one edit in a folder to the next: the walk's file is
+// the second of two.
+std::string FirstOfBatch(const std::string& file) {
+    const std::filesystem::path p(file);
+    return (p.parent_path() / ("a-" + p.filename().string())).string();
+}
 
 const Command kCommands[] = {
     {"Set", [](const std::string& f, const Song&, const std::string&) -> std::vector<std::string> {
@@ -106,6 +114,12 @@ const Command kCommands[] = {
          return {"set", "--picture", "Album:Cover Art=" + art + "/cover.jpg", f};
      }},
 };
+
+const Command kBatchSet = {"SetTwo",
+                           [](const std::string& f, const Song&, const std::string&) -> std::vector<std::string> {
+                               return {"set", "-j1", FirstOfBatch(f), f, "Track:Name=Second"};
+                           },
+                           true};
 
 void PrintTo(const Song& song, std::ostream* os) { *os << song.name; }
 void PrintTo(const Command& command, std::ostream* os) { *os << command.name; }
@@ -143,7 +157,9 @@ protected:
     test::ScratchDir dir;
     const std::string music = dir.file("music"), art = dir.file("art");
     const std::string name = std::get<0>(GetParam()).file, path = music + "/" + name, log = dir.file("strace.log");
-    Bytes original, clean;
+    const bool batch = std::get<1>(GetParam()).batch;
+    const std::string first = FirstOfBatch(path);
+    Bytes original, clean, cleanFirst;
     // The leak checker of a sanitizer build cannot run under a tracer.
     const std::map<std::string, std::string> env = {
         {"TAGVERA_LIBRARY", TAGVERA_LIBRARY_PATH},
@@ -172,12 +188,14 @@ protected:
     void Reset() const {
         for (const auto& entry : std::filesystem::directory_iterator(music)) std::filesystem::remove(entry.path());
         WriteAll(path, original);
+        if (batch) WriteAll(first, original);
     }
 
     std::set<std::string> Beside() const {
         std::set<std::string> out;
         for (const auto& entry : std::filesystem::directory_iterator(music)) out.insert(entry.path().filename());
         out.erase(name);
+        if (batch) out.erase(std::filesystem::path(first).filename());
         return out;
     }
 
@@ -186,6 +204,7 @@ protected:
         const CliResult run = Traced(kFileCalls);
         EXPECT_EQ(run.status, 0) << run.err;
         clean = ReadAll(path);
+        if (batch) cleanFirst = ReadAll(first);
         std::vector<Call> calls;
         for (const auto& [call, lines] : CallsByName(test::ReadText(log))) {
             unsigned ours = 0;
@@ -204,15 +223,21 @@ protected:
     // status that says which. The next open changes nothing when nothing is beside the file.
     void Check(const std::string& what, const CliResult& run, bool killed) const {
         if (!Beside().empty()) {
-            const CliResult next = RunCli({"info", path}, env);
+            const CliResult next = RunCli(batch ? std::vector<std::string>{"info", first, path} : std::vector<std::string>{"info", path}, env);
             EXPECT_EQ(next.status, 0) << what << ": the next open: " << next.err;
         }
         EXPECT_EQ(Beside(), std::set<std::string>{}) << what << ": left beside the file";
         const Bytes now = ReadAll(path);
         const bool old = now == original, written = now == clean;
         EXPECT_TRUE(old || written) << what << ": a mixed file of " << now.size() << " bytes";
+        if (batch) {
+            const Bytes firstNow = ReadAll(first);
+            EXPECT_TRUE(firstNow == original || firstNow == cleanFirst) << what << ": a mixed first file";
+        }
         if (killed) {
             EXPECT_EQ(run.status, 128 + SIGKILL) << what << ": not killed: " << run.err;
+        } else if (batch) {
+            // The exit status speaks for both files at once.
         } else if (written && !old) {
             // Only the batch's closing sync may fail once the file is written, and the user is told so.
             EXPECT_TRUE(run.status == 0 || run.err.find("written, but not safely on disk") != std::string::npos)
@@ -236,6 +261,7 @@ TEST_P(FaultWalk, EveryFileCallFailedOrKilledLeavesTheOldFileOrTheNew) {
     WriteAll(art + "/cover.jpg", Jpeg(20 << 10, 2));
     std::get<0>(GetParam()).make(path, art);
     original = ReadAll(path);
+    if (batch) WriteAll(first, original);
     const std::vector<Call> calls = FileCallsOfACleanRun();
     ASSERT_FALSE(calls.empty());
     for (const Call& call : calls) {
@@ -265,6 +291,9 @@ INSTANTIATE_TEST_SUITE_P(Commands, FaultWalk, ::testing::Combine(::testing::Valu
                          [](const auto& test) {
                              return std::string(std::get<1>(test.param).name) + "_" + std::get<0>(test.param).name;
                          });
+INSTANTIATE_TEST_SUITE_P(Batches, FaultWalk,
+                         ::testing::Combine(::testing::Values(kSongs[0], kSongs[2]), ::testing::Values(kBatchSet)),
+                         [](const auto& test) { return std::string("SetTwo_") + std::get<0>(test.param).name; });
 
 }  // namespace
 }  // namespace tagvera::testing
