@@ -31,9 +31,21 @@ unsigned JobsOf(const ParsedArgs& parsed) {
 namespace {
 
 struct Slot {
-    std::ostringstream out, err;
+    std::string out, err;
     std::exception_ptr failure;
     bool done = false;
+};
+
+// One thread's streams, emptied into a file's slot after each file: a stream is dear to make,
+// dearer than many a file's whole work.
+struct Streams {
+    std::ostringstream out, err;
+    void emptyInto(Slot& slot) {
+        slot.out = std::move(out).str();
+        slot.err = std::move(err).str();
+        out.str({}), err.str({});
+        out.clear(), err.clear();
+    }
 };
 
 }  // namespace
@@ -50,43 +62,63 @@ void RunInOrder(size_t count, unsigned jobs, std::ostream& out, std::ostream& er
     }
     std::vector<Slot> slots(count);
     std::mutex mutex;
-    std::condition_variable finished;
-    size_t next = 0;
+    std::condition_variable printable;
+    size_t next = 0;     // the next file to work on
+    size_t awaited = 0;  // the next file to print: only its end wakes the printer
     bool stop = false;
-    const auto worker = [&] {
-        for (;;) {
-            size_t i;
-            {
-                std::lock_guard lock(mutex);
-                if (stop || next == count) return;
-                i = next++;
-            }
-            Slot& slot = slots[i];
-            try {
-                work(i, slot.out, slot.err);
-            } catch (...) {
-                slot.failure = std::current_exception();
-            }
-            {
-                std::lock_guard lock(mutex);
-                slot.done = true;
-            }
-            finished.notify_all();
+    // Works on the next file into its slot; false when there is none left to take.
+    const auto workOne = [&](Streams& streams) {
+        size_t i;
+        {
+            std::lock_guard lock(mutex);
+            if (stop || next == count) return false;
+            i = next++;
         }
+        Slot& slot = slots[i];
+        try {
+            work(i, streams.out, streams.err);
+        } catch (...) {
+            slot.failure = std::current_exception();
+        }
+        streams.emptyInto(slot);
+        bool wake;
+        {
+            std::lock_guard lock(mutex);
+            slot.done = true;
+            wake = i == awaited;
+        }
+        if (wake) printable.notify_one();
+        return true;
     };
+    // The printing thread is one of the jobs: it works on files while the next to print is not done.
     std::vector<std::jthread> threads;
-    for (unsigned t = 0; t < std::min<size_t>(jobs, count); ++t) threads.emplace_back(worker);
+    for (unsigned t = 1; t < std::min<size_t>(jobs, count); ++t) {
+        threads.emplace_back([&] {
+            Streams streams;
+            while (workOne(streams)) {
+            }
+        });
+    }
+    Streams own;
     for (size_t i = 0; i < count; ++i) {
         Slot& slot = slots[i];
-        {
-            std::unique_lock lock(mutex);
-            finished.wait(lock, [&] { return slot.done; });
+        for (;;) {
+            {
+                std::lock_guard lock(mutex);
+                awaited = i;
+                if (slot.done) break;
+            }
+            if (!workOne(own)) {
+                std::unique_lock lock(mutex);
+                printable.wait(lock, [&] { return slot.done; });
+                break;
+            }
         }
         if (shown) shown(i);
-        out << std::move(slot.out).str();
-        if (const std::string errors = std::move(slot.err).str(); !errors.empty()) {
+        out << slot.out;
+        if (!slot.err.empty()) {
             out.flush();  // a file's failure follows its own lines, as it would without jobs
-            err << errors;
+            err << slot.err;
         }
         if (slot.failure) {
             {
@@ -96,8 +128,8 @@ void RunInOrder(size_t count, unsigned jobs, std::ostream& out, std::ostream& er
             threads.clear();  // joins
             std::rethrow_exception(slot.failure);
         }
-        slot.out = std::ostringstream();
-        slot.err = std::ostringstream();
+        std::string().swap(slot.out);
+        std::string().swap(slot.err);
     }
 }
 
