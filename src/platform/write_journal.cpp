@@ -7,6 +7,7 @@
 #endif
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <limits>
@@ -114,6 +115,8 @@ public:
 
     // The name leads to one of this process's spares, parked or at work.
     bool holds(const std::string& sparePath) {
+        // Every open asks; most processes never write, and threads reading side by side must not queue here.
+        if (named_.load(std::memory_order_acquire) == 0) return false;
         std::lock_guard lock(mutex_);
         ownOnly();
         const auto found = std::find_if(names_.begin(), names_.end(), [&](const auto& n) { return n.first == sparePath; });
@@ -124,6 +127,7 @@ public:
         std::lock_guard lock(mutex_);
         ownOnly();
         names_.emplace_back(sparePath, id);
+        named_.store(names_.size(), std::memory_order_release);
     }
     void unname(const std::string& sparePath, const File& file) noexcept {
         Unname(sparePath, file);
@@ -166,11 +170,13 @@ private:
         if (owner_ == ::getpid()) return;
         spares_.clear();
         names_.clear();
+        named_.store(0, std::memory_order_release);
         owner_ = ::getpid();
     }
     void forget(const std::string& sparePath) {
         const auto found = std::find_if(names_.begin(), names_.end(), [&](const auto& n) { return n.first == sparePath; });
         if (found != names_.end()) names_.erase(found);
+        named_.store(names_.size(), std::memory_order_release);
     }
 
     static constexpr size_t kMost = 4;
@@ -178,6 +184,7 @@ private:
     pid_t owner_ = ::getpid();
     std::vector<std::pair<std::string, File>> spares_;  // parked
     std::vector<std::pair<std::string, FileIdentity>> names_;
+    std::atomic<size_t> named_{0};  // names_.size(), for holds() without the lock
 };
 
 SpareJournals& Spares() {
