@@ -135,6 +135,22 @@ TEST(RewriteFile, AFailingProducerOrARangePastTheEndLeavesTheOriginal) {
     EXPECT_FALSE(PathExists(m.dir.file("missing.mp3")));
 }
 
+#if !defined(_WIN32)
+// Another program cutting the file short under the copy: no new file made of half the audio.
+TEST(RewriteFile, AFileCutShortWhileCopiedIsLeftAsItIs) {
+    Media m;
+    const auto cut = [&](ByteSink&, ByteSource&) { ASSERT_EQ(::truncate(m.path.c_str(), 500), 0); };
+    try {
+        RewriteFile(m.path, FileLayout().generate(cut).copy(100, 1'400'000));
+        ADD_FAILURE() << "copied past the new end";
+    } catch (const FileError& e) {
+        EXPECT_NE(std::string(e.what()).find("shrank"), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(ReadAll(m.path).size(), 500u);
+    EXPECT_EQ(m.dir.entries(), Names{"a.mp3"});
+}
+#endif
+
 // What a killed write left goes at the next open, however long the name; a name of another
 // file, or of another program, stays.
 TEST(RewriteFile, LeftoversOfAKilledWriteGoAtTheNextOpen) {
