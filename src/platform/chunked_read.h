@@ -16,23 +16,13 @@ namespace tagvera::platform {
 
 inline constexpr size_t kChunk = size_t(1) << 20;  // copy, journal and write-buffer size
 
-// The chunk buffer of a thread, lent to one ReadInChunks at a time and kept, uncleared, between
-// them: a fresh megabyte costs its page faults on every copy. A call made inside another's `each`
-// gets one of its own.
-inline thread_local std::vector<uint8_t> tChunkBuffer;
-inline thread_local bool tChunkBufferLent = false;
-
+// The chunk buffer of a thread (chunked_read.cpp), lent to one ReadInChunks at a time and kept,
+// uncleared, between them: a fresh megabyte costs its page faults on every copy. A call made
+// inside another's `each` gets one of its own.
 class ChunkBuffer {
 public:
-    explicit ChunkBuffer(size_t size) : lent_(!tChunkBufferLent) {
-        std::vector<uint8_t>& buffer = lent_ ? tChunkBuffer : own_;
-        if (buffer.size() < size) buffer.resize(size);
-        tChunkBufferLent = true;
-        span_ = std::span(buffer).first(size);
-    }
-    ~ChunkBuffer() {
-        if (lent_) tChunkBufferLent = false;
-    }
+    explicit ChunkBuffer(size_t size);
+    ~ChunkBuffer();
     ChunkBuffer(const ChunkBuffer&) = delete;
     ChunkBuffer& operator=(const ChunkBuffer&) = delete;
     std::span<uint8_t> span() const { return span_; }
