@@ -72,35 +72,31 @@ void JsonWriter::lineBreak(std::string& text) const {
     text.append(2 * depth(), ' ');
 }
 
+void JsonWriter::put(std::string_view piece, std::string_view after) {
+    std::string text;
+    if (afterKey_) {
+        afterKey_ = false;
+    } else if (!levels_.empty()) {
+        if (levels_.back().count++) text += ',';
+        lineBreak(text);
+    }
+    text += piece;
+    text += after;
+    write(text);
+}
+
 void JsonWriter::write(const std::string& text) {
     if (!text.empty()) out_.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-void JsonWriter::beforeValue(std::string& text) {
-    if (afterKey_) {
-        afterKey_ = false;
-        return;
-    }
-    if (!levels_.empty()) {
-        if (levels_.back().count++) text += ',';
-        lineBreak(text);
-    }
-}
-
 JsonWriter& JsonWriter::beginObject() {
-    std::string text;
-    beforeValue(text);
-    text += '{';
-    write(text);
+    put("{");
     levels_.push_back({true});
     return *this;
 }
 
 JsonWriter& JsonWriter::beginArray() {
-    std::string text;
-    beforeValue(text);
-    text += '[';
-    write(text);
+    put("[");
     levels_.push_back({false});
     return *this;
 }
@@ -126,59 +122,38 @@ JsonWriter& JsonWriter::endArray() {
 }
 
 JsonWriter& JsonWriter::key(std::string_view name) {
-    std::string text;
-    beforeValue(text);
-    text += JsonQuote(name);
-    text += ": ";
-    write(text);
+    put(JsonQuote(name), ": ");
     afterKey_ = true;
     return *this;
 }
 
-JsonWriter& JsonWriter::value(std::string_view string) {
-    std::string text;
-    beforeValue(text);
-    text += JsonQuote(string);
-    write(text);
+JsonWriter& JsonWriter::value(std::string_view text) {
+    put(JsonQuote(text));
     return *this;
 }
 
 JsonWriter& JsonWriter::value(bool b) {
-    std::string text;
-    beforeValue(text);
-    text += b ? "true" : "false";
-    write(text);
+    put(b ? "true" : "false");
     return *this;
 }
 
 JsonWriter& JsonWriter::value(int64_t n) {
-    std::string text;
-    beforeValue(text);
-    text += std::to_string(n);
-    write(text);
+    put(std::to_string(n));
     return *this;
 }
 
 JsonWriter& JsonWriter::value(uint64_t n) {
-    std::string text;
-    beforeValue(text);
-    text += std::to_string(n);
-    write(text);
+    put(std::to_string(n));
     return *this;
 }
 
 JsonWriter& JsonWriter::next() {
-    std::string text;
-    beforeValue(text);
-    write(text);
+    put("");
     return *this;
 }
 
 JsonWriter& JsonWriter::null() {
-    std::string text;
-    beforeValue(text);
-    text += "null";
-    write(text);
+    put("null");
     return *this;
 }
 

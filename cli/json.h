@@ -59,9 +59,9 @@ private:
         bool object;
         size_t count = 0;
     };
-    // Each call puts its text together first and writes it once: a stream insertion per comma,
-    // line break and level of indentation costs more than those bytes.
-    void beforeValue(std::string& text);
+    // A value's (or key's) separator, line break and indentation, then piece and after, put
+    // together and written once: a stream insertion per piece costs more than its bytes.
+    void put(std::string_view piece, std::string_view after = {});
     void lineBreak(std::string& text) const;
     void write(const std::string& text);
     void close(char bracket);
