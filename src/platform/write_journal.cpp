@@ -91,20 +91,20 @@ bool LinkAlso(const File& file, const std::string& name) {
     return ::linkat(AT_FDCWD, proc.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
-// Removes the name if it still leads to file (someone may have removed it, and another batch
-// taken it since).
-void Unname(const std::string& name, const File& file) noexcept {
-    struct stat named {}, held {};
-    if (::lstat(name.c_str(), &named) == 0 && ::fstat(file.nativeHandle(), &held) == 0 && named.st_dev == held.st_dev &&
-        named.st_ino == held.st_ino)
-        ::unlink(name.c_str());
-}
-
 // The file a name leads to, the name itself when it is a link; nullopt when there is none.
 std::optional<FileIdentity> IdentityOfName(const std::string& name) {
     struct stat st {};
     if (::lstat(name.c_str(), &st) != 0) return std::nullopt;
     return FileIdentity{static_cast<uint64_t>(st.st_dev), static_cast<uint64_t>(st.st_ino)};
+}
+
+// Removes the name if it still leads to file (someone may have removed it, and another batch
+// taken it since).
+void Unname(const std::string& name, const File& file) noexcept {
+    try {
+        if (IdentityOfName(name) == file.identity()) ::unlink(name.c_str());
+    } catch (const FileError&) {
+    }
 }
 
 // The spare journal files of this process, one per folder its batches edit (a few at most). A
